@@ -1,0 +1,30 @@
+# mvdp_own_code(target): language level, warnings and instrumentation of what is written here
+# (generated code is built without it).
+
+# Without extensions: the panel's compiler and ours then take the same language.
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+# The service keeps to C++11; Qt 6's own headers need C++17.
+if(MVDP_QT_MAJOR EQUAL 6)
+    set(MVDP_SERVICE_STANDARD 17)
+else()
+    set(MVDP_SERVICE_STANDARD 11)
+endif()
+
+if(MVDP_SANITIZE)
+    add_compile_options(-fsanitize=${MVDP_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+    add_link_options(-fsanitize=${MVDP_SANITIZE})
+endif()
+if(MVDP_COVERAGE)
+    add_compile_options(--coverage -fprofile-update=atomic)
+    add_link_options(--coverage)
+endif()
+
+function(mvdp_own_code target)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    if(MVDP_WERROR)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+    # String concatenation and casts from plain 8-bit text are written out: the protocol's text is Latin-1.
+    target_compile_definitions(${target} PRIVATE QT_NO_CAST_TO_ASCII)
+endfunction()

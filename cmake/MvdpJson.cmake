@@ -1,0 +1,18 @@
+# mvdp::Json: the JSON DOM headers, <json/elements.h>, <json/reader.h> and <json/writer.h>.
+# The project's own stand in src/; MVDP_SYSTEM_JSON takes an installed copy with the same interface.
+
+option(MVDP_SYSTEM_JSON "Use installed JSON headers in place of src/json" OFF)
+
+add_library(mvdp_json INTERFACE)
+add_library(mvdp::Json ALIAS mvdp_json)
+if(MVDP_SYSTEM_JSON)
+    find_path(MVDP_JSON_INCLUDE_DIR json/reader.h
+        DOC "Folder that holds the installed json/reader.h")
+    if(NOT MVDP_JSON_INCLUDE_DIR)
+        message(FATAL_ERROR "MVDP_SYSTEM_JSON is ON, but no json/reader.h is installed; "
+            "set MVDP_JSON_INCLUDE_DIR to the folder above it")
+    endif()
+    target_include_directories(mvdp_json SYSTEM INTERFACE "${MVDP_JSON_INCLUDE_DIR}")
+else()
+    target_include_directories(mvdp_json INTERFACE "${PROJECT_SOURCE_DIR}/src")
+endif()
