@@ -1,0 +1,65 @@
+#ifndef HWSDTYPES_H
+#define HWSDTYPES_H
+
+#include <QtCore/QMetaType>
+#include <QtDBus/QDBusArgument>
+
+// The structured types of the platform service, named as it names them. Both are packed byte records; a
+// text field travels as a byte array. Reading takes at most the field's size from a received array and fills
+// the rest with zero, so that a service that sends less than it promised never leaves chance bytes behind.
+
+// D-Bus signature (yyyyay).
+struct partitionInfo {
+    // Day, month, year and one more; the service alone knows which is which, nothing here reads them.
+    quint8 leading[4];
+    char version[20]; // ASCII, terminated by zero when shorter than the field
+
+    partitionInfo();
+};
+
+// D-Bus signature (yyyayayyayy). The service never sends it to this program; which field stands where is
+// the service's own affair, and the names here follow its single getters as far as their sizes allow.
+struct systemInfo {
+    quint8 day;
+    quint8 month;
+    quint8 year;
+    char moduleName[3];
+    char serialNo[5];
+    quint8 hwCode;
+    quint8 hwSubCode;
+    char manufactureCode[2];
+    quint8 hwDispID;
+
+    systemInfo();
+};
+
+static_assert(sizeof(partitionInfo) == 24, "a packed record of the service");
+static_assert(sizeof(systemInfo) == 16, "a packed record of the service");
+
+QDBusArgument &operator<<(QDBusArgument &argument, const partitionInfo &info);
+const QDBusArgument &operator>>(const QDBusArgument &argument, partitionInfo &info);
+QDBusArgument &operator<<(QDBusArgument &argument, const systemInfo &info);
+const QDBusArgument &operator>>(const QDBusArgument &argument, systemInfo &info);
+
+// Types that only proxy signatures name. Their layouts belong to the service and nothing calls the methods
+// that carry them; they have no marshalling, and such a call would end in Qt's own fatal message.
+struct sSEEModule {
+};
+struct splashImageInfo {
+};
+struct timeZoneInfo {
+};
+struct hwsdStorageInfo {
+};
+
+Q_DECLARE_METATYPE(partitionInfo)
+Q_DECLARE_METATYPE(systemInfo)
+Q_DECLARE_METATYPE(sSEEModule)
+Q_DECLARE_METATYPE(splashImageInfo)
+Q_DECLARE_METATYPE(timeZoneInfo)
+Q_DECLARE_METATYPE(hwsdStorageInfo)
+
+// Makes the two structures known to QtDBus; any thread, any number of times.
+void registerHwsdTypes();
+
+#endif // HWSDTYPES_H
