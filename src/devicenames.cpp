@@ -1,0 +1,42 @@
+#include "devicenames.h"
+
+#include "rawinifile.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QSettings>
+#include <QtCore/QStringList>
+
+namespace
+{
+
+// Unlike QString::toInt, a piece with a blank in it is no number.
+int codeFromText(const QString &text)
+{
+    for (int i = 0; i < text.size(); ++i) {
+        if (text.at(i).isSpace())
+            return 0;
+    }
+    return text.toInt();
+}
+
+} // namespace
+
+QHash<int, QString> readDeviceNames(const QString &path)
+{
+    const QString file =
+        path.isEmpty() ? QDir::currentPath() + QDir::separator() + QLatin1String("machine.ini") : path;
+    const QSettings settings(file, rawIniFormat());
+    return parseDeviceNames(settings.value(QLatin1String("Brand/options/devicename")).toString());
+}
+
+QHash<int, QString> parseDeviceNames(const QString &text)
+{
+    QHash<int, QString> names;
+    const QStringList parts = text.split(QLatin1Char(','));
+    for (int i = 0; i < parts.size(); ++i) {
+        const QStringList pieces = parts.at(i).split(QLatin1Char(':'));
+        if (pieces.size() == 2)
+            names.insert(codeFromText(pieces.at(0)), pieces.at(1));
+    }
+    return names;
+}

@@ -1,0 +1,16 @@
+#ifndef IPV4TEXT_H
+#define IPV4TEXT_H
+
+#include <QtCore/QString>
+#include <QtCore/QtGlobal>
+
+// The number of a dotted-quad text, most significant byte first octet; 0 for a text that is no IPv4 address.
+// An address is four decimal numbers from 0 to 255 with a dot between, blanks around the whole allowed
+// ("010.1.1.1" is 10.1.1.1). Qt's own reading differs from major to major ("1.2.3", octal and
+// hexadecimal parts, a single number), and that difference must not be seen on the wire.
+quint32 ipv4FromText(const QString &text);
+
+// The dotted-quad text of a number in that form.
+QString ipv4ToText(quint32 address);
+
+#endif // IPV4TEXT_H

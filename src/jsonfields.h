@@ -1,0 +1,41 @@
+#ifndef JSONFIELDS_H
+#define JSONFIELDS_H
+
+#include <json/elements.h>
+
+#include <QtCore/QString>
+#include <QtCore/QtGlobal>
+
+// What the records share in reading and writing JSON. Text crosses as Latin-1; a character outside it becomes
+// a question mark.
+
+std::string toJsonText(const QString &text);
+QString fromJsonText(const std::string &text);
+
+// The text of an object as the JSON writer lays it out.
+QString writeJsonObject(const json::Object &object);
+
+// The four warnings of one record's text reading, each as it stands.
+struct JsonReadWarnings {
+    const char *emptyText;
+    const char *parseError; // followed by the reader's own message
+    const char *scanError;  // followed by the reader's own message
+    const char *otherError;
+};
+
+// Reads one object from text; false, with the fitting warning, when the text is empty or cannot be read.
+bool readJsonObject(const QString &text, const JsonReadWarnings &warnings, json::Object &object);
+
+// Each stores the member called key in field when the object has it, and leaves field alone when not. A
+// member of another JSON type ends in json::Exception ("Bad cast"), which is the caller's to let pass.
+void readText(const json::Object &object, const char *key, QString &field);
+void readFlag(const json::Object &object, const char *key, bool &field);
+// Truncates toward zero and saturates at the 32-bit limits; NaN is 0.
+void readInteger(const json::Object &object, const char *key, qint32 &field);
+
+// Each appends a member to an object that does not have it yet.
+void addText(json::Object &object, const char *key, const QString &value);
+void addFlag(json::Object &object, const char *key, bool value);
+void addInteger(json::Object &object, const char *key, qint32 value);
+
+#endif // JSONFIELDS_H
