@@ -1,0 +1,183 @@
+#include "hwsdlink.h"
+
+#include "busaddress.h"
+
+#include "hwsdinterface.h"
+#include "i2cseeprominterface.h"
+#include "networkmanagerinterface.h"
+#include "partitioninfointerface.h"
+#include "systeminfointerface.h"
+
+#include <QtCore/QAtomicInt>
+#include <QtCore/QDebug>
+#include <QtDBus/QDBusError>
+
+namespace
+{
+
+const char ServiceName[] = "com.zelt.HWSD";
+const char RootPath[] = "/";
+const int ProbeTimeoutMs = 5000;
+const int ProbeAttempts = 3;
+const int RootProxyAttempts = 3;
+
+const char ErrorReachingService[] = "Error reaching dbus service: ";
+
+// Unique, so that Qt opens a connection instead of handing out an earlier one, except where trying may start
+// programs (a bus that launches itself): there Qt's memory of one failure is welcome.
+QString connectionName(QDBusConnection::BusType type, BusState state)
+{
+    static QAtomicInt counter(0);
+    const QString bus = QLatin1String(type == QDBusConnection::SystemBus ? "system" : "session");
+    if (state == BusState::NotNamed)
+        return QLatin1String("mvdp-hwsd-") + bus;
+    return QLatin1String("mvdp-hwsd-") + bus + QString::number(counter.fetchAndAddOrdered(1));
+}
+
+QDBusConnection openBus(QDBusConnection::BusType type, BusState state, const QString &name)
+{
+    if (state == BusState::NotListening)
+        return QDBusConnection(QString());
+    return QDBusConnection::connectToBus(type, name);
+}
+
+bool isAnswer(const QDBusMessage &reply)
+{
+    return reply.type() == QDBusMessage::ReplyMessage;
+}
+
+QDBusMessage pingWithRetries(const BusConnection &bus)
+{
+    QDBusMessage reply;
+    for (int attempt = 1; attempt <= ProbeAttempts; ++attempt) {
+        reply = bus.pingService();
+        if (isAnswer(reply))
+            break;
+        qWarning() << ErrorReachingService << reply.errorMessage() << " -> retry #" << attempt;
+    }
+    return reply;
+}
+
+template <class Proxy>
+std::unique_ptr<Proxy> makeProxy(const BusConnection &bus, const char *path)
+{
+    return std::unique_ptr<Proxy>(
+        new Proxy(QLatin1String(ServiceName), QLatin1String(path), bus.connection(), nullptr));
+}
+
+// One of the four object proxies; an invalid one is reported and kept.
+template <class Proxy>
+std::unique_ptr<Proxy> makeObjectProxy(const BusConnection &bus, const char *path, const char *warning)
+{
+    std::unique_ptr<Proxy> proxy = makeProxy<Proxy>(bus, path);
+    if (!proxy->isValid())
+        qWarning() << warning << bus.connection().lastError();
+    return proxy;
+}
+
+} // namespace
+
+BusConnection::BusConnection(QDBusConnection::BusType type)
+    : BusConnection(type, busState(type))
+{
+}
+
+BusConnection::BusConnection(QDBusConnection::BusType type, BusState state)
+    : m_name(connectionName(type, state))
+    , m_connection(openBus(type, state, m_name))
+{
+}
+
+BusConnection::~BusConnection()
+{
+    QDBusConnection::disconnectFromBus(m_name);
+}
+
+QDBusMessage BusConnection::pingService() const
+{
+    const QString service = QLatin1String(ServiceName);
+    const QString path = QLatin1String(RootPath);
+    // Nobody implements this method: a call of any name makes the bus start the service.
+    m_connection.call(QDBusMessage::createMethodCall(service, path, QString(), QLatin1String("q_autostart")),
+                      QDBus::Block, ProbeTimeoutMs);
+    return m_connection.call(QDBusMessage::createMethodCall(service, path,
+                                                            QLatin1String("org.freedesktop.DBus.Peer"),
+                                                            QLatin1String("Ping")),
+                             QDBus::Block, ProbeTimeoutMs);
+}
+
+HwsdLink::HwsdLink(std::unique_ptr<BusConnection> connectedBus)
+    : bus(std::move(connectedBus))
+{
+}
+
+HwsdLink::~HwsdLink() {}
+
+std::unique_ptr<HwsdLink> HwsdLink::open()
+{
+    std::unique_ptr<BusConnection> bus(new BusConnection(QDBusConnection::SystemBus));
+    if (!bus->isConnected()) {
+        qWarning() << "Failed connecting to DBUS system bus -> try HWSD on session bus";
+        bus.reset(new BusConnection(QDBusConnection::SessionBus));
+    }
+    if (!bus->isConnected()) {
+        qWarning() << "Failed connecting to DBUS session bus -> trying loading HWSD plugin";
+        return nullptr;
+    }
+
+    const QDBusMessage reply = pingWithRetries(*bus);
+    std::unique_ptr<HwsdLink> link;
+    if (isAnswer(reply)) {
+        link.reset(new HwsdLink(std::move(bus)));
+        link->makeRootProxy();
+    } else {
+        qWarning() << ErrorReachingService << reply.errorMessage()
+                   << " -> try falling back to HWSD session bus";
+        link = openOnSessionBus(std::move(bus));
+    }
+    if (link)
+        link->makeObjectProxies();
+    return link;
+}
+
+std::unique_ptr<HwsdLink> HwsdLink::openOnSessionBus(std::unique_ptr<BusConnection> heldBus)
+{
+    std::unique_ptr<BusConnection> session(new BusConnection(QDBusConnection::SessionBus));
+    // Without a session bus the held one is kept: the service may still come up there.
+    if (!session->isConnected())
+        return std::unique_ptr<HwsdLink>(new HwsdLink(std::move(heldBus)));
+
+    const QDBusMessage reply = session->pingService();
+    if (!isAnswer(reply)) {
+        qWarning() << "No HWSD service running !?" << reply.errorMessage();
+        return nullptr;
+    }
+    std::unique_ptr<HwsdLink> link(new HwsdLink(std::move(session)));
+    link->makeRootProxy();
+    qWarning() << "HWSD running in session bus! " << reply.errorMessage();
+    return link;
+}
+
+void HwsdLink::makeRootProxy()
+{
+    for (int attempt = 0; attempt < RootProxyAttempts; ++attempt) {
+        root = makeProxy<ComZeltHWSDInterface>(*bus, RootPath);
+        if (root->isValid())
+            return;
+        root.reset();
+        qWarning() << "Waiting for all HWSD services up and running...";
+    }
+}
+
+void HwsdLink::makeObjectProxies()
+{
+    // "SysteInfo" and "m_networkManager" are what log filters in the field look for.
+    systemInfo = makeObjectProxy<ComZeltHWSDSystemInfoInterface>(*bus, "/SystemInfo",
+                                                                 "Cannot get /SysteInfo object : ");
+    mainOsInfo = makeObjectProxy<ComZeltHWSDPartitionInfoInterface>(*bus, "/MainOSInfo",
+                                                                    "Cannot get /MainOSInfo object : ");
+    networkManager = makeObjectProxy<ComZeltHWSDNetworkManagerInterface>(
+        *bus, "/NetworkManager", "Cannot get /m_networkManager object : ");
+    i2cSeeprom = makeObjectProxy<ComZeltHWSDI2CSEEPROMInterface>(*bus, "/I2CSEEPROM",
+                                                                 "Cannot get /I2CSEEPROM object : ");
+}

@@ -1,0 +1,70 @@
+#ifndef HWSDLINK_H
+#define HWSDLINK_H
+
+#include <QtCore/QString>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+
+#include <memory>
+
+enum class BusState;
+
+class ComZeltHWSDI2CSEEPROMInterface;
+class ComZeltHWSDInterface;
+class ComZeltHWSDNetworkManagerInterface;
+class ComZeltHWSDPartitionInfoInterface;
+class ComZeltHWSDSystemInfoInterface;
+
+// One connection of our own to a message bus, closed when this object goes. Qt's shared systemBus() and
+// sessionBus() are not used because they remember a first failure for the life of the process: a bus that
+// comes up later would never be found.
+class BusConnection
+{
+public:
+    explicit BusConnection(QDBusConnection::BusType type);
+    ~BusConnection();
+
+    bool isConnected() const { return m_connection.isConnected(); }
+    const QDBusConnection &connection() const { return m_connection; }
+
+    // Has the bus start the platform service if it knows how, then asks the service for a sign of life.
+    // Blocks for up to twice 5 s. A reply of type ReplyMessage means that the service is there.
+    QDBusMessage pingService() const;
+
+private:
+    BusConnection(QDBusConnection::BusType type, BusState state);
+    BusConnection(const BusConnection &);
+    BusConnection &operator=(const BusConnection &);
+
+    const QString m_name;
+    QDBusConnection m_connection;
+};
+
+// The way to the platform service: a bus and the five proxies made on it. Built once, then only read, by
+// any thread.
+struct HwsdLink {
+    explicit HwsdLink(std::unique_ptr<BusConnection> connectedBus);
+    ~HwsdLink();
+
+    // Finds the bus on which the service answers and makes the proxies there. Null, with warnings, when no
+    // bus can be had or the service answers on neither. Blocks for up to 40 s when a service
+    // hangs.
+    static std::unique_ptr<HwsdLink> open();
+
+    const std::unique_ptr<BusConnection> bus;
+    // Null when the service did not come up in time; the other four exist always, though perhaps invalid:
+    // calls on them then end in D-Bus errors.
+    std::unique_ptr<ComZeltHWSDInterface> root;
+    std::unique_ptr<ComZeltHWSDSystemInfoInterface> systemInfo;
+    std::unique_ptr<ComZeltHWSDPartitionInfoInterface> mainOsInfo;
+    std::unique_ptr<ComZeltHWSDNetworkManagerInterface> networkManager;
+    std::unique_ptr<ComZeltHWSDI2CSEEPROMInterface> i2cSeeprom;
+
+private:
+    // Where the service does not answer on heldBus.
+    static std::unique_ptr<HwsdLink> openOnSessionBus(std::unique_ptr<BusConnection> heldBus);
+    void makeRootProxy();
+    void makeObjectProxies();
+};
+
+#endif // HWSDLINK_H

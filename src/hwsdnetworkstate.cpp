@@ -1,0 +1,96 @@
+// The facade's network operations and the actions on the device.
+
+#include "hwsdplatform.h"
+
+#include "hwsdinterface.h"
+#include "hwsdlink.h"
+#include "ipv4text.h"
+#include "networkinterfaceconfig.h"
+#include "networkmanagerinterface.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QStringList>
+#include <QtDBus/QDBusPendingReply>
+
+bool HWSDPlatform::refreshNetworkState()
+{
+    const HwsdLink *service = link();
+    if (!service)
+        return false;
+    NetworkInterfaceConfig record;
+    if (readInterfaceRecord(*service, record) != RecordReading::Done)
+        return true;
+    m_ipAddress = ipv4FromText(record.actualIpAddress);
+    m_netmask = ipv4FromText(record.actualNetmask);
+    m_gateway = ipv4FromText(record.actualGatewayIp);
+    cacheMacAddress(record.macAddress);
+    m_dhcp = record.dhcp;
+    return true;
+}
+
+bool HWSDPlatform::applyConfiguration()
+{
+    const HwsdLink *service = link();
+    if (!service)
+        return false;
+    NetworkInterfaceConfig record;
+    if (readInterfaceRecord(*service, record) != RecordReading::Done)
+        return false;
+    if (!m_dhcp) {
+        record.ipAddress = ipv4ToText(m_ipAddress);
+        record.netmask = ipv4ToText(m_netmask);
+        record.gatewayIp = ipv4ToText(m_gateway);
+    }
+    record.dhcp = m_dhcp;
+
+    QDBusPendingReply<int> written =
+        service->networkManager->setInterfaceConfigJSON(m_interfaceName, record.toJsonString());
+    written.waitForFinished();
+    if (!written.isError())
+        service->networkManager->applyNewConfiguration();
+    return true;
+}
+
+bool HWSDPlatform::resetConfiguration()
+{
+    const HwsdLink *service = link();
+    if (!service)
+        return false;
+    QDBusPendingReply<int> reply = service->networkManager->resetConfiguration();
+    reply.waitForFinished();
+    return !reply.isError();
+}
+
+bool HWSDPlatform::restartSystem()
+{
+    const HwsdLink *service = link();
+    if (!service || !service->root)
+        return false;
+    service->root->restartSystem();
+    return true;
+}
+
+HWSDPlatform::RecordReading HWSDPlatform::readInterfaceRecord(const HwsdLink &service,
+                                                              NetworkInterfaceConfig &record) const
+{
+    QDBusPendingReply<QString> reply = service.networkManager->getInterfaceConfig(m_interfaceName);
+    reply.waitForFinished();
+    if (reply.isError())
+        return RecordReading::Refused;
+    try {
+        record.fromJsonString(reply.argumentAt<0>());
+    } catch (const json::Exception &error) {
+        qWarning() << "Mistyped value in the configuration of interface" << m_interfaceName << error.what();
+        return RecordReading::Mistyped;
+    }
+    return RecordReading::Done;
+}
+
+// Parts beyond the sixth are dropped; a text of fewer leaves the later bytes as they were.
+void HWSDPlatform::cacheMacAddress(const QString &text)
+{
+    const QStringList parts = text.split(QLatin1Char(':'));
+    const int count = qMin(static_cast<int>(parts.size()), static_cast<int>(sizeof m_macAddress));
+    for (int i = 0; i < count; ++i)
+        m_macAddress[i] = static_cast<unsigned char>(parts.at(i).toInt(nullptr, 16));
+}

@@ -1,0 +1,107 @@
+#include "hwsdplatform.h"
+
+#include "hwsdlink.h"
+#include "hwsdtypes.h"
+#include "ipv4text.h"
+
+#include <cstring>
+#include <memory>
+
+namespace
+{
+
+const char DefaultInterface[] = "eth0";
+
+std::atomic<HWSDPlatform *> theInstance(nullptr);
+
+} // namespace
+
+HWSDPlatform *HWSDPlatform::instance()
+{
+    if (HWSDPlatform *existing = theInstance.load())
+        return existing;
+    HWSDPlatform *made = new HWSDPlatform;
+    HWSDPlatform *existing = nullptr;
+    if (theInstance.compare_exchange_strong(existing, made))
+        return made;
+    delete made;
+    return existing;
+}
+
+HWSDPlatform::HWSDPlatform()
+    : m_link(nullptr)
+    , m_systemDescription(nullptr)
+    , m_ipAddress(0)
+    , m_partitionVersion(0)
+    , m_macAddress()
+    , m_netmask(0)
+    , m_gateway(0)
+    , m_interfaceName(QLatin1String(DefaultInterface))
+    , m_dhcp(false)
+{
+    registerHwsdTypes();
+}
+
+HWSDPlatform::~HWSDPlatform()
+{
+    delete m_systemDescription.load();
+    HWSDPlatform *self = this;
+    theInstance.compare_exchange_strong(self, nullptr);
+}
+
+bool HWSDPlatform::connectToPlatform()
+{
+    std::unique_ptr<const HwsdLink> made = HwsdLink::open();
+    const HwsdLink *existing = nullptr;
+    // Where both threads connect at once, the second drops its own link and uses the first one's.
+    if (made && m_link.compare_exchange_strong(existing, made.get()))
+        made.release();
+    return m_link.load() != nullptr;
+}
+
+const HwsdLink *HWSDPlatform::link()
+{
+    if (!m_link.load())
+        connectToPlatform();
+    return m_link.load();
+}
+
+bool HWSDPlatform::setInterface(const char *name)
+{
+    m_interfaceName = QString::fromLatin1(name);
+    if (m_interfaceName.isEmpty())
+        m_interfaceName = QLatin1String(DefaultInterface);
+    return true;
+}
+
+bool HWSDPlatform::macAddress(unsigned char out[6]) const
+{
+    std::memcpy(out, m_macAddress, sizeof m_macAddress);
+    return true;
+}
+
+QString HWSDPlatform::ipAddressString() const
+{
+    return ipv4ToText(m_ipAddress);
+}
+
+bool HWSDPlatform::setIpAddress(quint32 address)
+{
+    m_ipAddress = address;
+    m_dhcp = false;
+    return true;
+}
+
+bool HWSDPlatform::setNetmask(quint32 netmask)
+{
+    m_netmask = netmask;
+    m_dhcp = false;
+    return true;
+}
+
+bool HWSDPlatform::setGateway(quint32 gateway)
+{
+    m_gateway = gateway;
+    m_dhcp = false;
+    return true;
+}

@@ -1,0 +1,110 @@
+#ifndef HWSDPLATFORM_H
+#define HWSDPLATFORM_H
+
+#include <QtCore/QHash>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QtGlobal>
+
+#include <atomic>
+
+class NetworkInterfaceConfig;
+struct HwsdLink;
+
+// The process-wide facade over the platform service: network state of one interface, the actions on the
+// device, and the device's identity.
+//
+// IPv4 values are numbers whose most significant byte is the first dotted octet.
+//
+// Operations that talk to the service connect to it when that has not been done yet (up to 40 s with a
+// service that hangs) and return false, 0 or an empty text when it cannot be reached. Each call then blocks
+// until the service answers, or for D-Bus's own time-out.
+//
+// Threads: the server thread uses everything. The GUI thread may at any time call instance(),
+// ipAddressString() and systemInfoText(); what these read is an atomic number or is published complete
+// through an atomic pointer and never changed afterwards, so there is no lock.
+class HWSDPlatform : public QObject
+{
+    Q_OBJECT
+public:
+    // The one facade, made on first use.
+    static HWSDPlatform *instance();
+    // Afterwards instance() makes a new one. The link to the service stays open: it belongs to the process.
+    ~HWSDPlatform();
+
+    // Chooses the interface that the network operations are about; "" stands for "eth0". Refreshes
+    // nothing. Always true.
+    bool setInterface(const char *name);
+
+    // The cached network state, as of the last refresh or setter; all zero before the first.
+    bool macAddress(unsigned char out[6]) const; // always true
+    quint32 ipAddress() const { return m_ipAddress; }
+    quint32 netmask() const { return m_netmask; }
+    quint32 gateway() const { return m_gateway; }
+    QString ipAddressString() const; // dotted quad
+
+    // Stage a static setting for the next applyConfiguration(), which turns DHCP off. Always true.
+    bool setIpAddress(quint32 address);
+    bool setNetmask(quint32 netmask);
+    bool setGateway(quint32 gateway);
+
+    // Reads the interface's settings in force into the cache. False only when there is no bus: when the
+    // service refuses, or answers with values of a wrong type (a warning), the cache stays as it was.
+    bool refreshNetworkState();
+
+    // Writes the staged settings and has the service put them into force, without waiting to see it happen.
+    // False when the interface's record cannot be read, and nothing is sent then; a refused write is true all
+    // the same, because the protocol's "not applied" speaks of the reading alone.
+    bool applyConfiguration();
+
+    // Puts the factory's network configuration into force; true when the service agreed. The cache stays.
+    bool resetConfiguration();
+
+    // Asks for a restart of the device without waiting for the answer; false when nobody can be asked.
+    bool restartSystem();
+
+    // The version of the operating system's partition; 0 while it is unknown, and then asked for again by the
+    // next call. The four numbers of a text that ends in "WWXXXYYZ" stand in bytes 3 to 0; XXX above 255
+    // reaches into the byte of WW.
+    quint32 partitionVersion();
+
+    // The maker's names of models, by manufacture code, from the factory settings file; read anew each time.
+    void deviceName(QHash<int, QString> &names) const;
+
+    // What this panel is, as text: found out once, then the same for the life of the process. systemInfo()
+    // copies it as Latin-1 to the start of the caller's 64 bytes, cut to fit and not terminated, and always
+    // returns true.
+    bool systemInfo(char *out);
+    QString systemInfoText();
+
+private:
+    HWSDPlatform();
+
+    // True when a link to the service is held afterwards.
+    bool connectToPlatform();
+    // The link, connecting first if need be; null when that fails.
+    const HwsdLink *link();
+
+    enum class RecordReading { Done, Refused, Mistyped };
+    // The interface's record as the service has it. A text that is no JSON object gives an empty record.
+    RecordReading readInterfaceRecord(const HwsdLink &service, NetworkInterfaceConfig &record) const;
+    void cacheMacAddress(const QString &text);
+
+    // The description, finding it out first if need be; null while the service cannot be reached.
+    const QString *systemDescription();
+    QString findSystemDescription(const HwsdLink &service) const;
+
+    std::atomic<const HwsdLink *> m_link;
+    std::atomic<const QString *> m_systemDescription; // owned; null: not known yet
+    std::atomic<quint32> m_ipAddress;
+
+    // The server thread's own.
+    quint32 m_partitionVersion; // 0: not known yet
+    unsigned char m_macAddress[6];
+    quint32 m_netmask;
+    quint32 m_gateway;
+    QString m_interfaceName;
+    bool m_dhcp;
+};
+
+#endif // HWSDPLATFORM_H
