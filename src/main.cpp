@@ -1,0 +1,45 @@
+#include "mvdpserverobj.h"
+#include "winkwidget/eventgrabber.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+// QApplication's header moved with the widgets: QtGui in Qt 4, QtWidgets since.
+#include <QApplication>
+
+#include <cstdio>
+
+#include <unistd.h>
+
+namespace
+{
+
+const char Version[] = "1.0.0.11";
+
+// The banner stops nothing: the service starts all the same.
+void printVersionIfAsked(const QStringList &arguments)
+{
+    if (arguments.size() < 2 || arguments.at(1) != QLatin1String("--version"))
+        return;
+    std::printf("MVDP Version %s", Version);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    QCoreApplication::setApplicationVersion(QLatin1String(Version));
+    printVersionIfAsked(QCoreApplication::arguments());
+
+    // Before the server thread, so that the grabber lives on this one.
+    EventGrabber::instance();
+    MVDPServerObj server;
+    server.start(QThread::InheritPriority);
+
+    const int result = application.exec();
+    // The server thread cannot be stopped, and the destructors that a return would run do not stand a running
+    // one: Qt would abort.
+    std::fflush(nullptr);
+    ::_exit(result);
+}

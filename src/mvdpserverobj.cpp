@@ -1,0 +1,8 @@
+#include "mvdpserverobj.h"
+
+#include "serverloop.h"
+
+void MVDPServerObj::run()
+{
+    runServerLoop();
+}

@@ -1,0 +1,61 @@
+#include "serverloop.h"
+
+#include "commandhandlers.h"
+#include "hwsdplatform.h"
+#include "interfacequeries.h"
+#include "mvdpdatagram.h"
+#include "serversocket.h"
+
+#include <arpa/inet.h>
+
+namespace
+{
+
+// Points the platform facade at the local interface that reaches the sender, and reads its settings afresh.
+void selectInterfaceFor(const sockaddr_in &sender)
+{
+    char name[256] = {};
+    findInterfaceForPeer(sender.sin_addr.s_addr, name);
+    HWSDPlatform::instance()->setInterface(name);
+    HWSDPlatform::instance()->refreshNetworkState();
+}
+
+// A netmask of 0, of an interface without address, makes every sender local.
+bool isOnLocalSubnet(const sockaddr_in &sender)
+{
+    const HWSDPlatform *platform = HWSDPlatform::instance();
+    return ((platform->ipAddress() ^ ntohl(sender.sin_addr.s_addr)) & platform->netmask()) == 0;
+}
+
+// To the sender on the local subnet; else by broadcast, and to the multicast group when the kernel refuses
+// that. Always to the sender's port.
+void sendReply(const ServerSocket &socket, const MvdpDatagram &datagram, const sockaddr_in &sender)
+{
+    sockaddr_in destination = sender;
+    if (isOnLocalSubnet(sender)) {
+        socket.send(datagram, destination);
+        return;
+    }
+    destination.sin_addr.s_addr = htonl(INADDR_BROADCAST);
+    if (socket.send(datagram, destination))
+        return;
+    destination.sin_addr.s_addr = htonl(MvdpDatagram::MulticastGroup);
+    socket.send(datagram, destination);
+}
+
+} // namespace
+
+void runServerLoop()
+{
+    const ServerSocket socket;
+    // One buffer for all datagrams: what a short one does not overwrite stays from the one before.
+    MvdpDatagram datagram;
+    sockaddr_in sender;
+    for (;;) {
+        if (!socket.receive(datagram, sender))
+            continue;
+        selectInterfaceFor(sender);
+        if (datagram.isRequest() && handleCommand(datagram))
+            sendReply(socket, datagram, sender);
+    }
+}

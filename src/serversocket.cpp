@@ -1,0 +1,94 @@
+#include "serversocket.h"
+
+#include "mvdpdatagram.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QString>
+#include <QtCore/QtGlobal>
+
+#include <cerrno>
+#include <cstring>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace
+{
+
+// Across a few routers at the most.
+const unsigned char MulticastTtl = 16;
+
+void warnOfFailure(const char *what)
+{
+    qWarning() << "Cannot" << what << QString::fromLocal8Bit(std::strerror(errno));
+}
+
+void bindToPort(int descriptor)
+{
+    sockaddr_in local;
+    std::memset(&local, 0, sizeof local);
+    local.sin_family = AF_INET;
+    local.sin_port = htons(MvdpDatagram::Port);
+    local.sin_addr.s_addr = htonl(INADDR_ANY);
+    if (::bind(descriptor, reinterpret_cast<const sockaddr *>(&local), sizeof local) != 0)
+        warnOfFailure("listen on UDP port 58553:");
+}
+
+void joinGroup(int descriptor)
+{
+    ip_mreq membership;
+    membership.imr_multiaddr.s_addr = htonl(MvdpDatagram::MulticastGroup);
+    membership.imr_interface.s_addr = htonl(INADDR_ANY);
+    if (::setsockopt(descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) != 0)
+        warnOfFailure("join multicast group 224.0.5.128:");
+}
+
+int openSocket()
+{
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+    if (descriptor < 0) {
+        warnOfFailure("open a UDP socket:");
+        return descriptor;
+    }
+    // One byte on purpose, here and at SO_BROADCAST: the kernel refuses socket options shorter than an int,
+    // so that a second server cannot share the port, and broadcast sends fail and replies to other subnets
+    // leave by the multicast group, which routers can pass on.
+    const unsigned char on = 1;
+    ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    bindToPort(descriptor);
+    ::setsockopt(descriptor, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    joinGroup(descriptor);
+    ::setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_TTL, &MulticastTtl, sizeof MulticastTtl);
+    return descriptor;
+}
+
+} // namespace
+
+ServerSocket::ServerSocket()
+    : m_descriptor(openSocket())
+{
+}
+
+ServerSocket::~ServerSocket()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+}
+
+bool ServerSocket::receive(MvdpDatagram &datagram, sockaddr_in &sender) const
+{
+    socklen_t length = sizeof sender;
+    const ssize_t received = ::recvfrom(m_descriptor, datagram.data(), MvdpDatagram::Size, 0,
+                                        reinterpret_cast<sockaddr *>(&sender), &length);
+    // An error that stays, as of a socket that could not be opened, must not keep a core busy.
+    if (received < 0 && errno != EINTR)
+        ::usleep(10000);
+    return received >= 1;
+}
+
+bool ServerSocket::send(const MvdpDatagram &datagram, const sockaddr_in &destination) const
+{
+    return ::sendto(m_descriptor, datagram.data(), MvdpDatagram::Size, 0,
+                    reinterpret_cast<const sockaddr *>(&destination), sizeof destination) >= 0;
+}

@@ -1,0 +1,32 @@
+#ifndef SERVERSOCKET_H
+#define SERVERSOCKET_H
+
+#include <netinet/in.h>
+
+class MvdpDatagram;
+
+// The UDP socket of the service: port 58553 on all local addresses, member of the protocol's multicast group.
+// Server thread only.
+class ServerSocket
+{
+public:
+    // Never fails; what cannot be set up is warned of, and a socket without port or group hears that much
+    // less.
+    ServerSocket();
+    ~ServerSocket();
+
+    // Waits for a datagram and puts up to 256 bytes of it at the start of the buffer; the rest of the buffer
+    // stays as it was. False when the datagram was empty or the receive failed.
+    bool receive(MvdpDatagram &datagram, sockaddr_in &sender) const;
+
+    // Sends the whole 256 bytes; true when the kernel took them.
+    bool send(const MvdpDatagram &datagram, const sockaddr_in &destination) const;
+
+private:
+    ServerSocket(const ServerSocket &);
+    ServerSocket &operator=(const ServerSocket &);
+
+    const int m_descriptor;
+};
+
+#endif // SERVERSOCKET_H
