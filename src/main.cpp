@@ -1,3 +1,4 @@
+#include "desktopscaling.h"
 #include "mvdpserverobj.h"
 #include "winkwidget/eventgrabber.h"
 
@@ -28,7 +29,10 @@ void printVersionIfAsked(const QStringList &arguments)
 
 int main(int argc, char **argv)
 {
+    disableDesktopScaling();
     QApplication application(argc, argv);
+    // The notice is the only window, and it comes and goes.
+    QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationVersion(QLatin1String(Version));
     printVersionIfAsked(QCoreApplication::arguments());
 

@@ -1,12 +1,17 @@
 #ifndef EVENTGRABBER_H
 #define EVENTGRABBER_H
 
+#include "winkhorwidget.h"
+#include "winkverwidget.h"
+
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QTimer>
 
 class QEvent;
 
-// Receives the wink requests that the server thread posts, as plain events of type QEvent::User, on the
-// thread that made it: the GUI thread.
+// Receives the wink requests that the server thread posts, as plain events of type QEvent::User, and shows
+// the notice until five seconds after the last one. Lives on the thread that made it, the GUI thread.
 class EventGrabber : public QObject
 {
     Q_OBJECT
@@ -18,8 +23,18 @@ public:
 
     bool event(QEvent *event) override;
 
+private Q_SLOTS:
+    void onTimeOut();
+
 private:
     EventGrabber();
+    void makeNotice();
+    void setNoticeVisible(bool visible);
+
+    // At most one of the two is ever made, on the first wink, and kept.
+    QPointer<WinkHorWidget> m_horizontalWindow;
+    QPointer<WinkVerWidget> m_verticalWindow;
+    QTimer m_hideTimer;
 };
 
 #endif // EVENTGRABBER_H

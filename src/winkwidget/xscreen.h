@@ -1,0 +1,14 @@
+#ifndef XSCREEN_H
+#define XSCREEN_H
+
+// In pixels of the X server, whatever scaling the toolkit does.
+struct XScreenSize {
+    int width;
+    int height;
+};
+
+// The size of the default screen of the X display that the environment names, asked of the server now. False
+// when the display cannot be opened.
+bool readXScreenSize(XScreenSize &size);
+
+#endif // XSCREEN_H
