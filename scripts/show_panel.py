@@ -1,0 +1,100 @@
+"""The work of run-panel: a panel as the system tests have it, on a screen, with mvdpctl across the wire."""
+
+import argparse
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tests" / "system"))
+
+from hwsdsim import build_folder  # noqa: E402
+from panel import MAC, Panel, Xvfb  # noqa: E402
+from waiting import wait_for  # noqa: E402
+
+MVDPCTL = build_folder() / "tools" / "mvdpctl" / "mvdpctl"
+PICTURE = build_folder() / "wink.png"
+NEW_ADDRESS = "192.168.10.77"
+HAND_COLOUR = bytes((255, 178, 36))
+
+
+def screen_size(text):
+    if not re.fullmatch(r"[1-9][0-9]{1,4}x[1-9][0-9]{1,4}", text):
+        raise argparse.ArgumentTypeError(f"{text!r} is not of the form 800x480")
+    return text
+
+
+def say(text):
+    print(f"\n== {text}", flush=True)
+
+
+def mvdpctl(panel, *arguments):
+    print("$ mvdpctl", *arguments, flush=True)
+    result = panel.tool.run([MVDPCTL, *arguments])
+    if result.returncode != 0:
+        sys.exit(f"mvdpctl ended with {result.returncode}")
+
+
+def take_picture(display):
+    """Once the notice is up and its hand is painted; a blink may hide the hand for a second at a time."""
+    def picture_with_hand():
+        picture = subprocess.run(["import", "-display", display, "-window", "root", "ppm:-"],
+                                 stdout=subprocess.PIPE, check=True).stdout
+        return picture if picture.count(HAND_COLOUR) > 100 else None
+
+    picture = wait_for(picture_with_hand, "the notice to be shown")
+    subprocess.run(["convert", "ppm:-", str(PICTURE)], input=picture, check=True)
+
+
+def show(panel, display):
+    say("Which panels are there?")
+    mvdpctl(panel, "discover")
+    say("Give it another address")
+    mvdpctl(panel, "set", MAC, "--address", NEW_ADDRESS, "--yes")
+    say("And now?")
+    mvdpctl(panel, "discover")
+    say("Wink, so that somebody in front of it sees which one it is")
+    mvdpctl(panel, "raw", "7", "--mac", MAC)
+    take_picture(display)
+    print(f"The notice on its screen: {PICTURE.relative_to(ROOT)}")
+
+
+def keep(panel, display):
+    say("The panel stays up until Ctrl-C. From another terminal, as root:")
+    print(f"  the tool's place in the network:  nsenter --net={panel.tool.path} {MVDPCTL} discover")
+    print(f"  the panel's:                      nsenter --net={panel.namespace.path} ip address")
+    print(f"  its screen:                       import -display {display} -window root screen.png")
+    print(f"  its platform service:             DBUS_SESSION_BUS_ADDRESS={panel.system_bus.address}")
+    print(f"  its log:                          {panel.stderr_path}", flush=True)
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
+    try:
+        signal.pause()
+    except KeyboardInterrupt:
+        print()
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="run-panel")
+    parser.add_argument("--keep", action="store_true")
+    parser.add_argument("--screen", type=screen_size, default="800x480")
+    arguments = parser.parse_args()
+
+    screen = Xvfb(arguments.screen + "x24")
+    try:
+        panel = Panel(sim=None, display=screen.display, start=False)
+        try:
+            panel.start_sim(options=["--apply-to-kernel"], prefix=["nsenter", f"--net={panel.namespace.path}"])
+            panel.start_service()
+            show(panel, screen.display)
+            if arguments.keep:
+                keep(panel, screen.display)
+        finally:
+            panel.close()
+    finally:
+        screen.close()
+
+
+if __name__ == "__main__":
+    main()
