@@ -1,0 +1,136 @@
+"""A D-Bus daemon for one test alone."""
+
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+
+from waiting import PATIENCE
+
+CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>{bus_type}</type>
+  <keep_umask/>
+  <listen>unix:path={socket}</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/>
+    <allow own="*"/>
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow send_requested_reply="true" send_type="method_return"/>
+    <allow send_requested_reply="true" send_type="error"/>
+    <allow receive_sender="*" eavesdrop="true"/>
+  </policy>
+</busconfig>
+"""
+
+# Whatever becomes of the tests, the daemon does not outlive them.
+ENDS_WITH_US = ["setpriv", "--pdeathsig", "KILL", "--"]
+
+
+def stop_process(process):
+    """Stops a child and returns when it stands still: a signal alone may leave it time for one more answer."""
+    process.send_signal(signal.SIGSTOP)
+    os.waitid(os.P_PID, process.pid, os.WSTOPPED)
+
+
+class PrivateBus:
+    """A bus on a Unix socket in a folder of its own: anybody may own any name, nothing is activated.
+
+    `address` is its D-Bus address, the same after a restart. `bus_type` is "session" or "system"; a program
+    finds it through DBUS_SESSION_BUS_ADDRESS or DBUS_SYSTEM_BUS_ADDRESS, see `environment`.
+    `prefix` is a command to run the daemon under, such as ["ip", "netns", "exec", "panel"].
+    """
+
+    def __init__(self, bus_type="session", prefix=(), start=True):
+        self._folder = tempfile.mkdtemp(prefix="mvdp-bus-")
+        self._socket = os.path.join(self._folder, "bus")
+        self._configuration = os.path.join(self._folder, "bus.conf")
+        self._messages = os.path.join(self._folder, "messages")
+        self._prefix = list(prefix)
+        self._daemon = None
+        self._type = bus_type
+        self.address = "unix:path=" + self._socket
+        with open(self._configuration, "w", encoding="ascii") as configuration:
+            configuration.write(CONFIGURATION.format(bus_type=bus_type, socket=self._socket))
+        if start:
+            self.start()
+
+    @property
+    def environment(self):
+        """The variable that leads a program to this bus."""
+        return {f"DBUS_{self._type.upper()}_BUS_ADDRESS": self.address}
+
+    @property
+    def running(self):
+        return self._daemon is not None and self._daemon.poll() is None
+
+    def start(self):
+        """Returns when the bus accepts connections. A running one is left alone."""
+        if self.running:
+            return
+        self._remove_socket()
+        read_end, write_end = os.pipe()
+        command = self._prefix + ENDS_WITH_US + ["dbus-daemon", "--nofork", f"--print-address={write_end}",
+                                                 "--config-file=" + self._configuration]
+        try:
+            with open(self._messages, "w", encoding="utf-8") as messages:
+                self._daemon = subprocess.Popen(command, pass_fds=[write_end], stdin=subprocess.DEVNULL,
+                                                stderr=messages)
+        finally:
+            os.close(write_end)
+        # The daemon prints its address when it listens, and closes the pipe when it fails.
+        with os.fdopen(read_end, "rb") as announcement:
+            line = announcement.readline()
+        if not line:
+            self._end_daemon()
+            with open(self._messages, encoding="utf-8") as messages:
+                raise RuntimeError("dbus-daemon did not start: " + messages.read())
+
+    def stop(self):
+        """Ends the daemon; whoever is connected loses the bus. start() brings it back at the same address."""
+        self._end_daemon()
+        self._remove_socket()
+
+    def restart(self):
+        self.stop()
+        self.start()
+
+    def pause(self):
+        """The daemon keeps its socket but answers nothing, until resume()."""
+        stop_process(self._daemon)
+
+    def resume(self):
+        self._daemon.send_signal(signal.SIGCONT)
+
+    def close(self):
+        """stop(), and removes the folder."""
+        self.stop()
+        shutil.rmtree(self._folder, ignore_errors=True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        self.close()
+
+    def _end_daemon(self):
+        if self._daemon is None:
+            return
+        if self._daemon.poll() is None:
+            self._daemon.send_signal(signal.SIGCONT)
+            self._daemon.terminate()
+            try:
+                self._daemon.wait(PATIENCE)
+            except subprocess.TimeoutExpired:
+                self._daemon.kill()
+                self._daemon.wait()
+        self._daemon = None
+
+    def _remove_socket(self):
+        try:
+            os.unlink(self._socket)
+        except FileNotFoundError:
+            pass

@@ -1,0 +1,45 @@
+#ifndef CATALOGUE_H
+#define CATALOGUE_H
+
+#include <QString>
+#include <QVariantList>
+#include <QVector>
+
+#include <functional>
+
+#include "panel.h"
+#include "reply.h"
+
+// The twelve interfaces: what the service exports where, and each method's signature and function.
+
+using Handler = std::function<Reply(Panel &, const QVariantList &)>;
+
+struct Method {
+    const char *interface;
+    const char *name;
+    const char *in;      // D-Bus signature of the arguments
+    const char *inNames; // their names, with commas between
+    const char *out;     // D-Bus signature of the reply
+    Handler handler;
+};
+
+struct Object {
+    const char *path;
+    const char *interface;
+};
+
+const QVector<Method> &allMethods();
+const QVector<Object> &allObjects();
+
+// Null when there is none. An empty interface finds the object's own, as D-Bus callers may leave it out.
+const Object *findObject(const QString &path);
+const Method *findMethod(const Object &object, const QString &interface, const QString &name);
+
+// Whether a key means the method: "*", a bare method name, or "interface.method", where the interface may
+// also stand without its leading "com.zelt.HWSD.".
+bool keyMeans(const QString &key, const QString &interface, const QString &name);
+
+// Introspection data of an object or of the root's children; empty for any other path.
+QString introspectionOf(const QString &path);
+
+#endif

@@ -1,0 +1,24 @@
+#ifndef PANEL_H
+#define PANEL_H
+
+#include <functional>
+
+#include "network.h"
+#include "panelstate.h"
+
+// What the methods work on: the panel, and the two things that they can make happen outside of it.
+struct Panel {
+    explicit Panel(bool applyToKernel)
+        : network(&state, applyToKernel)
+    {
+    }
+    Panel(const Panel &) = delete;
+    Panel &operator=(const Panel &) = delete;
+
+    PanelState state;
+    Network network;
+    std::function<void()> restart;
+    std::function<void(int plugged)> announceMouse;
+};
+
+#endif

@@ -1,0 +1,40 @@
+#include "terminationsignals.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace
+{
+
+// A signal handler may do little more than write to a pipe; the event loop reads it.
+int signalPipe[2];
+
+void onSignal(int)
+{
+    const int savedErrno = errno;
+    const char byte = 0;
+    // A full pipe already holds what this byte would say.
+    if (write(signalPipe[1], &byte, 1) < 0) {
+    }
+    errno = savedErrno;
+}
+
+} // namespace
+
+bool quitOnTerminationSignals(QCoreApplication *application)
+{
+    if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        return false;
+    auto *notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, application);
+    QObject::connect(notifier, &QSocketNotifier::activated, application, []() { QCoreApplication::quit(); });
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    action.sa_flags = SA_RESTART;
+    return sigaction(SIGTERM, &action, nullptr) == 0 && sigaction(SIGINT, &action, nullptr) == 0;
+}
