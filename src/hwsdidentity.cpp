@@ -8,6 +8,7 @@
 #include "i2cseeprominterface.h"
 #include "modelcodes.h"
 #include "partitioninfointerface.h"
+#include "publishonce.h"
 #include "systeminfointerface.h"
 
 #include <QtCore/QByteArray>
@@ -15,6 +16,7 @@
 
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace
 {
@@ -110,11 +112,8 @@ const QString *HWSDPlatform::systemDescription()
     if (!service)
         return nullptr;
     std::unique_ptr<const QString> found(new QString(findSystemDescription(*service)));
-    const QString *known = nullptr;
     // An empty name in the factory's table counts as not known yet.
-    if (!found->isEmpty() && m_systemDescription.compare_exchange_strong(known, found.get()))
-        found.release();
-    return m_systemDescription.load();
+    return found->isEmpty() ? nullptr : publishOnce(m_systemDescription, std::move(found));
 }
 
 QString HWSDPlatform::findSystemDescription(const HwsdLink &service) const
@@ -133,8 +132,10 @@ QString HWSDPlatform::findSystemDescription(const HwsdLink &service) const
     QDBusPendingReply<int, QByteArray> seepromReply =
         service.i2cSeeprom->readSlvAddr(SeepromSlaveAddress, SeepromModelAddress, SeepromModelLength);
     seepromReply.waitForFinished();
-    const QString text = seepromReply.isError() ? QString() : textFromSeeprom(seepromReply.argumentAt<1>());
-    if (!text.isEmpty())
-        return text;
-    return QLatin1String("HMI ") + QString::number(code);
+    QString text;
+    if (!seepromReply.isError())
+        text = textFromSeeprom(seepromReply.argumentAt<1>());
+    if (text.isEmpty())
+        text = QLatin1String("HMI ") + QString::number(code);
+    return text;
 }

@@ -3,9 +3,11 @@
 #include "hwsdlink.h"
 #include "hwsdtypes.h"
 #include "ipv4text.h"
+#include "publishonce.h"
 
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace
 {
@@ -20,12 +22,7 @@ HWSDPlatform *HWSDPlatform::instance()
 {
     if (HWSDPlatform *existing = theInstance.load())
         return existing;
-    HWSDPlatform *made = new HWSDPlatform;
-    HWSDPlatform *existing = nullptr;
-    if (theInstance.compare_exchange_strong(existing, made))
-        return made;
-    delete made;
-    return existing;
+    return publishOnce(theInstance, std::unique_ptr<HWSDPlatform>(new HWSDPlatform));
 }
 
 HWSDPlatform::HWSDPlatform()
@@ -52,10 +49,8 @@ HWSDPlatform::~HWSDPlatform()
 bool HWSDPlatform::connectToPlatform()
 {
     std::unique_ptr<const HwsdLink> made = HwsdLink::open();
-    const HwsdLink *existing = nullptr;
-    // Where both threads connect at once, the second drops its own link and uses the first one's.
-    if (made && m_link.compare_exchange_strong(existing, made.get()))
-        made.release();
+    if (made)
+        publishOnce(m_link, std::move(made));
     return m_link.load() != nullptr;
 }
 
