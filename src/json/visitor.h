@@ -1,0 +1,51 @@
+#ifndef JSON_VISITOR_H
+#define JSON_VISITOR_H
+
+#include <string>
+
+namespace json
+{
+
+template <typename T>
+class TrivialType_T;
+typedef TrivialType_T<double> Number;
+typedef TrivialType_T<bool> Boolean;
+typedef TrivialType_T<std::string> String;
+class Array;
+class Null;
+class Object;
+
+/**
+ * Receives the value of an element in its real kind, to edit it in place.
+ * UnknownElement::Accept calls exactly one Visit; children are not walked, a visitor that wants them
+ * calls Accept on them itself. The reference is valid for the call; a visitor must not convert or
+ * assign the element that is being visited.
+ */
+class Visitor
+{
+public:
+    virtual ~Visitor() {}
+    virtual void Visit(Array &array) = 0;
+    virtual void Visit(Object &object) = 0;
+    virtual void Visit(Number &number) = 0;
+    virtual void Visit(String &string) = 0;
+    virtual void Visit(Boolean &boolean) = 0;
+    virtual void Visit(Null &null) = 0;
+};
+
+/** The read-only sibling of Visitor. */
+class ConstVisitor
+{
+public:
+    virtual ~ConstVisitor() {}
+    virtual void Visit(const Array &array) = 0;
+    virtual void Visit(const Object &object) = 0;
+    virtual void Visit(const Number &number) = 0;
+    virtual void Visit(const String &string) = 0;
+    virtual void Visit(const Boolean &boolean) = 0;
+    virtual void Visit(const Null &null) = 0;
+};
+
+} // namespace json
+
+#endif // JSON_VISITOR_H

@@ -1,0 +1,26 @@
+#ifndef COMPLAINT_H
+#define COMPLAINT_H
+
+#include <QByteArray>
+
+#include <json/elements.h>
+
+/** What a json::Exception from the use says; "no exception" without one. */
+template <typename Use>
+QByteArray complaint(Use use)
+{
+    try {
+        use();
+    } catch (const json::Exception &error) {
+        return error.what();
+    }
+    return "no exception";
+}
+
+/** For the checked access that a non-const element would take for a conversion. */
+inline const json::UnknownElement &asConst(const json::UnknownElement &element)
+{
+    return element;
+}
+
+#endif // COMPLAINT_H

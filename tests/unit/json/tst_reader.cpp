@@ -1,0 +1,407 @@
+#include <QByteArray>
+#include <QTest>
+
+#include "json/jsontext.h"
+
+#include <sstream>
+#include <string>
+#include <type_traits>
+
+using json::Array;
+using json::Boolean;
+using json::Null;
+using json::Number;
+using json::Object;
+using json::Reader;
+using json::String;
+using json::UnknownElement;
+using jsontext::outcome;
+using jsontext::toBytes;
+using jsontext::toStd;
+using jsontext::written;
+
+namespace
+{
+
+typedef std::ios_base ios;
+
+QByteArray place(const Reader::Location &location)
+{
+    return QByteArray::number(location.m_nLine) + ':' + QByteArray::number(location.m_nLineOffset) + ':' +
+           QByteArray::number(location.m_nDocOffset);
+}
+
+// How reading an Object from the text ends, with the places of the error.
+QByteArray placedOutcome(const std::string &text)
+{
+    try {
+        jsontext::read<Object>(text);
+        return "ok";
+    } catch (const Reader::ScanException &error) {
+        return "scan\t" + QByteArray(error.what()) + '\t' + place(error.m_locError) + "\t-";
+    } catch (const Reader::ParseException &error) {
+        return "parse\t" + QByteArray(error.what()) + '\t' + place(error.m_locTokenBegin) + '\t' +
+               place(error.m_locTokenEnd);
+    }
+}
+
+} // namespace
+
+class TestReader : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void corpusIsReadAndRewritten_data();
+    void corpusIsReadAndRewritten();
+    void errorsTellTheirPlace_data();
+    void errorsTellTheirPlace();
+    void scanErrorLeavesStreamAtItsPlace_data() { corpusIsReadAndRewritten_data(); }
+    void scanErrorLeavesStreamAtItsPlace();
+
+    void emptyDocumentHasNoPlace_data();
+    void emptyDocumentHasNoPlace();
+    void codePointsBecomeLatin1_data();
+    void codePointsBecomeLatin1();
+    void numbersAreConverted_data();
+    void numbersAreConverted();
+    void scanErrorWinsOverEarlierParseError();
+    void errorInsideValueWinsOverDuplicate();
+    void documentMustBeOfTheTargetsKind_data();
+    void documentMustBeOfTheTargetsKind();
+    void everyKindIsReadAtTheTop();
+
+    void targetIsExtended();
+    void targetOfOtherKindIsReplaced();
+    void scanErrorLeavesTargetAlone();
+    void parseErrorKeepsWhatWasComplete_data();
+    void parseErrorKeepsWhatWasComplete();
+
+    void exceptionsAreSiblings();
+};
+
+void TestReader::corpusIsReadAndRewritten_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("expected");
+    QTest::addColumn<QByteArray>("rewritten");
+
+    const QList<QList<QByteArray>> lines = jsontext::table(JSON_RESULTS_FILE);
+    QVERIFY2(!lines.isEmpty(), "the table of results cannot be read");
+    for (int i = 0; i < lines.size(); ++i) {
+        const QList<QByteArray> &line = lines.at(i);
+        QCOMPARE(line.size(), 4);
+        const bool good = line.at(1) == "ok";
+        QTest::newRow((QByteArray::number(i + 1) + ' ' + line.at(0).left(60)).constData())
+            << jsontext::unescaped(line.at(0))
+            << (good ? QByteArray("ok") : line.at(1) + ": " + jsontext::unescaped(line.at(2)))
+            << (good ? jsontext::unescaped(line.at(3)) : QByteArray());
+    }
+}
+
+void TestReader::corpusIsReadAndRewritten()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, expected);
+    QFETCH(QByteArray, rewritten);
+
+    Object object;
+    QCOMPARE(outcome(object, toStd(input)), expected);
+    if (expected != "ok")
+        return;
+    QCOMPARE(written(object), rewritten);
+    const Object again = jsontext::read<Object>(toStd(rewritten));
+    QVERIFY(again == object);
+    QCOMPARE(written(again), rewritten);
+}
+
+void TestReader::errorsTellTheirPlace_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("expected");
+
+    const QList<QList<QByteArray>> lines = jsontext::table(JSON_LOCATIONS_FILE);
+    QVERIFY2(!lines.isEmpty(), "the table of places cannot be read");
+    for (int i = 0; i < lines.size(); ++i) {
+        const QList<QByteArray> &line = lines.at(i);
+        QCOMPARE(line.size(), 5);
+        QTest::newRow((QByteArray::number(i + 1) + ' ' + line.at(0).left(60)).constData())
+            << jsontext::unescaped(line.at(0))
+            << jsontext::unescaped(line.at(1) + '\t' + line.at(2) + '\t' + line.at(3) + '\t' + line.at(4));
+    }
+}
+
+void TestReader::errorsTellTheirPlace()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, expected);
+    QCOMPARE(placedOutcome(toStd(input)), expected);
+}
+
+void TestReader::scanErrorLeavesStreamAtItsPlace()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, expected);
+
+    std::istringstream stream(toStd(input));
+    Object object;
+    try {
+        Reader::Read(object, stream);
+        QCOMPARE(expected, QByteArray("ok"));
+    } catch (const Reader::ParseException &) {
+        QCOMPARE(stream.rdstate(), ios::eofbit | ios::failbit);
+    } catch (const Reader::ScanException &error) {
+        const bool atEnd = error.m_locError.m_nDocOffset == static_cast<unsigned int>(input.size());
+        QVERIFY(atEnd || stream.good());
+        stream.clear();
+        QCOMPARE(static_cast<unsigned int>(stream.tellg()), error.m_locError.m_nDocOffset);
+    }
+}
+
+void TestReader::emptyDocumentHasNoPlace_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::newRow("empty") << QByteArray("");
+    QTest::newRow("white") << QByteArray(" \t\r\n\v\f ");
+}
+
+void TestReader::emptyDocumentHasNoPlace()
+{
+    QFETCH(QByteArray, input);
+    QCOMPARE(placedOutcome(toStd(input)), QByteArray("parse\tUnexpected end of token stream\t0:0:0\t0:0:0"));
+}
+
+void TestReader::codePointsBecomeLatin1_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("expected");
+    const QByteArray error("scan\tUnrecognized escape sequence found in string: \\u\t0:3:3\t-");
+    QTest::newRow("ASCII") << QByteArray("\"\\u0041\"") << QByteArray("A");
+    QTest::newRow("NUL") << QByteArray("\"a\\u0000b\"") << QByteArray("a\0b", 3);
+    QTest::newRow("Latin-1, both cases") << QByteArray("\"\\u00e9\\u00FF\"") << QByteArray("\xe9\xff");
+    QTest::newRow("first beyond") << QByteArray("\"\\u0100\"") << QByteArray("?");
+    QTest::newRow("surrogates") << QByteArray("\"\\ud83d\\uDE00\"") << QByteArray("??");
+    QTest::newRow("digits behind") << QByteArray("\"\\u00411\"") << QByteArray("A1");
+    QTest::newRow("three digits") << QByteArray("\"\\u004\"") << error;
+    QTest::newRow("no digits") << QByteArray("\"\\u\"") << error;
+    QTest::newRow("not hexadecimal") << QByteArray("\"\\u00g1\"") << error;
+    QTest::newRow("sign") << QByteArray("\"\\u+041\"") << error;
+    QTest::newRow("end of stream") << QByteArray("\"\\u00") << error;
+    QTest::newRow("upper-case letter")
+        << QByteArray("\"\\U0041\"")
+        << QByteArray("scan\tUnrecognized escape sequence found in string: \\U\t0:3:3\t-");
+}
+
+void TestReader::codePointsBecomeLatin1()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, expected);
+    if (expected.startsWith("scan"))
+        QCOMPARE(placedOutcome(toStd(input)), expected);
+    else
+        QCOMPARE(toBytes(jsontext::read<String>(toStd(input)).Value()), expected);
+}
+
+void TestReader::numbersAreConverted_data()
+{
+    QTest::addColumn<QByteArray>("token");
+    QTest::addColumn<QByteArray>("expected");
+    const char *const rows[][2] = {
+        {"0", "0"},
+        {"-0", "-0"},
+        {"00", "0"},
+        {"01", "1"},
+        {"-01", "-1"},
+        {"007.50", "7.5"},
+        {"1.", "1"},
+        {"-.5", "-0.5"},
+        {"1.e3", "1000"},
+        {"1e03", "1000"},
+        {"1E-05", "1.0000000000000000818e-05"},
+        {"-", "0"},
+        {"-.", "0"},
+        {"1e", "0"},
+        {"1e+", "0"},
+        {"1.5e", "0"},
+        {"-1.5e+", "0"},
+        {"1e309", "1.7976931348623157081e+308"},
+        {"1e999", "1.7976931348623157081e+308"},
+        {"-1e999", "-1.7976931348623157081e+308"},
+        {"1e99999999999999999999", "1.7976931348623157081e+308"},
+        {"1e-400", "0"},
+        {"-1e-400", "-0"},
+        {"1e-99999999999999999999", "0"},
+        {"4.9406564584124654e-324", "4.9406564584124654418e-324"},
+        {"9007199254740993", "9007199254740992"},
+        {"9007199254740993.0000000000000000000001", "9007199254740994"},
+        {"1.2.3", "parse: Unexpected character in NUMBER token: ."},
+        {"1-2", "parse: Unexpected character in NUMBER token: -"},
+        {"1+", "parse: Unexpected character in NUMBER token: +"},
+        {"1e5.5", "parse: Unexpected character in NUMBER token: ."},
+        {"1e5e5", "parse: Unexpected character in NUMBER token: e"},
+        {"1e5E", "parse: Unexpected character in NUMBER token: E"},
+        {"--1", "parse: Unexpected character in NUMBER token: \xff"},
+        {"-+1", "parse: Unexpected character in NUMBER token: \xff"},
+        {"-e1", "parse: Unexpected character in NUMBER token: \xff"},
+        {"-.e1", "parse: Unexpected character in NUMBER token: \xff"},
+        {"1ee5", "parse: Unexpected character in NUMBER token: \xff"},
+        {"1e--5", "parse: Unexpected character in NUMBER token: \xff"},
+    };
+    for (const auto &row : rows)
+        QTest::newRow(row[0]) << QByteArray(row[0]) << QByteArray(row[1]);
+}
+
+void TestReader::numbersAreConverted()
+{
+    QFETCH(QByteArray, token);
+    QFETCH(QByteArray, expected);
+    Number number = 7;
+    const QByteArray end = outcome(number, toStd(token));
+    if (expected.startsWith("parse")) {
+        QCOMPARE(end, expected);
+        QCOMPARE(number.Value(), 7.0);
+    } else {
+        QCOMPARE(end, QByteArray("ok"));
+        QCOMPARE(written(number), expected);
+    }
+}
+
+void TestReader::scanErrorWinsOverEarlierParseError()
+{
+    Object object;
+    QCOMPARE(outcome(object, "{\"a\" 1 @}"), QByteArray("scan: Unexpected character in stream: @"));
+    QCOMPARE(outcome(object, "{\"a\":1,\"a\":2,x}"), QByteArray("scan: Unexpected character in stream: x"));
+    QCOMPARE(outcome(object, "]]]]\""), QByteArray("scan: Expected string: \""));
+}
+
+void TestReader::errorInsideValueWinsOverDuplicate()
+{
+    Object object;
+    QCOMPARE(outcome(object, "{\"a\":1,\"a\":[,]}"), QByteArray("parse: Unexpected token: ,"));
+}
+
+void TestReader::documentMustBeOfTheTargetsKind_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<int>("kind");
+    const char *const documents[] = {"null", "true", "1", "\"1\"", "[1]", "{\"1\":1}"};
+    for (int kind = 0; kind < 6; ++kind)
+        QTest::newRow(documents[kind]) << QByteArray(documents[kind]) << kind;
+}
+
+void TestReader::documentMustBeOfTheTargetsKind()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(int, kind);
+    Null null;
+    Boolean boolean;
+    Number number;
+    String string;
+    Array array;
+    Object object;
+    const std::string text = toStd(input);
+    const QByteArray outcomes[] = {outcome(null, text),   outcome(boolean, text), outcome(number, text),
+                                   outcome(string, text), outcome(array, text),   outcome(object, text)};
+    for (int i = 0; i < 6; ++i) {
+        if (i == kind)
+            QCOMPARE(outcomes[i], QByteArray("ok"));
+        else
+            QVERIFY2(outcomes[i].startsWith("parse: Unexpected token: "), outcomes[i].constData());
+    }
+}
+
+void TestReader::everyKindIsReadAtTheTop()
+{
+    QVERIFY(jsontext::read<UnknownElement>("null") == Null());
+    QVERIFY(jsontext::read<UnknownElement>("true") == Boolean(true));
+    QVERIFY(jsontext::read<UnknownElement>("false") == Boolean(false));
+    QVERIFY(jsontext::read<UnknownElement>("-1.5") == Number(-1.5));
+    QVERIFY(jsontext::read<UnknownElement>("\"x\"") == String("x"));
+    QVERIFY(jsontext::read<UnknownElement>("[]") == Array());
+    QVERIFY(jsontext::read<UnknownElement>("{}") == Object());
+}
+
+void TestReader::targetIsExtended()
+{
+    Object object;
+    object["a"] = Number(1);
+    QCOMPARE(outcome(object, "{\"b\":2}"), QByteArray("ok"));
+    QCOMPARE(written(object), QByteArray("{\n\t\"a\" : 1,\n\t\"b\" : 2\n}"));
+    QCOMPARE(outcome(object, "{\"c\":3,\"a\":4}"), QByteArray("parse: Duplicate object member token: a"));
+    QCOMPARE(written(object), QByteArray("{\n\t\"a\" : 1,\n\t\"b\" : 2,\n\t\"c\" : 3\n}"));
+
+    Array array;
+    array.Insert(Number(1));
+    QCOMPARE(outcome(array, "[2]"), QByteArray("ok"));
+    QCOMPARE(written(array), QByteArray("[\n\t1,\n\t2\n]"));
+
+    UnknownElement element = array;
+    QCOMPARE(outcome(element, "[3]"), QByteArray("ok"));
+    QCOMPARE(written(element), QByteArray("[\n\t1,\n\t2,\n\t3\n]"));
+}
+
+void TestReader::targetOfOtherKindIsReplaced()
+{
+    UnknownElement element = String("x");
+    QCOMPARE(outcome(element, "[3]"), QByteArray("ok"));
+    QCOMPARE(written(element), QByteArray("[\n\t3\n]"));
+    QCOMPARE(outcome(element, "null"), QByteArray("ok"));
+    QVERIFY(element == Null());
+}
+
+void TestReader::scanErrorLeavesTargetAlone()
+{
+    UnknownElement element = String("x");
+    QCOMPARE(outcome(element, "[1,2,@"), QByteArray("scan: Unexpected character in stream: @"));
+    QVERIFY(element == String("x"));
+}
+
+void TestReader::parseErrorKeepsWhatWasComplete_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("kept");
+    const char *const rows[][2] = {
+        {"[1,[2,3,}", "[\n\t1,\n\t[\n\t\t2,\n\t\t3,\n\t\tnull\n\t]\n]"},
+        {"[1,]", "[\n\t1,\n\tnull\n]"},
+        {"[1,1.2.3]", "[\n\t1,\n\t0\n]"},
+        {"[1 2]", "[\n\t1\n]"},
+        {"[1] 2", "[\n\t1\n]"},
+        {"{\"a\":1,\"b\":{\"c\":2,}}", "{\n\t\"a\" : 1\n}"},
+        {"{\"a\":1,\"b\":[2,", "{\n\t\"a\" : 1\n}"},
+        {"{\"a\":1,\"a\":2}", "{\n\t\"a\" : 1\n}"},
+        {"[{\"a\":1,\"b\"}]", "[\n\t{\n\t\t\"a\" : 1\n\t}\n]"},
+        {"{\"a\":1}}", "{\n\t\"a\" : 1\n}"},
+    };
+    for (const auto &row : rows)
+        QTest::newRow(row[0]) << QByteArray(row[0]) << QByteArray(row[1]);
+}
+
+void TestReader::parseErrorKeepsWhatWasComplete()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, kept);
+    UnknownElement element;
+    const QByteArray end = outcome(element, toStd(input));
+    QVERIFY2(end.startsWith("parse: "), end.constData());
+    QCOMPARE(written(element), kept);
+}
+
+void TestReader::exceptionsAreSiblings()
+{
+    static_assert(std::is_base_of<json::Exception, Reader::ScanException>::value, "");
+    static_assert(std::is_base_of<json::Exception, Reader::ParseException>::value, "");
+    static_assert(!std::is_base_of<Reader::ScanException, Reader::ParseException>::value, "");
+    static_assert(!std::is_base_of<Reader::ParseException, Reader::ScanException>::value, "");
+
+    const Reader::Location nowhere;
+    QCOMPARE(place(nowhere), QByteArray("0:0:0"));
+    Reader::Location there;
+    there.m_nLine = 1;
+    const Reader::ParseException original("text", nowhere, there);
+    const Reader::ParseException copy(original);
+    QCOMPARE(copy.what(), "text");
+    QCOMPARE(copy.m_locTokenEnd.m_nLine, 1U);
+}
+
+QTEST_APPLESS_MAIN(TestReader)
+#include "tst_reader.moc"

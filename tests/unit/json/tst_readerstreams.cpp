@@ -1,0 +1,266 @@
+// The Reader and the streams it is given, in whatever state they are.
+
+#include <QByteArray>
+#include <QTest>
+
+#include "json/jsontext.h"
+
+#include <fstream>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+
+using json::Array;
+using json::Number;
+using json::Object;
+using json::Reader;
+using json::UnknownElement;
+using jsontext::outcome;
+using jsontext::toStd;
+using jsontext::written;
+
+namespace
+{
+
+typedef std::ios_base ios;
+
+// Gives the text and then fails as a device does.
+class FailingBuffer : public std::streambuf
+{
+public:
+    explicit FailingBuffer(const std::string &text)
+        : m_text(text)
+    {
+        setg(&m_text[0], &m_text[0], &m_text[0] + m_text.size());
+    }
+
+protected:
+    int_type underflow() override { throw std::runtime_error("device lost"); }
+
+private:
+    std::string m_text;
+};
+
+// Gives one byte at a time and no memory of it: nothing can be put back or looked at twice.
+class DrippingBuffer : public std::streambuf
+{
+public:
+    explicit DrippingBuffer(const std::string &text)
+        : m_text(text)
+        , m_next(0)
+    {
+    }
+
+protected:
+    int_type underflow() override
+    {
+        return m_next < m_text.size() ? traits_type::to_int_type(m_text[m_next]) : traits_type::eof();
+    }
+    int_type uflow() override
+    {
+        const int_type byte = underflow();
+        ++m_next;
+        return byte;
+    }
+
+private:
+    std::string m_text;
+    std::string::size_type m_next;
+};
+
+class CommaForPoint : public std::numpunct<char>
+{
+protected:
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+// Makes the program's locale one that writes 1.234,5.
+class ForeignLocale
+{
+public:
+    ForeignLocale()
+        : m_former(std::locale::global(std::locale(std::locale::classic(), new CommaForPoint)))
+    {
+    }
+    ~ForeignLocale() { std::locale::global(m_former); }
+
+private:
+    std::locale m_former;
+};
+
+} // namespace
+
+class TestReaderStreams : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void streamIsAtItsEndAfterwards();
+    void usedUpStreamIsAnEmptyDocument();
+    void twoDocumentsAreOneTooMany();
+    void unreadableStreamIsAScanError();
+    void failingStreamIsAScanError_data();
+    void failingStreamIsAScanError();
+    void slowStreamIsRead();
+    void exceptionsOfTheStreamStayOut_data();
+    void exceptionsOfTheStreamStayOut();
+    void formatFlagsDoNotMatter();
+    void localeDoesNotMatter();
+    void operatorReads();
+};
+
+void TestReaderStreams::streamIsAtItsEndAfterwards()
+{
+    std::istringstream good("{} ");
+    Object object;
+    QCOMPARE(outcome(object, good), QByteArray("ok"));
+    QCOMPARE(good.rdstate(), ios::eofbit | ios::failbit);
+
+    std::istringstream open("\"x");
+    QCOMPARE(outcome(object, open), QByteArray("scan: Expected string: \""));
+    QVERIFY(open.eof());
+}
+
+void TestReaderStreams::usedUpStreamIsAnEmptyDocument()
+{
+    std::istringstream stream("{}");
+    Object object;
+    QCOMPARE(outcome(object, stream), QByteArray("ok"));
+    QCOMPARE(outcome(object, stream), QByteArray("parse: Unexpected end of token stream"));
+    stream.clear();
+    QCOMPARE(outcome(object, stream), QByteArray("parse: Unexpected end of token stream"));
+}
+
+void TestReaderStreams::twoDocumentsAreOneTooMany()
+{
+    Object object;
+    QCOMPARE(outcome(object, "{\"a\":1}\n{}"), QByteArray("parse: Expected End of token stream; found {"));
+    QCOMPARE(object.Size(), std::size_t(1));
+}
+
+void TestReaderStreams::unreadableStreamIsAScanError()
+{
+    const QByteArray error("scan: Unexpected character in stream: \xff");
+    Object object;
+    std::ifstream missing("/nonexistent/file");
+    QCOMPARE(outcome(object, missing), error);
+    std::ifstream directory("/");
+    QCOMPARE(outcome(object, directory), error);
+    std::istringstream failed("{}");
+    failed.setstate(ios::failbit);
+    QCOMPARE(outcome(object, failed), error);
+    std::istringstream bad("{}");
+    bad.setstate(ios::badbit);
+    QCOMPARE(outcome(object, bad), error);
+    std::istream bufferless(nullptr);
+    QCOMPARE(outcome(object, bufferless), error);
+}
+
+void TestReaderStreams::failingStreamIsAScanError_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("expected");
+    const QByteArray stray("scan: Unexpected character in stream: \xff");
+    QTest::newRow("at once") << QByteArray("") << stray;
+    QTest::newRow("in a string") << QByteArray("{\"a") << QByteArray("scan: Expected string: \"");
+    QTest::newRow("in an escape") << QByteArray("{\"a\\") << QByteArray("scan: Expected string: \"");
+    QTest::newRow("in a literal") << QByteArray("{\"a\":nul") << QByteArray("scan: Expected string: null");
+    QTest::newRow("after a number") << QByteArray("{\"a\":1") << stray;
+    QTest::newRow("after a complete document") << QByteArray("{\"a\":1}") << stray;
+}
+
+void TestReaderStreams::failingStreamIsAScanError()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, expected);
+    FailingBuffer buffer(toStd(input));
+    std::istream stream(&buffer);
+    Object object;
+    QCOMPARE(outcome(object, stream), expected);
+    QCOMPARE(stream.rdstate(), ios::badbit);
+    QVERIFY(object.Empty());
+}
+
+void TestReaderStreams::slowStreamIsRead()
+{
+    DrippingBuffer buffer("{\"a\":[1,true,\"\\u0041\\n\"]}");
+    std::istream stream(&buffer);
+    Object object;
+    QCOMPARE(outcome(object, stream), QByteArray("ok"));
+    QCOMPARE(written(object), QByteArray("{\n\t\"a\" : [\n\t\t1,\n\t\ttrue,\n\t\t\"A\\n\"\n\t]\n}"));
+}
+
+void TestReaderStreams::exceptionsOfTheStreamStayOut_data()
+{
+    QTest::addColumn<int>("mask");
+    QTest::newRow("failbit") << static_cast<int>(ios::failbit);
+    QTest::newRow("eofbit") << static_cast<int>(ios::eofbit);
+    QTest::newRow("badbit") << static_cast<int>(ios::badbit);
+}
+
+void TestReaderStreams::exceptionsOfTheStreamStayOut()
+{
+    QFETCH(int, mask);
+    const ios::iostate exceptions = static_cast<ios::iostate>(mask);
+
+    std::istringstream good("{\"a\":1}");
+    good.exceptions(exceptions);
+    Object object;
+    QCOMPARE(outcome(object, good), QByteArray("ok"));
+    QCOMPARE(object.Size(), std::size_t(1));
+    QCOMPARE(good.rdstate(), ios::eofbit | ios::failbit);
+    QCOMPARE(good.exceptions(), exceptions);
+
+    std::istringstream wrong("[");
+    wrong.exceptions(exceptions);
+    QCOMPARE(outcome(object, wrong), QByteArray("parse: Unexpected token: ["));
+
+    FailingBuffer buffer("{");
+    std::istream failing(&buffer);
+    failing.exceptions(exceptions);
+    QCOMPARE(outcome(object, failing), QByteArray("scan: Unexpected character in stream: \xff"));
+    QCOMPARE(failing.rdstate(), ios::badbit);
+}
+
+void TestReaderStreams::formatFlagsDoNotMatter()
+{
+    std::istringstream stream("{\"a b\" : [ 10 , \" x \" ]}");
+    stream >> std::hex >> std::noskipws >> std::boolalpha;
+    stream.width(2);
+    Object object;
+    QCOMPARE(outcome(object, stream), QByteArray("ok"));
+    QCOMPARE(written(object), QByteArray("{\n\t\"a b\" : [\n\t\t10,\n\t\t\" x \"\n\t]\n}"));
+}
+
+void TestReaderStreams::localeDoesNotMatter()
+{
+    const ForeignLocale foreign;
+    std::ostringstream proof;
+    proof << 1234.5;
+    QCOMPARE(proof.str(), std::string("1.234,5"));
+
+    QCOMPARE(jsontext::read<Number>("1.5").Value(), 1.5);
+    QCOMPARE(jsontext::read<Number>("-0.25").Value(), -0.25);
+    QCOMPARE(jsontext::read<Number>("1234567").Value(), 1234567.0);
+    Array array;
+    QCOMPARE(outcome(array, "[1,5]"), QByteArray("ok"));
+    QCOMPARE(array.Size(), std::size_t(2));
+}
+
+void TestReaderStreams::operatorReads()
+{
+    std::istringstream stream("[1]");
+    UnknownElement element;
+    QVERIFY(&(stream >> element) == &stream);
+    QCOMPARE(written(element), QByteArray("[\n\t1\n]"));
+    std::istringstream wrong("[");
+    QVERIFY_EXCEPTION_THROWN(wrong >> element, Reader::ParseException);
+}
+
+QTEST_APPLESS_MAIN(TestReaderStreams)
+#include "tst_readerstreams.moc"
