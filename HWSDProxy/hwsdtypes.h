@@ -17,7 +17,7 @@ struct partitionInfo {
     partitionInfo();
 };
 
-// D-Bus signature (yyyayayyayy). The service never sends it to this program; which field stands where is
+// D-Bus signature (yyyayayyyayy). The service never sends it to this program; which field stands where is
 // the service's own affair, and the names here follow its single getters as far as their sizes allow.
 struct systemInfo {
     quint8 day;

@@ -25,6 +25,6 @@ function(mvdp_own_code target)
     if(MVDP_WERROR)
         target_compile_options(${target} PRIVATE -Werror)
     endif()
-    # String concatenation and casts from plain 8-bit text are written out: the protocol's text is Latin-1.
+    # Text that leaves as bytes says in which encoding: the protocol's is Latin-1.
     target_compile_definitions(${target} PRIVATE QT_NO_CAST_TO_ASCII)
 endfunction()

@@ -2,7 +2,6 @@
 
 #include <QtCore/QList>
 
-#include <cerrno>
 #include <cstddef>
 #include <cstring>
 
@@ -32,10 +31,10 @@ bool takesConnection(const QByteArray &path, bool abstract)
     const int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (probe < 0)
         return false;
-    const int result =
-        ::connect(probe, reinterpret_cast<const sockaddr *>(&address), static_cast<socklen_t>(size));
-    // A full queue of connections (EAGAIN) is a listener too.
-    const bool taken = result == 0 || errno == EAGAIN;
+    // A listener whose queue is full counts as none: a bus that takes no connection would hold the caller up
+    // without end.
+    const bool taken =
+        ::connect(probe, reinterpret_cast<const sockaddr *>(&address), static_cast<socklen_t>(size)) == 0;
     ::close(probe);
     return taken;
 }

@@ -15,8 +15,8 @@
 namespace
 {
 
-// Empty files whose existence is the message; what starts next reads them. The first lies in the working
-// directory, and its name, carriage return included, is what the start-up scripts in the field look for.
+// Empty files whose existence is the message to what starts next. The first lies in the working directory;
+// the carriage return is part of its name.
 const char RelativeMarker[] = "mntdatahmi\restorecdsdefault.bin";
 const char AbsoluteMarker[] = "/mnt/data/hmi/restorecdsdefault.bin";
 

@@ -8,9 +8,12 @@
 #include "partitioninfointerface.h"
 #include "systeminfointerface.h"
 
-#include <QtCore/QAtomicInt>
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDebug>
 #include <QtDBus/QDBusError>
+
+#include <atomic>
+#include <utility>
 
 namespace
 {
@@ -23,22 +26,26 @@ const int RootProxyAttempts = 3;
 
 const char ErrorReachingService[] = "Error reaching dbus service: ";
 
-// Unique, so that Qt opens a connection instead of handing out an earlier one, except where trying may start
-// programs (a bus that launches itself): there Qt's memory of one failure is welcome.
-QString connectionName(QDBusConnection::BusType type, BusState state)
+// Unique, so that Qt opens a connection instead of handing out an earlier one.
+QString uniqueConnectionName()
 {
-    static QAtomicInt counter(0);
-    const QString bus = QLatin1String(type == QDBusConnection::SystemBus ? "system" : "session");
-    if (state == BusState::NotNamed)
-        return QLatin1String("mvdp-hwsd-") + bus;
-    return QLatin1String("mvdp-hwsd-") + bus + QString::number(counter.fetchAndAddOrdered(1));
+    static std::atomic<unsigned> counter(0);
+    return QLatin1String("mvdp-hwsd-") + QString::number(counter++);
 }
 
-QDBusConnection openBus(QDBusConnection::BusType type, BusState state, const QString &name)
+// A bus that has no address may be one that is launched on demand. That is tried until it fails once, not
+// with every datagram: each try may start programs.
+std::atomic<bool> launchFailed(false);
+
+QDBusConnection openBus(QDBusConnection::BusType type, const QString &name)
 {
-    if (state == BusState::NotListening)
+    const BusState state = busState(type);
+    if (state == BusState::NotListening || (state == BusState::NotNamed && launchFailed))
         return QDBusConnection(QString());
-    return QDBusConnection::connectToBus(type, name);
+    const QDBusConnection connection = QDBusConnection::connectToBus(type, name);
+    if (state == BusState::NotNamed && !connection.isConnected())
+        launchFailed = true;
+    return connection;
 }
 
 bool isAnswer(const QDBusMessage &reply)
@@ -78,13 +85,8 @@ std::unique_ptr<Proxy> makeObjectProxy(const BusConnection &bus, const char *pat
 } // namespace
 
 BusConnection::BusConnection(QDBusConnection::BusType type)
-    : BusConnection(type, busState(type))
-{
-}
-
-BusConnection::BusConnection(QDBusConnection::BusType type, BusState state)
-    : m_name(connectionName(type, state))
-    , m_connection(openBus(type, state, m_name))
+    : m_name(uniqueConnectionName())
+    , m_connection(openBus(type, m_name))
 {
 }
 
@@ -158,6 +160,17 @@ std::unique_ptr<HwsdLink> HwsdLink::openOnSessionBus(std::unique_ptr<BusConnecti
     return link;
 }
 
+void HwsdLink::leaveEventsToGuiThread()
+{
+    QThread *guiThread = QCoreApplication::instance()->thread();
+    if (root)
+        root->moveToThread(guiThread);
+    systemInfo->moveToThread(guiThread);
+    mainOsInfo->moveToThread(guiThread);
+    networkManager->moveToThread(guiThread);
+    i2cSeeprom->moveToThread(guiThread);
+}
+
 void HwsdLink::makeRootProxy()
 {
     for (int attempt = 0; attempt < RootProxyAttempts; ++attempt) {
@@ -171,7 +184,7 @@ void HwsdLink::makeRootProxy()
 
 void HwsdLink::makeObjectProxies()
 {
-    // "SysteInfo" and "m_networkManager" are what log filters in the field look for.
+    // "SysteInfo" and "m_networkManager" are part of the texts, which are kept as they are.
     systemInfo = makeObjectProxy<ComZeltHWSDSystemInfoInterface>(*bus, "/SystemInfo",
                                                                  "Cannot get /SysteInfo object : ");
     mainOsInfo = makeObjectProxy<ComZeltHWSDPartitionInfoInterface>(*bus, "/MainOSInfo",

@@ -7,8 +7,6 @@
 
 #include <memory>
 
-enum class BusState;
-
 class ComZeltHWSDI2CSEEPROMInterface;
 class ComZeltHWSDInterface;
 class ComZeltHWSDNetworkManagerInterface;
@@ -32,7 +30,6 @@ public:
     QDBusMessage pingService() const;
 
 private:
-    BusConnection(QDBusConnection::BusType type, BusState state);
     BusConnection(const BusConnection &);
     BusConnection &operator=(const BusConnection &);
 
@@ -50,6 +47,12 @@ struct HwsdLink {
     // bus can be had or the service answers on neither. Blocks for up to 40 s when a service
     // hangs.
     static std::unique_ptr<HwsdLink> open();
+
+    // Qt sends each proxy an event when the service comes or goes. The thread that made the proxies may have
+    // no event loop to take these events, which would then pile up; the GUI thread has one. To be called on
+    // the thread that made the link, once it is known that the link stays; calls can be made from any thread,
+    // before and after.
+    void leaveEventsToGuiThread();
 
     const std::unique_ptr<BusConnection> bus;
     // Null when the service did not come up in time; the other four exist always, though perhaps invalid:

@@ -48,10 +48,13 @@ HWSDPlatform::~HWSDPlatform()
 
 bool HWSDPlatform::connectToPlatform()
 {
-    std::unique_ptr<const HwsdLink> made = HwsdLink::open();
-    if (made)
-        publishOnce(m_link, std::move(made));
-    return m_link.load() != nullptr;
+    std::unique_ptr<HwsdLink> made = HwsdLink::open();
+    if (!made)
+        return m_link.load() != nullptr;
+    HwsdLink *const own = made.get();
+    if (publishOnce(m_link, std::move(made)) == own)
+        own->leaveEventsToGuiThread();
+    return true;
 }
 
 const HwsdLink *HWSDPlatform::link()

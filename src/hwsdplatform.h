@@ -16,9 +16,9 @@ struct HwsdLink;
 //
 // IPv4 values are numbers whose most significant byte is the first dotted octet.
 //
-// Operations that talk to the service connect to it when that has not been done yet (up to 40 s with a
-// service that hangs) and return false, 0 or an empty text when it cannot be reached. Each call then blocks
-// until the service answers, or for D-Bus's own time-out.
+// Operations that talk to the service connect to it when that has not been done yet (each for up to 40 s,
+// with a service that hangs) and return false, 0 or an empty text when it cannot be reached. Each call then
+// blocks until the service answers, or for D-Bus's own time-out.
 //
 // Threads: the server thread uses everything. The GUI thread may at any time call instance(),
 // ipAddressString() and systemInfoText(); what these read is an atomic number or is published complete
@@ -49,12 +49,15 @@ public:
     bool setGateway(quint32 gateway);
 
     // Reads the interface's settings in force into the cache. False only when there is no bus: when the
-    // service refuses, or answers with values of a wrong type (a warning), the cache stays as it was.
+    // service refuses, or answers with values of a wrong type (a warning), the cache stays as it was. An
+    // answer that is no JSON object, or one without a name, counts as an empty record: address, netmask,
+    // gateway and the first byte of the MAC address become 0, DHCP is off.
     bool refreshNetworkState();
 
     // Writes the staged settings and has the service put them into force, without waiting to see it happen.
     // False when the interface's record cannot be read, and nothing is sent then; a refused write is true all
-    // the same, because the protocol's "not applied" speaks of the reading alone.
+    // the same, because the protocol's "not applied" speaks of the reading alone. A record that reads as
+    // empty (see above) is filled with the settings and sent like any other.
     bool applyConfiguration();
 
     // Puts the factory's network configuration into force; true when the service agreed. The cache stays.
@@ -94,7 +97,7 @@ private:
     const QString *systemDescription();
     QString findSystemDescription(const HwsdLink &service) const;
 
-    std::atomic<const HwsdLink *> m_link;
+    std::atomic<HwsdLink *> m_link;
     std::atomic<const QString *> m_systemDescription; // owned; null: not known yet
     std::atomic<quint32> m_ipAddress;
 

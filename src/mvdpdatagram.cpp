@@ -9,9 +9,9 @@ const std::uint32_t MagicNumber = 0x0306135E;
 const std::uint8_t OldestRequestVersion = 2;
 const std::uint8_t ReplyVersion = 4;
 
-// Read as three little-endian numbers: 600, 9999 and 397. Tools know a panel's answer by them.
+// Read as three little-endian numbers: 600, 9999 and 397. Told to tools, used nowhere here.
 const std::uint8_t FixedIdentityBytes[6] = {0x58, 0x02, 0x0F, 0x27, 0x8D, 0x01};
-const std::uint8_t FixedCapabilityBytes[4] = {0x00, 0x00, 0x02, 0x00};
+const std::uint8_t Fixed40Bytes[4] = {0x00, 0x00, 0x02, 0x00};
 
 } // namespace
 
@@ -72,8 +72,8 @@ void MvdpDatagram::setIdentity(const MvdpIdentity &identity)
     std::memcpy(m_bytes + FixedIdentity, FixedIdentityBytes, sizeof FixedIdentityBytes);
     std::memset(m_bytes + Reserved32, 0, PartitionVersion - Reserved32);
     setNumber32(PartitionVersion, identity.partitionVersion);
-    std::memset(m_bytes + Reserved38, 0, FixedCapability - Reserved38);
-    std::memcpy(m_bytes + FixedCapability, FixedCapabilityBytes, sizeof FixedCapabilityBytes);
+    std::memset(m_bytes + Reserved38, 0, Fixed40 - Reserved38);
+    std::memcpy(m_bytes + Fixed40, Fixed40Bytes, sizeof Fixed40Bytes);
     std::memcpy(m_bytes + SystemInfo, identity.systemInfo, SystemInfoSize);
     std::memset(m_bytes + Reserved108, 0, Size - Reserved108);
 }

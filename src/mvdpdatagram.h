@@ -64,7 +64,7 @@ public:
         Reserved32 = 32,       //  2  00 00
         PartitionVersion = 34, //  4
         Reserved38 = 38,       //  2  00 00
-        FixedCapability = 40,  //  4  00 00 02 00
+        Fixed40 = 40,          //  4  00 00 02 00
         SystemInfo = 44,       // 64  text, zero padded
         Reserved108 = 108,     // to the end: zero
     };

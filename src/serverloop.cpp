@@ -6,6 +6,8 @@
 #include "mvdpdatagram.h"
 #include "serversocket.h"
 
+#include <QtCore/QCoreApplication>
+
 #include <arpa/inet.h>
 
 namespace
@@ -52,6 +54,9 @@ void runServerLoop()
     MvdpDatagram datagram;
     sockaddr_in sender;
     for (;;) {
+        // This thread has no event loop of its own. In Qt 4 the connection to the bus lives on it, with the
+        // answers that nobody waits for; they are taken off here.
+        QCoreApplication::processEvents();
         if (!socket.receive(datagram, sender))
             continue;
         selectInterfaceFor(sender);

@@ -21,7 +21,8 @@ const unsigned char MulticastTtl = 16;
 
 void warnOfFailure(const char *what)
 {
-    qWarning() << "Cannot" << what << QString::fromLocal8Bit(std::strerror(errno));
+    const QString reason = QString::fromLocal8Bit(std::strerror(errno));
+    qWarning() << "Cannot" << what << reason;
 }
 
 void bindToPort(int descriptor)
@@ -60,6 +61,10 @@ int openSocket()
     ::setsockopt(descriptor, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
     joinGroup(descriptor);
     ::setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_TTL, &MulticastTtl, sizeof MulticastTtl);
+    // A reply to the group must not come back to this socket: an echo asked for from our own port would be
+    // answered to ourselves, and that answer again, without end.
+    const int off = 0;
+    ::setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_LOOP, &off, sizeof off);
     return descriptor;
 }
 

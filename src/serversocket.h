@@ -16,7 +16,7 @@ public:
     ~ServerSocket();
 
     // Waits for a datagram and puts up to 256 bytes of it at the start of the buffer; the rest of the buffer
-    // stays as it was. False when the datagram was empty or the receive failed.
+    // stays as it was. False when the datagram was empty or the receive failed, then after a pause of 10 ms.
     bool receive(MvdpDatagram &datagram, sockaddr_in &sender) const;
 
     // Sends the whole 256 bytes; true when the kernel took them.
