@@ -1,0 +1,304 @@
+"""mvdpctl acts on panels: echo, set and raw, the options, and what it ends with."""
+
+import os
+import pty
+import re
+import signal
+
+import pytest
+
+import fakepanel
+import mvdp
+from fakepanel import FakePanel, Identity
+from mvdp import Command
+from mvdpctlrun import (  # pylint: disable=unused-import
+    fixture_fake, fixture_mvdpctl, fixture_wire, Result, program, DONE, HASTY, HEADINGS, LINE, MAC,
+    MAC2, NOBODY, NO_ANSWER, OTHER_ADDRESS, PANEL_ADDRESS, PATIENT, REFUSED, TOOL_ADDRESS, TROUBLE, USAGE)
+from netns import Namespace, join
+from waiting import PATIENCE, wait_for
+
+
+# echo
+
+@pytest.mark.parametrize("target", [PANEL_ADDRESS, MAC])
+def test_echoes_are_counted(fake, mvdpctl, target):
+    result = mvdpctl("echo", target, "--count", "3", "--interval", "0.01", *PATIENT)
+    assert result.code == DONE
+    assert "3 sent, 3 came back, 0 lost (0 %)" in result.lines
+    assert re.fullmatch(r"round trip [\d.]+ / [\d.]+ / [\d.]+ ms \(least, mean, most\)", result.lines[-1])
+    echoes = [request for request in fake.requests if request[6] == Command.ECHO]
+    assert len(set(echoes)) == 3
+    # With a MAC address the panel answered the search by each of its ways; that is nothing to be reported.
+    assert result.err == ""
+    assert {(len(echo), echo[:7]) for echo in echoes} == {(256, mvdp.request(Command.ECHO)[:7])}
+
+
+def test_altered_echo_is_found(fake, mvdpctl):
+    fake.alter = lambda data: data[:200] + bytes((data[200] ^ 0x10,)) + data[201:]
+    result = mvdpctl("echo", PANEL_ADDRESS, "--count", "2", "--interval", "0.01", "--json", *PATIENT)
+    assert result.code == TROUBLE
+    assert (result.json["sent"], result.json["answered"], result.json["altered"]) == (2, 0, 2)
+    assert "sent back other bytes" in result.err
+
+
+def test_second_copy_of_an_echo_is_no_answer_to_another(fake, mvdpctl):
+    fake.copies = 2
+    result = mvdpctl("echo", PANEL_ADDRESS, "--count", "2", "--interval", "0.5", "--json", *PATIENT)
+    assert result.code == DONE
+    assert result.json["answered"] == 2
+    assert result.json["duplicates"] >= 1
+
+
+def test_lost_echoes_are_no_answer(wire, mvdpctl):
+    result = mvdpctl("echo", PANEL_ADDRESS, "--count", "2", "--interval", "0.01", *HASTY)
+    assert result.code == NO_ANSWER
+    assert "2 sent, 0 came back, 2 lost (100 %)" in result.lines
+
+
+def test_interrupt_ends_with_the_statistics(wire, fake):
+    process = wire[1].popen([program(), "echo", PANEL_ADDRESS, "--interval", "0.05", "--count", "1000000"],
+                            stdout=-1, stderr=-1)
+    wait_for(lambda: len(fake.requests) >= 3, "three echoes")
+    process.send_signal(signal.SIGINT)
+    out, _ = process.communicate(timeout=PATIENCE)
+    assert process.returncode == DONE
+    assert re.search(rb"\n\d+ sent, \d+ came back, ", out)
+
+
+# set
+
+NEW = ["--address", "192.168.10.7", "--netmask", "25", "--gateway", "192.168.10.100"]
+
+
+def test_settings_are_applied_and_seen(fake, mvdpctl):
+    result = mvdpctl("set", MAC, *NEW, *PATIENT)
+    assert result.code == DONE
+    assert result.out == f"{MAC} now has 192.168.10.7/25, gateway 192.168.10.100.\n"
+    settings = [request for request in fake.requests if request[6] == Command.SET_ADDRESS]
+    assert settings == [mvdp.request(Command.SET_ADDRESS, mac=MAC, address="192.168.10.7",
+                                     netmask="255.255.255.128", gateway="192.168.10.100")]
+    assert fake.commands()[-1] == Command.IDENTIFY
+
+
+def test_only_the_given_setting_changes(fake, mvdpctl):
+    assert mvdpctl("set", MAC, "--address", "192.168.10.7", *PATIENT).code == DONE
+    assert fake.panels == [Identity(address="192.168.10.7")]
+
+
+@pytest.mark.parametrize("on_set, code, name, said", [
+    (fakepanel.REFUSE, REFUSED, "refused", "could not apply 192.168.10.7/25"),
+    (fakepanel.IGNORE, REFUSED, "unchanged", "accepted 192.168.10.7/25, gateway 192.168.10.100 but still shows"),
+    (fakepanel.VANISH, NO_ANSWER, "unverified", "but was not heard again"),
+    (fakepanel.SILENT, NO_ANSWER, "no answer", "did not answer")])
+def test_settings_that_do_not_take_are_told_plainly(fake, mvdpctl, on_set, code, name, said):
+    fake.on_set = on_set
+    result = mvdpctl("set", MAC, *NEW, "--json", "--timeout", "1", "--rounds", "2")
+    assert result.code == code
+    assert result.json["result"] == name
+    assert result.json["panel"]["address"] == PANEL_ADDRESS
+    assert said in result.err
+
+
+def test_lost_reply_to_applied_settings_does_no_harm(fake, mvdpctl):
+    fake.on_set = fakepanel.APPLY_SILENTLY
+    assert mvdpctl("set", MAC, *NEW, "--timeout", "1").code == DONE
+    # One way at a time, so that no request is carried out thrice.
+    sent_to = [destination for destination, command in zip(fake.destinations, fake.commands())
+               if command == Command.SET_ADDRESS]
+    assert sent_to == ["255.255.255.255", mvdp.GROUP, PANEL_ADDRESS]
+
+
+@pytest.mark.parametrize("settings, objection", [
+    (["--netmask", "255.0.255.0"], "has holes"),
+    (["--address", "192.168.10.0"], "the network's own address"),
+    (["--address", "192.168.10.255"], "the broadcast address"),
+    (["--address", "127.0.0.1"], "a loopback address"),
+    (["--address", "224.0.5.128"], "a multicast address"),
+    (["--gateway", "10.0.0.1"], "outside the subnet"),
+    (["--address", OTHER_ADDRESS], f"held by the panel {MAC2}"),
+    (["--address", TOOL_ADDRESS, "--gateway", "0.0.0.0"], "this computer's own, on eth0")])
+def test_settings_that_cannot_work_are_sent_by_force_only(fake, mvdpctl, settings, objection):
+    fake.panels.append(Identity(mac=MAC2, address=OTHER_ADDRESS, source=OTHER_ADDRESS))
+    refused = mvdpctl("set", MAC, *settings)
+    assert refused.code == USAGE
+    assert objection in refused.err
+    assert "--force" in refused.err
+    assert Command.SET_ADDRESS not in fake.commands()
+    forced = mvdpctl("set", MAC, *settings, "--force", *PATIENT)
+    assert forced.code == DONE
+    assert objection in forced.err
+    assert Command.SET_ADDRESS in fake.commands()
+
+
+def test_two_devices_of_one_mac_are_not_set(fake, mvdpctl):
+    fake.panels.append(Identity(address=OTHER_ADDRESS, source=OTHER_ADDRESS))
+    result = mvdpctl("set", MAC, "--address", "192.168.10.7")
+    assert result.code == USAGE
+    assert "two devices may share this MAC address" in result.err
+    assert Command.SET_ADDRESS not in fake.commands()
+
+
+def test_setting_an_absent_panel_is_no_answer(fake, mvdpctl):
+    result = mvdpctl("set", MAC2, *NEW, "--timeout", "1")
+    assert result.code == NO_ANSWER
+    assert "See 'mvdpctl discover' for those that are there." in result.err
+    assert Command.SET_ADDRESS not in fake.commands()
+
+
+# raw
+
+def test_raw_shows_the_reply_byte_by_byte(fake, mvdpctl):
+    result = mvdpctl("raw", "4", "--mac", MAC, "--hex", "7:a5", "--hex", "255:ff", "--to", PANEL_ADDRESS)
+    assert result.code == DONE
+    expected = bytearray(mvdp.request(Command.IDENTIFY, mac=MAC, tag=0xA5))
+    expected[255] = 0xFF
+    assert fake.requests == [bytes(expected)]
+    assert result.lines[0] == "Reply from 192.168.10.5 by unicast on eth0"
+    assert "    0  5e 13 06 03 04 02 04 00 05 0a a8 c0 00 ff ff ff" in result.lines
+    assert "  description 'QM316-44LRNA'" in result.lines
+
+
+def test_raw_json_has_the_bytes(fake, mvdpctl):
+    replies = mvdpctl("raw", "1", "--json").json["replies"]
+    assert [reply["bytes"] for reply in replies] == [Identity().reply().hex()]
+    assert (replies[0]["command"], replies[0]["type"], replies[0]["mac"]) == (1, 2, MAC)
+
+
+def test_raw_goes_out_once_by_broadcast(fake, mvdpctl):
+    assert mvdpctl("raw", "7", "--mac", MAC).code == DONE
+    assert fake.requests == [mvdp.request(Command.WINK, mac=MAC)]
+    assert fake.destinations == ["255.255.255.255"]
+
+
+def test_raw_can_be_cut_short(fake, mvdpctl):
+    assert mvdpctl("raw", "1", "--length", "20").code == DONE
+    assert fake.requests == [mvdp.request(Command.DISCOVER)[:20]]
+
+
+@pytest.mark.parametrize("command", [Command.RESET_NETWORK, Command.RESTORE])
+def test_reset_is_answered_by_the_request_itself(fake, mvdpctl, command):
+    result = mvdpctl("raw", str(int(command)), "--mac", MAC, "--yes", "--json")
+    assert result.code == DONE
+    request = mvdp.request(command, mac=MAC)
+    assert [reply["bytes"] for reply in result.json["replies"]] == [(request[:5] + b"\2" + request[6:]).hex()]
+
+
+def test_refused_raw_setting_shows_in_the_exit_status(fake, mvdpctl):
+    fake.on_set = fakepanel.REFUSE
+    assert mvdpctl("raw", "5", "--mac", MAC, "--address", OTHER_ADDRESS, "--yes").code == REFUSED
+
+
+@pytest.mark.parametrize("arguments", [["5"], ["6"], ["14"], ["15"], ["102"], ["1", "--hex", "6:66"],
+                                       ["1", "--length", "6"]])
+def test_destructive_commands_are_not_sent_unasked(fake, mvdpctl, arguments):
+    result = mvdpctl("raw", *arguments, "--mac", MAC)
+    assert (result.code, result.out) == (USAGE, "")
+    assert "--yes" in result.err
+    assert fake.requests == []
+
+
+@pytest.mark.parametrize("answer, code, commands", [(b"y\n", DONE, [102]), (b"n\n", USAGE, []),
+                                                    (b"\n", USAGE, [])])
+def test_destructive_commands_ask_on_a_terminal(wire, fake, answer, code, commands):
+    terminal, theirs = pty.openpty()
+    process = wire[1].popen([program(), "raw", "102", "--mac", MAC], stdin=theirs, stdout=-1, stderr=theirs)
+    os.close(theirs)
+    asked = b""
+    while not asked.endswith(b"[y/N] "):
+        asked += os.read(terminal, 1024)
+    assert b"command 102 (restart) changes the panel" in asked
+    assert fake.requests == []
+    os.write(terminal, answer)
+    process.communicate(timeout=PATIENCE)
+    os.close(terminal)
+    assert process.returncode == code
+    assert fake.commands() == commands
+
+
+# Options, usage and exit codes
+
+@pytest.mark.parametrize("arguments", [
+    [], ["disco"], ["discover", "--colour"], ["discover", "192.168.10"], ["discover", "--rounds", "0"],
+    ["discover", "--timeout", "-1"], ["discover", "--source-port", "65536"], ["discover", "--interface", ""],
+    ["identify"], ["identify", "panel"], ["identify", MAC, MAC2], ["identify", PANEL_ADDRESS, "--to", NOBODY],
+    ["echo"], ["echo", "224.0.5.128"], ["echo", "192.168.10.255"], ["echo", PANEL_ADDRESS, "--count", "0"],
+    ["set"], ["set", MAC], ["set", PANEL_ADDRESS, *NEW], ["set", MAC, "--address", "x"],
+    ["set", MAC, "--netmask", "33"], ["raw"], ["raw", "256"], ["raw", "-1"], ["raw", "one"],
+    ["raw", "1", "--hex", "5"], ["raw", "1", "--hex", "xx"], ["raw", "1", "--hex", "255:0102"],
+    ["raw", "1", "--hex", "-1:01"], ["raw", "1", "--hex", ""], ["raw", "1", "--length", "0"]])
+def test_usage_errors_send_nothing(fake, mvdpctl, arguments):
+    result = mvdpctl(*arguments)
+    assert (result.code, result.out) == (USAGE, "")
+    assert result.err.count("mvdpctl: ") >= 2, "no advice"
+    assert fake.requests == []
+
+
+@pytest.mark.parametrize("command", ["discover", "identify", "echo", "set", "raw"])
+def test_help_of_each_command(mvdpctl, command):
+    result = mvdpctl(command, "--help")
+    assert (result.code, result.err) == (DONE, "")
+    assert result.lines[0].startswith(f"Usage: mvdpctl {command} ")
+
+
+def test_general_help_and_version(mvdpctl):
+    assert mvdpctl("--help").lines[0] == "Usage: mvdpctl COMMAND [ARGUMENTS] [OPTIONS]"
+    assert re.fullmatch(r"mvdpctl [\d.]+\n", mvdpctl("--version").out)
+
+
+def test_missing_interface_is_network_trouble(mvdpctl):
+    result = mvdpctl("discover", "--interface", "eth9")
+    assert result.code == TROUBLE
+    assert "Choose one of: lo, eth0." in result.err
+
+
+def test_taken_source_port_is_network_trouble(wire, mvdpctl):
+    taken = wire[1].udp_socket("", 40124)
+    result = mvdpctl("discover", "--source-port", "40124")
+    taken.close()
+    assert result.code == TROUBLE
+    assert "UDP port 40124 cannot be used" in result.err
+
+
+def test_unreachable_address_is_network_trouble(mvdpctl):
+    result = mvdpctl("discover", "203.0.113.1", *HASTY)
+    assert result.code == TROUBLE
+    assert "nothing can be sent to 203.0.113.1: there is no route to it" in result.err
+
+
+def test_only_the_chosen_interface_is_used(request):
+    """A tool with two cables, a panel at the end of each."""
+    tool = Namespace("tool")
+    request.addfinalizer(tool.close)
+    panels = []
+    for number, mac in ((1, MAC), (2, MAC2)):
+        far = Namespace(f"panel {number}")
+        request.addfinalizer(far.close)
+        join(far, "eth0", tool, f"eth{number}")
+        far.address("eth0", f"192.168.{number}.5/24")
+        tool.address(f"eth{number}", f"192.168.{number}.1/24")
+        panels.append(FakePanel(far, "eth0", Identity(mac=mac, address=f"192.168.{number}.5")))
+        request.addfinalizer(panels[-1].close)
+
+    def found(*options):
+        result = Result(tool.run([program(), "discover", "--json", *options], capture_output=True))
+        return [(panel["mac"], panel["interface"]) for panel in result.json["panels"]]
+
+    assert found() == [(MAC, "eth1"), (MAC2, "eth2")]
+    for panel in panels:
+        panel.requests.clear()
+    assert found("--interface", "eth2") == [(MAC2, "eth2")]
+    assert panels[0].requests == []
+
+
+def test_quiet_leaves_the_result_alone(fake, mvdpctl):
+    fake.before = [b"junk"]
+    result = mvdpctl("discover", "--quiet")
+    assert (result.lines, result.err) == ([HEADINGS, LINE], "")
+
+
+def test_verbose_shows_each_datagram(fake, mvdpctl):
+    result = mvdpctl("identify", MAC, "--to", PANEL_ADDRESS, "--verbose", *PATIENT)
+    assert "> to 192.168.10.5:58553, 256 bytes\n" in result.err
+    assert "< from 192.168.10.5:58553 on eth0 by unicast, 256 bytes\n" in result.err
+    assert "  address 192.168.10.5, netmask 255.255.255.0, gateway 192.168.10.1\n" in result.err
+    assert "   16  01 0a a8 c0 02 00 5e 10 00 01 58 02 0f 27 8d 01\n" in result.err

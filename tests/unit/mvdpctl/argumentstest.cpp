@@ -1,0 +1,152 @@
+#include "arguments.h"
+#include "command.h"
+#include "failure.h"
+
+#include <QtTest/QtTest>
+
+#include <functional>
+
+namespace
+{
+
+const Grammar TestGrammar = {{{"mac", "MAC", ""}, {"netmask", "NETMASK", ""}, {"hex", "BYTES", ""}}, 1, 2};
+
+Arguments parsed(const QStringList &words)
+{
+    return Arguments(words, TestGrammar);
+}
+
+// The code of the failure that the action ends with; "none" when it does not fail.
+QString failureOf(const std::function<void()> &action)
+{
+    try {
+        action();
+    } catch (const Failure &failure) {
+        return QString::number(static_cast<int>(failure.code));
+    }
+    return QStringLiteral("none");
+}
+
+} // namespace
+
+class ArgumentsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void wordsAndOptionsMayMix();
+    void repeatedOptionsAreAllKept();
+    void unfitCommandLinesAreUsageErrors_data();
+    void unfitCommandLinesAreUsageErrors();
+    void unfitValuesAreUsageErrors_data();
+    void unfitValuesAreUsageErrors();
+    void helpNeedsNoWords();
+    void defaultsStandWhereNothingIsGiven();
+    void secondsTakeADecimalPoint();
+    void helpLinesFitIntoEightyColumns();
+    void everyCommandIsFoundByItsName();
+};
+
+void ArgumentsTest::wordsAndOptionsMayMix()
+{
+    const Arguments arguments = parsed({"one", "--netmask", "24", "two", "--mac=020000000001", "--json"});
+    QCOMPARE(arguments.words(), QStringList({"one", "two"}));
+    QCOMPARE(arguments.netmask("netmask").value(), 0xFFFFFF00u);
+    QCOMPARE(macText(arguments.mac("mac").value()), QStringLiteral("02:00:00:00:00:01"));
+    QVERIFY(arguments.isSet("json"));
+    QVERIFY(!arguments.isSet("quiet"));
+}
+
+void ArgumentsTest::repeatedOptionsAreAllKept()
+{
+    QCOMPARE(parsed({"x", "--hex", "01", "--hex", "02"}).texts("hex"), QStringList({"01", "02"}));
+}
+
+void ArgumentsTest::unfitCommandLinesAreUsageErrors_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::newRow("word missing") << QStringList();
+    QTest::newRow("word too many") << QStringList({"one", "two", "three"});
+    QTest::newRow("unknown option") << QStringList({"one", "--colour"});
+    QTest::newRow("value missing") << QStringList({"one", "--mac"});
+    QTest::newRow("value where none goes") << QStringList({"one", "--json=yes"});
+}
+
+void ArgumentsTest::unfitCommandLinesAreUsageErrors()
+{
+    QFETCH(QStringList, words);
+    QCOMPARE(failureOf([&words] { parsed(words); }), QStringLiteral("2"));
+}
+
+void ArgumentsTest::unfitValuesAreUsageErrors_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<QString>("value");
+    for (const char *value : {"0", "1001", "-1", "1.5", "many", "", "99999999999999999999"})
+        QTest::addRow("rounds %s", value) << "rounds" << value;
+    for (const char *value : {"0", "-1", "3601", "nan", "inf", "soon", ""})
+        QTest::addRow("timeout %s", value) << "timeout" << value;
+    for (const char *value : {"0", "65536", "http"})
+        QTest::addRow("source-port %s", value) << "source-port" << value;
+    QTest::newRow("interface") << "interface"
+                               << "";
+    QTest::newRow("mac") << "mac"
+                         << "02:00";
+    QTest::newRow("netmask") << "netmask"
+                             << "33";
+}
+
+void ArgumentsTest::unfitValuesAreUsageErrors()
+{
+    QFETCH(QString, option);
+    QFETCH(QString, value);
+    const Arguments arguments = parsed({"x", QStringLiteral("--%1=%2").arg(option, value)});
+    QCOMPARE(failureOf([&arguments] {
+                 arguments.patience(1, std::chrono::seconds(1));
+                 arguments.transportOptions();
+                 arguments.mac("mac");
+                 arguments.netmask("netmask");
+             }),
+             QStringLiteral("2"));
+}
+
+void ArgumentsTest::helpNeedsNoWords()
+{
+    QVERIFY(parsed({"--help"}).isSet("help"));
+    QVERIFY(parsed({"-h"}).isSet("help"));
+}
+
+void ArgumentsTest::defaultsStandWhereNothingIsGiven()
+{
+    const Arguments arguments = parsed({"x"});
+    QCOMPARE(arguments.patience(7, std::chrono::milliseconds(300)).rounds, 7);
+    QCOMPARE(arguments.patience(7, std::chrono::milliseconds(300)).timeout.count(), 300);
+    QCOMPARE(arguments.transportOptions().sourcePort, std::uint16_t(0));
+    QVERIFY(arguments.transportOptions().interface.isEmpty());
+    QVERIFY(!arguments.mac("mac").has_value());
+}
+
+void ArgumentsTest::secondsTakeADecimalPoint()
+{
+    QCOMPARE(parsed({"x", "--timeout", "0.25"}).seconds("timeout").value().count(), 250);
+    QCOMPARE(parsed({"x", "--timeout", "3600"}).seconds("timeout").value().count(), 3600000);
+}
+
+void ArgumentsTest::helpLinesFitIntoEightyColumns()
+{
+    QString help = generalHelp();
+    for (const Command *command : allCommands())
+        help += QLatin1Char('\n') + commandHelp(*command);
+    for (const QString &line : help.split(QLatin1Char('\n')))
+        QVERIFY2(line.size() <= 80, qPrintable(line));
+}
+
+void ArgumentsTest::everyCommandIsFoundByItsName()
+{
+    for (const Command *command : allCommands())
+        QCOMPARE(findCommand(QLatin1String(command->name)), command);
+    QVERIFY(findCommand(QStringLiteral("disco")) == nullptr);
+}
+
+QTEST_APPLESS_MAIN(ArgumentsTest)
+#include "argumentstest.moc"

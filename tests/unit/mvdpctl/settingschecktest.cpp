@@ -1,0 +1,145 @@
+#include "settingscheck.h"
+#include "testpanel.h"
+
+#include <QtTest/QtTest>
+
+class SettingsCheckTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void settingsAreObjectedTo_data();
+    void settingsAreObjectedTo();
+    void heldAddressIsObjectedTo();
+    void ownAddressMayStay();
+    void addressOfThisComputerIsObjectedTo();
+    void macOfManyPanelsIsObjectedTo();
+    void equalityCoversAllThree();
+};
+
+void SettingsCheckTest::settingsAreObjectedTo_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("netmask");
+    QTest::addColumn<QString>("gateway");
+    QTest::addColumn<QStringList>("objections"); // a piece of each, in order
+    const QStringList none;
+    QTest::newRow("usual") << "192.168.10.5"
+                           << "24"
+                           << "192.168.10.1" << none;
+    QTest::newRow("no gateway") << "192.168.10.5"
+                                << "24"
+                                << "0.0.0.0" << none;
+    QTest::newRow("pair of addresses") << "192.168.10.4"
+                                       << "31"
+                                       << "192.168.10.5" << none;
+    QTest::newRow("last host") << "192.168.10.254"
+                               << "24"
+                               << "192.168.10.253" << none;
+    QTest::newRow("ends in 255 within a wide subnet") << "10.0.0.255"
+                                                      << "16"
+                                                      << "10.0.1.0" << none;
+    QTest::newRow("netmask with holes") << "192.168.10.5"
+                                        << "255.0.255.0"
+                                        << "0.0.0.0" << QStringList{"netmask 255.0.255.0 has holes"};
+    QTest::newRow("no netmask") << "192.168.10.5"
+                                << "0"
+                                << "0.0.0.0" << QStringList{"netmask 0.0.0.0"};
+    QTest::newRow("unspecified") << "0.0.0.0"
+                                 << "24"
+                                 << "0.0.0.0" << QStringList{"unspecified network"};
+    QTest::newRow("network") << "192.168.10.0"
+                             << "24"
+                             << "0.0.0.0" << QStringList{"network's own address"};
+    QTest::newRow("broadcast") << "192.168.10.255"
+                               << "24"
+                               << "0.0.0.0" << QStringList{"broadcast address"};
+    QTest::newRow("broadcast of a narrow subnet") << "192.168.10.7"
+                                                  << "29"
+                                                  << "0.0.0.0" << QStringList{"broadcast address"};
+    QTest::newRow("loopback") << "127.0.0.1"
+                              << "8"
+                              << "0.0.0.0" << QStringList{"loopback"};
+    QTest::newRow("multicast") << "224.0.5.128"
+                               << "24"
+                               << "0.0.0.0" << QStringList{"multicast"};
+    QTest::newRow("last multicast") << "239.255.255.1"
+                                    << "24"
+                                    << "0.0.0.0" << QStringList{"multicast"};
+    QTest::newRow("reserved") << "240.0.0.1"
+                              << "24"
+                              << "0.0.0.0" << QStringList{"reserved"};
+    QTest::newRow("gateway elsewhere") << "192.168.10.5"
+                                       << "24"
+                                       << "192.168.11.1" << QStringList{"outside the subnet 192.168.10.0/24"};
+    QTest::newRow("gateway itself") << "192.168.10.5"
+                                    << "24"
+                                    << "192.168.10.5" << QStringList{"own new address"};
+    QTest::newRow("gateway is the broadcast address")
+        << "192.168.10.5"
+        << "24"
+        << "192.168.10.255" << QStringList{"gateway 192.168.10.255 is the broadcast"};
+    QTest::newRow("gateway multicast and outside")
+        << "192.168.10.5"
+        << "24"
+        << "224.0.0.1" << QStringList{"gateway 224.0.0.1 is a multicast", "outside"};
+}
+
+void SettingsCheckTest::settingsAreObjectedTo()
+{
+    QFETCH(QString, address);
+    QFETCH(QString, netmask);
+    QFETCH(QString, gateway);
+    QFETCH(QStringList, objections);
+    const QStringList result = settingsObjections(
+        {ipv4FromText(address).value(), netmaskFromText(netmask).value(), ipv4FromText(gateway).value()});
+    QVERIFY2(result.size() == objections.size(), qPrintable(result.join(QLatin1Char('\n'))));
+    for (int index = 0; index < static_cast<int>(objections.size()); ++index)
+        QVERIFY2(result.at(index).contains(objections.at(index)), qPrintable(result.at(index)));
+}
+
+void SettingsCheckTest::heldAddressIsObjectedTo()
+{
+    const QStringList result =
+        holderObjections(0xC0A80A06, testPanel(1).mac, {testPanel(1), testPanel(2, 0xC0A80A06)}, {});
+    QCOMPARE(result, QStringList({"The address 192.168.10.6 is held by the panel 02:00:5e:10:00:02 "
+                                  "(QM316-44LRNA)."}));
+}
+
+void SettingsCheckTest::ownAddressMayStay()
+{
+    QCOMPARE(holderObjections(0xC0A80A05, testPanel(1).mac, {testPanel(1)}, {}), QStringList());
+}
+
+void SettingsCheckTest::addressOfThisComputerIsObjectedTo()
+{
+    NetworkInterface interface;
+    interface.name = QStringLiteral("eth3");
+    interface.addresses = {{0x0A000001, 0xFF000000}, {0xC0A80A01, 0xFFFFFF00}};
+    QCOMPARE(holderObjections(0xC0A80A01, testPanel().mac, {}, {interface}),
+             QStringList({"The address 192.168.10.1 is this computer's own, on eth3."}));
+}
+
+void SettingsCheckTest::macOfManyPanelsIsObjectedTo()
+{
+    PanelList panels;
+    panels.add(testPanel());
+    QCOMPARE(targetObjections(testPanel().mac, panels).size(), 0);
+    Panel clone = testPanel();
+    clone.source = 0x0A000001;
+    panels.add(clone);
+    QCOMPARE(targetObjections(testPanel().mac, panels).size(), 1);
+    QCOMPARE(targetObjections(MacAddress{}, panels).size(), 1);
+}
+
+void SettingsCheckTest::equalityCoversAllThree()
+{
+    const Panel panel = testPanel();
+    QVERIFY(hasSettings(panel, {0xC0A80A05, 0xFFFFFF00, 0xC0A80A01}));
+    QVERIFY(!hasSettings(panel, {0xC0A80A06, 0xFFFFFF00, 0xC0A80A01}));
+    QVERIFY(!hasSettings(panel, {0xC0A80A05, 0xFFFF0000, 0xC0A80A01}));
+    QVERIFY(!hasSettings(panel, {0xC0A80A05, 0xFFFFFF00, 0}));
+}
+
+QTEST_APPLESS_MAIN(SettingsCheckTest)
+#include "settingschecktest.moc"

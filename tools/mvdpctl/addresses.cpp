@@ -1,0 +1,73 @@
+#include "addresses.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QRegularExpression>
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+
+std::optional<std::uint32_t> ipv4FromText(const QString &text)
+{
+    in_addr address = {};
+    if (text.contains(QChar(0)) || inet_pton(AF_INET, text.toUtf8().constData(), &address) != 1)
+        return std::nullopt;
+    return ntohl(address.s_addr);
+}
+
+QString ipv4Text(std::uint32_t address)
+{
+    return QStringLiteral("%1.%2.%3.%4")
+        .arg(address >> 24)
+        .arg(address >> 16 & 0xFF)
+        .arg(address >> 8 & 0xFF)
+        .arg(address & 0xFF);
+}
+
+std::optional<std::uint32_t> netmaskFromText(const QString &text)
+{
+    const QString digits = text.startsWith(QLatin1Char('/')) ? text.mid(1) : text;
+    static const QRegularExpression number(QStringLiteral("\\A[0-9]{1,2}\\z"));
+    if (number.match(digits).hasMatch()) {
+        const int length = digits.toInt();
+        return length <= 32 ? std::optional<std::uint32_t>(netmaskOfPrefix(length)) : std::nullopt;
+    }
+    return ipv4FromText(text);
+}
+
+std::optional<int> prefixLength(std::uint32_t netmask)
+{
+    for (int length = 0; length <= 32; ++length) {
+        if (netmask == netmaskOfPrefix(length))
+            return length;
+    }
+    return std::nullopt;
+}
+
+std::uint32_t netmaskOfPrefix(int length)
+{
+    return length == 0 ? 0 : 0xFFFFFFFFu << (32 - length);
+}
+
+std::optional<MacAddress> macFromText(const QString &text)
+{
+    static const QRegularExpression form(
+        QStringLiteral("\\A([0-9A-Fa-f]{2})([:-]?)([0-9A-Fa-f]{2}\\2){4}[0-9A-Fa-f]{2}\\z"));
+    if (!form.match(text).hasMatch())
+        return std::nullopt;
+    const QByteArray bytes = QByteArray::fromHex(text.toLatin1());
+    MacAddress mac;
+    std::copy_n(bytes.cbegin(), mac.size(), mac.begin()); // the form has exactly so many
+    return mac;
+}
+
+QString macText(const MacAddress &mac)
+{
+    const QByteArray bytes(reinterpret_cast<const char *>(mac.data()), static_cast<int>(mac.size()));
+    return QString::fromLatin1(bytes.toHex(':'));
+}
+
+bool isZero(const MacAddress &mac)
+{
+    return mac == MacAddress{};
+}

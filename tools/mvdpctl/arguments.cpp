@@ -1,0 +1,149 @@
+#include "arguments.h"
+
+#include "failure.h"
+
+#include <QtCore/QCommandLineParser>
+
+#include <cmath>
+
+namespace
+{
+
+const double LongestSeconds = 3600;
+
+} // namespace
+
+const std::vector<Option> &commonOptions()
+{
+    static const std::vector<Option> options = {
+        {"interface", "NAME", "Use this network interface only."},
+        {"source-port", "PORT", "Send from this UDP port (default: any free one)."},
+        {"timeout", "SECONDS", "How long to wait for answers in each round."},
+        {"rounds", "N", "How often to ask, at most."},
+        {"json", nullptr, "Print the result as JSON."},
+        {"quiet", nullptr, "Print results and errors only."},
+        {"verbose", nullptr, "Show every datagram that is sent or received."},
+        {"yes", nullptr, "Do not ask before a dangerous command."},
+        {"help", nullptr, "Show this text."},
+    };
+    return options;
+}
+
+void throwUsage(const QString &message, const QString &advice)
+{
+    throw Failure{ExitCode::Usage, message, advice};
+}
+
+std::uint32_t addressArgument(const QString &text)
+{
+    const auto address = ipv4FromText(text);
+    if (!address)
+        throwUsage(QStringLiteral("'%1' is no IPv4 address").arg(text),
+                   QStringLiteral("Write four numbers from 0 to 255, as in 192.168.0.10."));
+    return *address;
+}
+
+MacAddress macArgument(const QString &text)
+{
+    const auto mac = macFromText(text);
+    if (!mac)
+        throwUsage(QStringLiteral("'%1' is no MAC address").arg(text),
+                   QStringLiteral("Write it as 'mvdpctl discover' shows it, as in 02:00:5e:10:00:01."));
+    return *mac;
+}
+
+Arguments::Arguments(const QStringList &words, const Grammar &grammar)
+{
+    QCommandLineParser parser;
+    std::vector<Option> options = commonOptions();
+    options.insert(options.end(), grammar.options.begin(), grammar.options.end());
+    for (const Option &option : options) {
+        const QString name = QString::fromLatin1(option.name);
+        const QStringList names =
+            name == QLatin1String("help") ? QStringList{name, QStringLiteral("h")} : QStringList{name};
+        parser.addOption(QCommandLineOption(names, QString(), QString::fromLatin1(option.value)));
+    }
+    // The parser skips the first word, the program's name.
+    if (!parser.parse(QStringList(QStringLiteral("mvdpctl")) + words))
+        throwUsage(parser.errorText());
+    for (const Option &option : options) {
+        const QString name = QString::fromLatin1(option.name);
+        if (parser.isSet(name))
+            m_values.insert(name, parser.values(name));
+    }
+    m_words = parser.positionalArguments();
+    if (isSet("help"))
+        return;
+    if (m_words.size() > grammar.mostWords)
+        throwUsage(QStringLiteral("'%1' is one argument too many").arg(m_words.at(grammar.mostWords)));
+    if (m_words.size() < grammar.leastWords)
+        throwUsage(QStringLiteral("an argument is missing"));
+}
+
+std::optional<std::uint32_t> Arguments::address(const char *option) const
+{
+    return isSet(option) ? std::optional<std::uint32_t>(addressArgument(text(option))) : std::nullopt;
+}
+
+std::optional<std::uint32_t> Arguments::netmask(const char *option) const
+{
+    if (!isSet(option))
+        return std::nullopt;
+    const auto netmask = netmaskFromText(text(option));
+    if (!netmask)
+        throwUsage(QStringLiteral("'%1' is no netmask").arg(text(option)),
+                   QStringLiteral("Write it as 255.255.255.0 or as 24."));
+    return netmask;
+}
+
+std::optional<MacAddress> Arguments::mac(const char *option) const
+{
+    return isSet(option) ? std::optional<MacAddress>(macArgument(text(option))) : std::nullopt;
+}
+
+std::optional<int> Arguments::number(const char *option, int least, int most) const
+{
+    if (!isSet(option))
+        return std::nullopt;
+    bool isNumber = false;
+    const int value = text(option).toInt(&isNumber);
+    if (!isNumber || value < least || value > most) {
+        throwUsage(QStringLiteral("--%1 takes a number from %2 to %3, not '%4'")
+                       .arg(QLatin1String(option))
+                       .arg(least)
+                       .arg(most)
+                       .arg(text(option)));
+    }
+    return value;
+}
+
+std::optional<std::chrono::milliseconds> Arguments::seconds(const char *option) const
+{
+    if (!isSet(option))
+        return std::nullopt;
+    bool isNumber = false;
+    const double value = text(option).toDouble(&isNumber);
+    // Written so that "nan" is refused as well.
+    if (!isNumber || !(value >= 0.001 && value <= LongestSeconds)) {
+        throwUsage(QStringLiteral("--%1 takes seconds from 0.001 to %2, not '%3'")
+                       .arg(QLatin1String(option))
+                       .arg(LongestSeconds)
+                       .arg(text(option)));
+    }
+    return std::chrono::milliseconds(std::lround(value * 1000));
+}
+
+TransportOptions Arguments::transportOptions() const
+{
+    TransportOptions options;
+    options.interface = text("interface");
+    if (isSet("interface") && options.interface.isEmpty())
+        throwUsage(QStringLiteral("--interface takes the name of a network interface"));
+    options.sourcePort = static_cast<std::uint16_t>(number("source-port", 1, 65535).value_or(0));
+    return options;
+}
+
+Patience Arguments::patience(int rounds, std::chrono::milliseconds timeout) const
+{
+    return {number("rounds", 1, 1000).value_or(rounds), seconds("timeout").value_or(timeout)};
+}

@@ -1,0 +1,64 @@
+#ifndef ARGUMENTS_H
+#define ARGUMENTS_H
+
+#include "addresses.h"
+#include "exchange.h"
+#include "transport.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+struct Option {
+    const char *name;
+    const char *value; // placeholder of its value; null: takes none
+    const char *help;
+};
+
+// What a command line may hold, for one command.
+struct Grammar {
+    std::vector<Option> options; // besides the common ones
+    int leastWords = 0;
+    int mostWords = 0;
+};
+
+// The options that every command takes.
+const std::vector<Option> &commonOptions();
+
+// A parsed command line. Every getter throws Failure with ExitCode::Usage when the text does not fit.
+class Arguments
+{
+public:
+    // `words` without program and command name.
+    Arguments(const QStringList &words, const Grammar &grammar);
+
+    const QStringList &words() const { return m_words; }
+    bool isSet(const char *option) const { return m_values.contains(QLatin1String(option)); }
+    QString text(const char *option) const { return texts(option).value(0); }
+    QStringList texts(const char *option) const { return m_values.value(QLatin1String(option)); }
+
+    std::optional<std::uint32_t> address(const char *option) const;
+    std::optional<std::uint32_t> netmask(const char *option) const;
+    std::optional<MacAddress> mac(const char *option) const;
+    std::optional<int> number(const char *option, int least, int most) const;
+    // Seconds, with a decimal point if need be.
+    std::optional<std::chrono::milliseconds> seconds(const char *option) const;
+
+    TransportOptions transportOptions() const;
+    Patience patience(int rounds, std::chrono::milliseconds timeout) const;
+
+private:
+    QStringList m_words;
+    QHash<QString, QStringList> m_values; // present without value: an empty list
+};
+
+[[noreturn]] void throwUsage(const QString &message, const QString &advice = QString());
+std::uint32_t addressArgument(const QString &text);
+MacAddress macArgument(const QString &text);
+
+#endif // ARGUMENTS_H

@@ -1,0 +1,35 @@
+#ifndef COMMAND_H
+#define COMMAND_H
+
+#include "arguments.h"
+#include "failure.h"
+#include "terminal.h"
+
+#include <QtCore/QString>
+
+#include <vector>
+
+// One command of the program. Each has a file of its own, which defines one of these.
+struct Command {
+    const char *name;
+    const char *synopsis; // its arguments, as the help shows them
+    const char *summary;  // one line
+    const char *details;  // what else the help tells; paragraphs of whole lines
+    Grammar grammar;
+    ExitCode (*run)(const Arguments &arguments, Terminal &terminal);
+};
+
+extern const Command DiscoverCommand;
+extern const Command IdentifyCommand;
+extern const Command EchoCommand;
+extern const Command SetCommand;
+extern const Command RawCommand;
+
+// Every command, in the order of the help.
+std::vector<const Command *> allCommands();
+const Command *findCommand(const QString &name);
+
+QString generalHelp();
+QString commandHelp(const Command &command);
+
+#endif // COMMAND_H

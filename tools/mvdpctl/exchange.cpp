@@ -1,0 +1,199 @@
+#include "exchange.h"
+
+#include "dump.h"
+#include "failure.h"
+
+#include <QtCore/QFile>
+
+#include <algorithm>
+#include <numeric>
+
+namespace
+{
+
+// More panels than any plant has on one network: what comes beyond them is a flood of forged replies.
+const std::size_t PanelLimit = 4096;
+
+const char *reasonText(Verdict verdict)
+{
+    switch (verdict) {
+    case Verdict::WrongLength:
+        return "of the wrong length";
+    case Verdict::NotProtocol:
+        return "no panel's reply";
+    case Verdict::OtherCommand:
+        return "answering another command";
+    case Verdict::OtherMac:
+        return "of another panel";
+    case Verdict::Altered:
+        return "with altered bytes";
+    case Verdict::Answer:
+        break;
+    }
+    return "too many";
+}
+
+int reversePathFilter(const QString &interface)
+{
+    QFile file(QStringLiteral("/proc/sys/net/ipv4/conf/%1/rp_filter").arg(interface));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().toInt() : 0;
+}
+
+} // namespace
+
+Exchange::Exchange(Transport &transport, Terminal &terminal)
+    : m_transport(transport)
+    , m_terminal(terminal)
+{
+}
+
+void Exchange::send(const Request &request, const std::vector<Destination> &destinations)
+{
+    m_commandsSent.set(request.datagram.command());
+    bool anySent = false;
+    for (const Destination &destination : destinations) {
+        const QString name = m_transport.interfaceName(destination.interfaceIndex);
+        m_terminal.trace(QStringLiteral("> to %1:%2%3, %4 bytes")
+                             .arg(ipv4Text(destination.address))
+                             .arg(MvdpDatagram::Port)
+                             .arg(name.isEmpty() ? name : QStringLiteral(" on ") + name)
+                             .arg(request.length));
+        anySent = m_transport.send(request.datagram.data(), request.length, destination) || anySent;
+    }
+    const std::size_t shown = std::min<std::size_t>(request.length, MvdpDatagram::Size);
+    m_terminal.trace(fieldLines(request.datagram, shown));
+    m_terminal.trace(hexLines(request.datagram.data(), shown));
+    const QStringList problems = m_transport.problems();
+    if (!anySent) {
+        throw Failure{ExitCode::NetworkTrouble,
+                      problems.isEmpty() ? QStringLiteral("no network interface to send on")
+                                         : problems.last(),
+                      QStringLiteral("Look at 'ip -4 address' and the cable, or choose with --interface.")};
+    }
+    for (; m_problemsShown < problems.size(); ++m_problemsShown)
+        m_terminal.warn(problems.at(m_problemsShown));
+}
+
+std::optional<Received> Exchange::nextDatagram(Clock::time_point deadline)
+{
+    std::optional<Received> received = m_transport.receive(deadline);
+    if (received && m_terminal.isVerbose()) {
+        const std::size_t shown = std::min<std::size_t>(received->length, MvdpDatagram::Size);
+        m_terminal.trace(QStringLiteral("< from %1:%2 on %3 by %4, %5 bytes")
+                             .arg(ipv4Text(received->source))
+                             .arg(received->sourcePort)
+                             .arg(m_transport.interfaceName(received->interfaceIndex), wayName(received->way))
+                             .arg(received->length));
+        m_terminal.trace(fieldLines(received->datagram, shown));
+        m_terminal.trace(hexLines(received->datagram.data(), shown));
+    }
+    return received;
+}
+
+std::optional<Received> Exchange::nextAnswer(const Request &request, Clock::time_point deadline)
+{
+    while (std::optional<Received> received = nextDatagram(deadline)) {
+        const Verdict verdict = judge(request, *received);
+        if (verdict == Verdict::Answer)
+            return received;
+        countIgnored(verdict, *received);
+    }
+    return std::nullopt;
+}
+
+void Exchange::countIgnored(Verdict verdict, const Received &received)
+{
+    if (verdict == Verdict::OtherCommand && m_commandsSent.test(received.datagram.command()))
+        return;
+    ++m_counts[static_cast<std::size_t>(verdict)];
+    m_terminal.trace(QStringLiteral("  ignored: %1").arg(QLatin1String(reasonText(verdict))));
+}
+
+std::optional<Received> Exchange::ask(const Request &request, const std::vector<Destination> &destinations,
+                                      const Patience &patience)
+{
+    for (int round = 1; round <= patience.rounds; ++round) {
+        m_terminal.progress(QStringLiteral("asking, round %1 of %2").arg(round).arg(patience.rounds));
+        send(request, destinations);
+        if (std::optional<Received> answer = nextAnswer(request, Clock::now() + patience.timeout))
+            return answer;
+    }
+    return std::nullopt;
+}
+
+int Exchange::ignored() const
+{
+    return std::accumulate(m_counts.begin(), m_counts.end(), 0);
+}
+
+QString Exchange::ignoredText() const
+{
+    QStringList parts;
+    for (std::size_t index = 0; index < m_counts.size(); ++index) {
+        if (m_counts[index] > 0) {
+            parts << QStringLiteral("%1 %2")
+                         .arg(m_counts[index])
+                         .arg(QLatin1String(reasonText(static_cast<Verdict>(index))));
+        }
+    }
+    return QStringLiteral("%1 other %2 ignored: %3.")
+        .arg(ignored())
+        .arg(ignored() == 1 ? QStringLiteral("datagram was") : QStringLiteral("datagrams were"),
+             parts.join(QStringLiteral(", ")));
+}
+
+QString Exchange::noAnswerAdvice() const
+{
+    QString advice =
+        QStringLiteral("Check power and cable of the panel. A firewall here must let UDP answers in: "
+                       "fix their port with --source-port and open it (it was %1 this time).")
+            .arg(m_transport.localPort());
+    QStringList filtered;
+    for (const NetworkInterface &interface : m_transport.interfaces()) {
+        if (std::max(reversePathFilter(interface.name), reversePathFilter(QStringLiteral("all"))) > 0)
+            filtered << interface.name;
+    }
+    if (!filtered.isEmpty()) {
+        advice += QStringLiteral(" The kernel's reverse-path filter may drop answers of panels in other "
+                                 "subnets (net.ipv4.conf.NAME.rp_filter is not 0 for: %1).")
+                      .arg(filtered.join(QStringLiteral(", ")));
+    }
+    return advice;
+}
+
+PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const std::vector<Destination> &destinations,
+                         const Patience &patience, const std::vector<std::uint32_t> &expected)
+{
+    const Request request = Request::toAll(MvdpCommand::Discover);
+    PanelList panels;
+    const auto allAnswered = [&panels, &expected] {
+        return !expected.empty() &&
+               std::all_of(expected.begin(), expected.end(),
+                           [&panels](std::uint32_t address) { return panels.hasAnswered(address); });
+    };
+    for (int round = 1; round <= patience.rounds; ++round) {
+        terminal.progress(QStringLiteral("round %1 of at most %2, panels: %3")
+                              .arg(round)
+                              .arg(patience.rounds)
+                              .arg(panels.size()));
+        exchange.send(request, destinations);
+        bool anyNew = false;
+        const auto deadline = Clock::now() + patience.timeout;
+        while (std::optional<Received> reply = exchange.nextAnswer(request, deadline)) {
+            if (panels.size() >= PanelLimit)
+                exchange.countIgnored(Verdict::Answer, *reply);
+            else if (panels.add(Panel::fromReply(*reply))) {
+                anyNew = true;
+                terminal.progress(QStringLiteral("round %1 of at most %2, panels: %3")
+                                      .arg(round)
+                                      .arg(patience.rounds)
+                                      .arg(panels.size()));
+            }
+            if (allAnswered())
+                return panels;
+        }
+        if (!anyNew && !panels.isEmpty() && expected.empty())
+            break;
+    }
+    return panels;
+}

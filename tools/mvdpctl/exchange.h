@@ -1,0 +1,59 @@
+#ifndef EXCHANGE_H
+#define EXCHANGE_H
+
+#include "panel.h"
+#include "request.h"
+#include "terminal.h"
+#include "transport.h"
+
+#include <array>
+#include <bitset>
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <vector>
+
+struct Patience {
+    int rounds;
+    std::chrono::milliseconds timeout; // of each round
+};
+
+// Requests out, their answers in. Everything that is no answer is counted and dropped here.
+class Exchange
+{
+public:
+    Exchange(Transport &transport, Terminal &terminal);
+
+    // Sends to each destination; throws Failure when not one of them could be sent to.
+    void send(const Request &request, const std::vector<Destination> &destinations);
+    // The next answer before the deadline; nothing when there is none, or when a signal came.
+    std::optional<Received> nextAnswer(const Request &request, Clock::time_point deadline);
+    // The same for a request of which the caller judges the answers by itself.
+    std::optional<Received> nextDatagram(Clock::time_point deadline);
+    // Counts a datagram that is no answer, unless it is a late answer to an earlier request of ours.
+    void countIgnored(Verdict verdict, const Received &received);
+
+    // Asks all over again until an answer comes; nothing when every round brought none.
+    std::optional<Received> ask(const Request &request, const std::vector<Destination> &destinations,
+                                const Patience &patience);
+
+    int ignored() const;
+    // One line of a sentence with what was ignored and why.
+    QString ignoredText() const;
+    // What may keep answers from being heard on this computer.
+    QString noAnswerAdvice() const;
+
+private:
+    Transport &m_transport;
+    Terminal &m_terminal;
+    std::array<int, VerdictCount> m_counts = {};
+    std::bitset<256> m_commandsSent;
+    int m_problemsShown = 0;
+};
+
+// Looks for panels in rounds. A round that brings nothing new is the last, once one panel has answered; all
+// rounds are spent when none has. With `expected` addresses it also ends when each of them has answered.
+PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const std::vector<Destination> &destinations,
+                         const Patience &patience, const std::vector<std::uint32_t> &expected = {});
+
+#endif // EXCHANGE_H

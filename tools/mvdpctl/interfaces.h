@@ -1,0 +1,30 @@
+#ifndef INTERFACES_H
+#define INTERFACES_H
+
+#include <QtCore/QString>
+
+#include <cstdint>
+#include <vector>
+
+struct InterfaceAddress {
+    std::uint32_t address;
+    std::uint32_t netmask;
+
+    std::uint32_t broadcast() const { return address | ~netmask; }
+    bool contains(std::uint32_t other) const { return ((address ^ other) & netmask) == 0; }
+};
+
+// A network interface of this computer that is up and has at least one IPv4 address.
+struct NetworkInterface {
+    unsigned index = 0;
+    QString name;
+    bool isLoopback = false;
+    bool canBroadcast = false;
+    bool canMulticast = false;
+    std::vector<InterfaceAddress> addresses;
+};
+
+// In the order of their indices, loopback included. Throws Failure when the kernel does not tell.
+std::vector<NetworkInterface> upInterfaces();
+
+#endif // INTERFACES_H

@@ -1,0 +1,69 @@
+#include "command.h"
+#include "failure.h"
+#include "terminal.h"
+
+#include <QtCore/QStringList>
+
+#include <clocale>
+
+namespace
+{
+
+bool isHelp(const QString &word)
+{
+    return word == QLatin1String("--help") || word == QLatin1String("-h") || word == QLatin1String("help");
+}
+
+ExitCode run(const QStringList &words, Terminal &terminal)
+{
+    if (words.isEmpty())
+        throw Failure{ExitCode::Usage, QStringLiteral("no command"), QStringLiteral("See 'mvdpctl --help'.")};
+    if (isHelp(words.first())) {
+        terminal.print(generalHelp());
+        return ExitCode::Done;
+    }
+    if (words.first() == QLatin1String("--version")) {
+        terminal.print(QStringLiteral("mvdpctl " MVDPCTL_VERSION));
+        return ExitCode::Done;
+    }
+    const Command *command = findCommand(words.first());
+    if (command == nullptr) {
+        throw Failure{
+            ExitCode::Usage, QStringLiteral("there is no command '%1'").arg(words.first()),
+            QStringLiteral("'mvdpctl --help' lists the commands; the command comes before its options.")};
+    }
+    try {
+        const Arguments arguments(words.mid(1), command->grammar);
+        if (arguments.isSet("help")) {
+            terminal.print(commandHelp(*command));
+            return ExitCode::Done;
+        }
+        terminal.setQuiet(arguments.isSet("quiet"));
+        terminal.setVerbose(arguments.isSet("verbose"));
+        return command->run(arguments, terminal);
+    } catch (Failure &failure) {
+        if (failure.code == ExitCode::Usage && failure.advice.isEmpty())
+            failure.advice = QStringLiteral("See 'mvdpctl %1 --help'.").arg(QLatin1String(command->name));
+        throw;
+    }
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // For the character set of the terminal only: numbers are read and written the same way everywhere.
+    std::setlocale(LC_CTYPE, "");
+    Terminal terminal;
+    QStringList words;
+    for (int index = 1; index < argc; ++index)
+        words << QString::fromUtf8(argv[index]);
+    try {
+        return static_cast<int>(run(words, terminal));
+    } catch (const Failure &failure) {
+        terminal.error(failure.message);
+        if (!failure.advice.isEmpty())
+            terminal.error(failure.advice);
+        return static_cast<int>(failure.code);
+    }
+}

@@ -1,0 +1,100 @@
+#include "panel.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace
+{
+
+bool samePanel(const Panel &one, const Panel &other)
+{
+    return one.mac == other.mac && (!isZero(one.mac) || one.source == other.source);
+}
+
+} // namespace
+
+Panel Panel::fromReply(const Received &reply)
+{
+    Panel panel;
+    const MvdpDatagram &datagram = reply.datagram;
+    std::copy_n(datagram.macAddress(), panel.mac.size(), panel.mac.begin());
+    panel.address = datagram.ipAddress();
+    panel.netmask = datagram.netmask();
+    panel.gateway = datagram.gateway();
+    panel.partitionVersion = datagram.partitionVersion();
+    panel.description = cleanText(datagram.systemInfo(), MvdpDatagram::SystemInfoSize);
+    panel.source = reply.source;
+    panel.interfaceIndex = reply.interfaceIndex;
+    panel.way = reply.way;
+    return panel;
+}
+
+QString Panel::versionText() const
+{
+    // One byte a part, the first part highest: the same shape as an address.
+    return partitionVersion == 0 ? QString() : ipv4Text(partitionVersion);
+}
+
+QString cleanText(const char *bytes, std::size_t size)
+{
+    const char *end = std::find(bytes, bytes + size, '\0');
+    QString text = QString::fromLatin1(bytes, static_cast<int>(end - bytes));
+    for (QChar &character : text) {
+        const ushort code = character.unicode();
+        if (code < 0x20 || (code >= 0x7F && code < 0xA0))
+            character = QLatin1Char('?');
+        else if (code == 0xA0) // no-break blank
+            character = QLatin1Char(' ');
+        else if (code == 0xAD) // soft hyphen: takes a column on some terminals and none on others
+            character = QLatin1Char('-');
+    }
+    while (text.endsWith(QLatin1Char(' ')))
+        text.chop(1);
+    return text;
+}
+
+bool PanelList::add(const Panel &panel)
+{
+    m_sources.insert({panel.mac, panel.source});
+    const auto known = std::find_if(m_panels.begin(), m_panels.end(),
+                                    [&panel](const Panel &other) { return samePanel(panel, other); });
+    if (known != m_panels.end()) {
+        *known = panel;
+        return false;
+    }
+    m_panels.push_back(panel);
+    return true;
+}
+
+std::vector<Panel> PanelList::sorted() const
+{
+    std::vector<Panel> panels = m_panels;
+    std::sort(panels.begin(), panels.end(), [](const Panel &one, const Panel &other) {
+        return std::tie(one.address, one.mac, one.source) < std::tie(other.address, other.mac, other.source);
+    });
+    return panels;
+}
+
+const Panel *PanelList::find(const MacAddress &mac) const
+{
+    const auto found = std::find_if(m_panels.begin(), m_panels.end(),
+                                    [&mac](const Panel &panel) { return panel.mac == mac; });
+    return found == m_panels.end() ? nullptr : &*found;
+}
+
+std::set<std::uint32_t> PanelList::sourcesOf(const MacAddress &mac) const
+{
+    std::set<std::uint32_t> sources;
+    for (const auto &entry : m_sources) {
+        if (entry.first == mac)
+            sources.insert(entry.second);
+    }
+    return sources;
+}
+
+bool PanelList::hasAnswered(std::uint32_t address) const
+{
+    return std::any_of(m_panels.begin(), m_panels.end(), [address](const Panel &panel) {
+        return panel.address == address || panel.source == address;
+    });
+}

@@ -1,0 +1,151 @@
+#include "command.h"
+#include "dump.h"
+#include "exchange.h"
+#include "output.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+
+#include <algorithm>
+
+namespace
+{
+
+// "BYTES" or "OFFSET:BYTES"; without an offset the bytes follow the header.
+void putBytes(MvdpDatagram &datagram, const QString &text)
+{
+    const int colon = static_cast<int>(text.indexOf(QLatin1Char(':')));
+    bool isNumber = true;
+    const int offset = colon < 0 ? int(MvdpDatagram::IpAddress) : text.left(colon).toInt(&isNumber);
+    QString digits = text.mid(colon + 1);
+    digits.remove(QLatin1Char(' '));
+    const QByteArray bytes = QByteArray::fromHex(digits.toLatin1());
+    if (!isNumber || digits.isEmpty() || bytes.toHex() != digits.toLatin1().toLower())
+        throwUsage(
+            QStringLiteral("--hex takes pairs of hexadecimal digits, with 'OFFSET:' before them if need be, "
+                           "not '%1'")
+                .arg(text));
+    if (offset < 0 || offset + bytes.size() > int(MvdpDatagram::Size))
+        throwUsage(QStringLiteral("the bytes of --hex '%1' do not fit into 256 bytes").arg(text));
+    std::copy(bytes.cbegin(), bytes.cend(), datagram.data() + offset);
+}
+
+Request requestFrom(const Arguments &arguments)
+{
+    const QString word = arguments.words().first();
+    bool isNumber = false;
+    const int code = word.toInt(&isNumber);
+    if (!isNumber || code < 0 || code > 255)
+        throwUsage(QStringLiteral("CODE is a number from 0 to 255, not '%1'").arg(word));
+    Request request = Request::toAll(static_cast<MvdpCommand>(code));
+    if (const auto mac = arguments.mac("mac")) {
+        request.datagram.setMacAddress(mac->data());
+        request.forOneMac = true;
+    }
+    request.datagram.setIpAddress(arguments.address("address").value_or(0));
+    request.datagram.setNetmask(arguments.netmask("netmask").value_or(0));
+    request.datagram.setGateway(arguments.address("gateway").value_or(0));
+    for (const QString &bytes : arguments.texts("hex"))
+        putBytes(request.datagram, bytes);
+    request.length =
+        static_cast<std::size_t>(arguments.number("length", 1, 256).value_or(MvdpDatagram::Size));
+    return request;
+}
+
+void confirm(const Request &request, const Arguments &arguments, Terminal &terminal)
+{
+    // The byte that goes out counts, not the word on the command line: --hex can have changed it. A request
+    // cut off before it is completed by the panel with the command that it heard last.
+    const std::uint8_t code = request.datagram.command();
+    const bool codeTravels = request.length > MvdpDatagram::Command;
+    if ((codeTravels && !isDestructive(code)) || arguments.isSet("yes"))
+        return;
+    const QString what =
+        codeTravels ? QStringLiteral("command %1 (%2) changes the panel")
+                          .arg(code)
+                          .arg(QLatin1String(commandName(code)))
+                    : QStringLiteral("a request without its command byte repeats the panel's last command");
+    if (!terminal.canAsk())
+        throwUsage(what + QStringLiteral(" and there is no terminal to ask on"),
+                   QStringLiteral("Give --yes to send it all the same."));
+    if (!terminal.ask(what + QStringLiteral(": send it?")))
+        throwUsage(QStringLiteral("nothing was sent"), QStringLiteral("Answer y, or give --yes."));
+}
+
+QJsonObject replyJson(const Received &reply, const Transport &transport)
+{
+    const QByteArray bytes(reinterpret_cast<const char *>(reply.datagram.data()), MvdpDatagram::Size);
+    QJsonObject object = panelJson(Panel::fromReply(reply),
+                                   [&transport](unsigned index) { return transport.interfaceName(index); });
+    object.insert(QStringLiteral("command"), reply.datagram.command());
+    object.insert(QStringLiteral("type"), reply.datagram.packetType());
+    object.insert(QStringLiteral("bytes"), QString::fromLatin1(bytes.toHex()));
+    return object;
+}
+
+void printReply(const Received &reply, const Transport &transport, Terminal &terminal)
+{
+    terminal.print(
+        QStringLiteral("Reply from %1 by %2 on %3")
+            .arg(ipv4Text(reply.source), wayName(reply.way), transport.interfaceName(reply.interfaceIndex)));
+    terminal.print(fieldLines(reply.datagram, MvdpDatagram::Size));
+    terminal.print(hexLines(reply.datagram.data(), MvdpDatagram::Size));
+}
+
+ExitCode run(const Arguments &arguments, Terminal &terminal)
+{
+    const Request request = requestFrom(arguments);
+    const auto to = arguments.address("to");
+    const Patience patience = arguments.patience(1, std::chrono::seconds(2));
+    confirm(request, arguments, terminal);
+
+    Transport transport(arguments.transportOptions());
+    Exchange exchange(transport, terminal);
+    const auto destinations = to ? transport.towards(*to) : transport.limitedBroadcasts();
+    QJsonArray replies;
+    bool refused = false;
+    for (int round = 1; round <= patience.rounds; ++round) {
+        exchange.send(request, destinations);
+        const auto deadline = Clock::now() + patience.timeout;
+        while (const auto reply = exchange.nextAnswer(request, deadline)) {
+            refused = refused || reply->datagram.packetType() ==
+                                     static_cast<std::uint8_t>(MvdpPacketType::ReplyNotApplied);
+            replies.append(replyJson(*reply, transport));
+            if (!arguments.isSet("json"))
+                printReply(*reply, transport, terminal);
+        }
+    }
+    if (arguments.isSet("json")) {
+        const QJsonObject document = {{QStringLiteral("replies"), replies},
+                                      {QStringLiteral("ignored"), exchange.ignored()}};
+        terminal.printJson(QJsonDocument(document).toJson());
+    }
+    if (exchange.ignored() > 0)
+        terminal.note(exchange.ignoredText());
+    if (replies.isEmpty())
+        throw Failure{ExitCode::NoAnswer, QStringLiteral("no answer"), exchange.noAnswerAdvice()};
+    return refused ? ExitCode::Refused : ExitCode::Done;
+}
+
+} // namespace
+
+const Command RawCommand = {
+    "raw",
+    "CODE",
+    "Send any command code and show the answers byte by byte.",
+    "Sends one datagram by broadcast on each interface, or to one address, and shows\n"
+    "every answer until the time is over. Codes: 1 discover, 2 echo, 4 identify,\n"
+    "5 set address, 6 restore defaults (relative marker), 7 wink, 14 reset network,\n"
+    "15 restore defaults, 102 restart. Panels ignore all others. 5, 6, 14, 15 and\n"
+    "102 ask first, and are refused without a terminal unless --yes is given.",
+    {{{"mac", "MAC", "The panel that the command is for (bytes 20 to 25)."},
+      {"address", "ADDRESS", "New address (bytes 8 to 11)."},
+      {"netmask", "NETMASK", "New netmask (bytes 12 to 15)."},
+      {"gateway", "ADDRESS", "New gateway (bytes 16 to 19)."},
+      {"hex", "[OFFSET:]BYTES", "Put these bytes at the offset (default 8); repeatable."},
+      {"length", "N", "Send only the first N bytes."},
+      {"to", "ADDRESS", "Send there; a broadcast or multicast address too."}},
+     1,
+     1},
+    run,
+};

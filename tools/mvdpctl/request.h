@@ -1,0 +1,41 @@
+#ifndef REQUEST_H
+#define REQUEST_H
+
+#include "addresses.h"
+#include "mvdpdatagram.h"
+#include "transport.h"
+
+#include <cstddef>
+
+// A request and what makes a datagram its answer.
+struct Request {
+    MvdpDatagram datagram;
+    std::size_t length = MvdpDatagram::Size; // how many bytes of it travel
+    bool forOneMac = false;                  // an answer must carry the MAC address of the request
+
+    // Every panel that hears it.
+    static Request toAll(MvdpCommand command);
+    static Request toMac(MvdpCommand command, const MacAddress &mac);
+};
+
+enum class Verdict {
+    Answer,
+    WrongLength,
+    NotProtocol, // magic, packet type, version or source port is not that of a panel's reply
+    OtherCommand,
+    OtherMac,
+    Altered, // echo and the two resets: not the bytes that were sent
+};
+constexpr int VerdictCount = 6;
+
+// Says what a received datagram is to this request. Only an Answer may be looked into further.
+Verdict judge(const Request &request, const Received &received);
+
+// True for commands that a panel answers with the request itself instead of its identity.
+bool isAnsweredByTheRequest(std::uint8_t command);
+// True for commands that change or restart a panel.
+bool isDestructive(std::uint8_t command);
+// "discover", "set address" ...; "unknown" for codes that no panel knows.
+const char *commandName(std::uint8_t command);
+
+#endif // REQUEST_H

@@ -1,0 +1,106 @@
+#include "settingscheck.h"
+
+#include <optional>
+
+namespace
+{
+
+QString specialAddress(std::uint32_t address)
+{
+    if (address >> 24 == 0)
+        return QStringLiteral("an address of the unspecified network 0.0.0.0/8");
+    if (address >> 24 == 127)
+        return QStringLiteral("a loopback address");
+    if (address >> 28 == 0xE)
+        return QStringLiteral("a multicast address");
+    if (address >> 28 == 0xF)
+        return QStringLiteral("a reserved or broadcast address");
+    return QString();
+}
+
+// What an address is within its subnet; empty for one that a host can have.
+QString specialInSubnet(std::uint32_t address, std::uint32_t netmask)
+{
+    const std::uint32_t hostBits = ~netmask;
+    if (hostBits <= 1) // subnets of one or two addresses have neither
+        return QString();
+    if ((address & hostBits) == 0)
+        return QStringLiteral("the network's own address");
+    if ((address & hostBits) == hostBits)
+        return QStringLiteral("the broadcast address");
+    return QString();
+}
+
+void addAddressObjection(QStringList &objections, const QString &what, std::uint32_t address,
+                         std::uint32_t netmask, bool netmaskIsUsable)
+{
+    QString special = specialAddress(address);
+    QString subnet;
+    if (special.isEmpty() && netmaskIsUsable) {
+        special = specialInSubnet(address, netmask);
+        subnet = QStringLiteral(" under the netmask %1").arg(ipv4Text(netmask));
+    }
+    if (!special.isEmpty())
+        objections << QStringLiteral("The %1 %2 is %3%4.").arg(what, ipv4Text(address), special, subnet);
+}
+
+} // namespace
+
+QStringList settingsObjections(const NetworkSettings &settings)
+{
+    QStringList objections;
+    const auto prefix = prefixLength(settings.netmask);
+    const bool usable = prefix && *prefix > 0;
+    if (!prefix)
+        objections << QStringLiteral("The netmask %1 has holes: its one bits must all come first.")
+                          .arg(ipv4Text(settings.netmask));
+    else if (!usable)
+        objections << QStringLiteral("The netmask 0.0.0.0 makes the whole internet one subnet.");
+    addAddressObjection(objections, QStringLiteral("address"), settings.address, settings.netmask, usable);
+    if (settings.gateway == 0)
+        return objections;
+    addAddressObjection(objections, QStringLiteral("gateway"), settings.gateway, settings.netmask, usable);
+    if (settings.gateway == settings.address) {
+        objections << QStringLiteral("The gateway %1 is the panel's own new address.")
+                          .arg(ipv4Text(settings.gateway));
+    } else if (((settings.gateway ^ settings.address) & settings.netmask) != 0) {
+        objections << QStringLiteral("The gateway %1 is outside the subnet %2 of the new address.")
+                          .arg(ipv4Text(settings.gateway),
+                               ipv4Text(settings.address & settings.netmask) +
+                                   (prefix ? QStringLiteral("/%1").arg(*prefix)
+                                           : QLatin1Char('/') + ipv4Text(settings.netmask)));
+    }
+    return objections;
+}
+
+QStringList targetObjections(const MacAddress &mac, const PanelList &panels)
+{
+    if (isZero(mac))
+        return {
+            QStringLiteral("The MAC address %1 names no panel: each whose platform service is down has it.")
+                .arg(macText(mac))};
+    if (panels.sourcesOf(mac).size() > 1)
+        return {QStringLiteral("%1 answered from %2 addresses: two devices may share this MAC address.")
+                    .arg(macText(mac))
+                    .arg(panels.sourcesOf(mac).size())};
+    return {};
+}
+
+QStringList holderObjections(std::uint32_t address, const MacAddress &own, const std::vector<Panel> &others,
+                             const std::vector<NetworkInterface> &interfaces)
+{
+    QStringList objections;
+    for (const Panel &panel : others) {
+        if (panel.mac != own && panel.address == address)
+            objections << QStringLiteral("The address %1 is held by the panel %2 (%3).")
+                              .arg(ipv4Text(address), macText(panel.mac), panel.description);
+    }
+    for (const NetworkInterface &interface : interfaces) {
+        for (const InterfaceAddress &ours : interface.addresses) {
+            if (ours.address == address)
+                objections << QStringLiteral("The address %1 is this computer's own, on %2.")
+                                  .arg(ipv4Text(address), interface.name);
+        }
+    }
+    return objections;
+}

@@ -1,0 +1,61 @@
+#ifndef TERMINAL_H
+#define TERMINAL_H
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
+#include <cstdio>
+
+// Standard output, standard error and the question to the user. Results go to standard output and nothing
+// else does, so that they can be piped; the rest goes to standard error.
+class Terminal
+{
+public:
+    // Reads the locale's character set, so the locale must have been set.
+    Terminal();
+    ~Terminal();
+    Terminal(const Terminal &) = delete;
+    Terminal &operator=(const Terminal &) = delete;
+
+    void setQuiet(bool quiet) { m_quiet = quiet; }
+    void setVerbose(bool verbose) { m_verbose = verbose; }
+    bool isVerbose() const { return m_verbose; }
+
+    void print(const QString &line);    // result
+    void printJson(const QByteArray &); // result, UTF-8 in every locale
+    void error(const QString &line);    // "mvdpctl: line", always
+    void warn(const QString &line);     // "mvdpctl: line", not when quiet
+    void note(const QString &line);     // plain, not when quiet
+    void trace(const QString &lines);   // plain, only when verbose
+    // What is going on, in one line that the next output replaces; only on a terminal.
+    void progress(const QString &line);
+
+    // True when there is a person to ask.
+    bool canAsk() const;
+    // True when the answer was "yes" or "y".
+    bool ask(const QString &question);
+
+    // Columns of standard output; 0 when it is no terminal, that is, when nothing need be cut.
+    int columns() const;
+
+private:
+    QByteArray encode(const QString &text) const;
+    void write(FILE *stream, const QString &line);
+    void writeMessage(const QString &line);
+    void clearProgress();
+
+    enum class CharacterSet { Utf8, Latin1, Ascii };
+    CharacterSet m_characterSet;
+    bool m_quiet = false;
+    bool m_verbose = false;
+    bool m_progressShown = false;
+};
+
+// The text in a character set that can be less than Unicode: what it lacks becomes '?'.
+QByteArray toAscii(const QString &text);
+
+// Breaks a line between words. What follows the first line is indented, so that text from the network cannot
+// pass for a line of its own.
+QString wrapped(const QString &line, int columns);
+
+#endif // TERMINAL_H

@@ -1,0 +1,91 @@
+#ifndef TRANSPORT_H
+#define TRANSPORT_H
+
+#include "interfaces.h"
+#include "mvdpdatagram.h"
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+using Clock = std::chrono::steady_clock;
+
+struct TransportOptions {
+    QString interface;            // empty: every interface that is up, without loopback
+    std::uint16_t sourcePort = 0; // 0: the kernel chooses
+};
+
+struct Destination {
+    std::uint32_t address = 0;
+    unsigned interfaceIndex = 0;     // 0: the routing table decides
+    std::uint32_t sourceAddress = 0; // 0: the kernel decides
+};
+
+// How a datagram was addressed to us. A panel answers senders outside its own subnet by broadcast or to the
+// group, so this tells an engineer which panels are on another subnet.
+enum class Way { Unicast, Broadcast, Multicast };
+QString wayName(Way way);
+
+struct Received {
+    MvdpDatagram datagram;  // what was beyond `length` is zero
+    std::size_t length = 0; // as it travelled, which can be more than MvdpDatagram::Size
+    std::uint32_t source = 0;
+    std::uint16_t sourcePort = 0;
+    unsigned interfaceIndex = 0;
+    Way way = Way::Unicast;
+};
+
+// The one UDP socket of the program. Bound to all local addresses and a member of the protocol's group on
+// every interface, so that answers by unicast, broadcast and multicast all arrive.
+class Transport
+{
+public:
+    // Throws Failure when the socket cannot be had or the interface is not there.
+    explicit Transport(const TransportOptions &options);
+    ~Transport();
+    Transport(const Transport &) = delete;
+    Transport &operator=(const Transport &) = delete;
+
+    const std::vector<NetworkInterface> &interfaces() const { return m_interfaces; }
+    QString interfaceName(unsigned index) const;
+    std::uint16_t localPort() const { return m_localPort; }
+
+    // Limited broadcast, the directed broadcast of each address and the group, on each interface.
+    std::vector<Destination> everywhere() const;
+    // Limited broadcast alone, once on each interface: for requests that must not be carried out thrice.
+    std::vector<Destination> limitedBroadcasts() const;
+    // One address, whatever it is: broadcast and multicast addresses go out on each interface.
+    std::vector<Destination> towards(std::uint32_t address) const;
+    // True for multicast and broadcast addresses, those of our own subnets included.
+    bool reachesMany(std::uint32_t address) const { return wayTo(address) != Way::Unicast; }
+
+    // False when the kernel refused; problems() then has one more line, unless it had that one already.
+    bool send(const std::uint8_t *bytes, std::size_t size, const Destination &destination);
+
+    // The next datagram that is there before `deadline`. Nothing when there is none, or when a signal came.
+    std::optional<Received> receive(Clock::time_point deadline);
+
+    // What does not work as it should but does not stop the program, each problem once.
+    const QStringList &problems() const { return m_problems; }
+
+private:
+    void chooseInterfaces(const QString &name);
+    void setOptions(const QString &interface);
+    void bindTo(std::uint16_t port);
+    void joinGroup();
+    void addProblem(const QString &problem);
+    Way wayTo(std::uint32_t address) const;
+    std::optional<Received> receiveWaiting();
+
+    int m_socket;
+    std::uint16_t m_localPort = 0;
+    std::vector<NetworkInterface> m_interfaces;
+    bool m_onlyOneInterface;
+    QStringList m_problems;
+};
+
+#endif // TRANSPORT_H
