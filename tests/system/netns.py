@@ -24,7 +24,7 @@ import struct
 import subprocess
 import threading
 
-from waiting import wait_for
+from waiting import PATIENCE, wait_for
 
 _CLONE_NEWNS = 0x00020000
 _CLONE_NEWNET = 0x40000000
@@ -231,7 +231,7 @@ class Capture:
     def __init__(self, sock):
         self._sock = sock
 
-    def next(self, wanted, what, patience=60.0):
+    def next(self, wanted, what, patience=PATIENCE):
         """The first UDP packet for which `wanted(packet)` holds."""
         self._sock.settimeout(patience)
         while True:

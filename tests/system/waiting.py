@@ -4,7 +4,7 @@ import time
 
 # Generous: the machine may be loaded and the programs built with a sanitizer. A test that passes
 # never waits this long.
-PATIENCE = 30.0
+PATIENCE = 60.0
 _STEP = 0.005
 
 

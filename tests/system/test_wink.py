@@ -1,0 +1,340 @@
+"""The wink notice, as the X server and an operator see it."""
+
+import subprocess
+import time
+
+import pytest
+
+import mvdp
+from mvdp import Command
+from noticepicture import HAND, read_notice, read_texts
+from panel import MAC, Xvfb
+from waiting import wait_for
+from xscreen import Screen
+
+WINK = mvdp.request(Command.WINK, mac=MAC)
+OTHER_MAC = "00:1a:2b:3c:4d:5f"
+NO_DISPLAY = "Cannot open the X display: no wink notice is shown"
+LANDSCAPE, PORTRAIT = (420, 151), (330, 235)
+# Five seconds at the least: Qt may fire such a timer a twentieth early.
+SHOWN_FOR = 4.75
+
+
+class WatchedScreen:
+    """An X display of its own for one test; `parts` are ended with it, last one first."""
+
+    def __init__(self, size, depth=24):
+        self.parts = []
+        self.server = Xvfb(f"{size}x{depth}")
+        self.parts.append(self.server)
+        self.name = self.server.display
+        self.screen = Screen(self.name)
+        self.parts.append(self.screen)
+
+    def start_window_manager(self, folder):
+        (folder / "rc.xml").write_text('<openbox_config xmlns="http://openbox.org/3.4/rc"/>', encoding="ascii")
+        environment = {"DISPLAY": self.name, "HOME": str(folder), "PATH": "/usr/bin:/bin", "LC_ALL": "C.UTF-8"}
+        process = subprocess.Popen(
+            ["setpriv", "--pdeathsig", "KILL", "--", "openbox", "--sm-disable", "--config-file",
+             folder / "rc.xml"], env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL)
+        self.parts.append(Program(process))
+        self.screen.wait_for_window_manager()
+
+    def close(self):
+        while self.parts:
+            self.parts.pop().close()
+
+
+class Program:
+    def __init__(self, process):
+        self.process = process
+
+    def close(self):
+        self.process.kill()
+        self.process.wait()
+
+
+@pytest.fixture(name="make_screen")
+def fixture_make_screen():
+    """A function of a size that makes a WatchedScreen."""
+    made = []
+
+    def make(size):
+        made.append(WatchedScreen(size))
+        return made[-1]
+
+    yield make
+    for each in made:
+        each.close()
+
+
+@pytest.fixture(name="stage")
+def fixture_stage(make_screen, make_panel):
+    """A function that makes (panel, tool, screen) with a screen of the given size, and no wink yet."""
+    # The panels are ended before their screens are.
+    def make(size="800x480", environment=None):
+        display = make_screen(size)
+        panel = make_panel(display=display.name, start=False)
+        panel.start_service(environment=environment)
+        return panel, panel.tool_at(), display.screen
+
+    return make
+
+
+@pytest.fixture(name="winked")
+def fixture_winked(stage):
+    """The same, and the window of a notice that has just been asked for."""
+    def make(*args, **kwargs):
+        panel, tool, screen = stage(*args, **kwargs)
+        wink(tool)
+        return panel, tool, screen, screen.wait_for_window(panel.process.pid)
+
+    return make
+
+
+def wink(tool):
+    assert tool.ask(WINK).packet_type == mvdp.REPLY
+
+
+def picture_with_hand(tool, screen, window):
+    """The notice at a moment when the hand is shown."""
+    def look():
+        picture = screen.picture_of(window)
+        return picture if picture.place_of(HAND) else None
+
+    return keep_winking(tool, look, "the hand to be shown")
+
+
+def keep_winking(tool, condition, what):
+    """Waits while the notice is kept up: it might go before a slow machine has looked."""
+    def winked_condition():
+        wink(tool)
+        return condition()
+
+    return wait_for(winked_condition, what)
+
+
+# Where it is
+
+
+@pytest.mark.parametrize("size, geometry", [
+    ("800x480", (190, 164, *LANDSCAPE)),
+    ("481x800", (30, 324, *LANDSCAPE)),
+    ("480x800", (75, 282, *PORTRAIT)),
+    # Half of -10 and half of 5, rounded towards zero.
+    ("320x240", (-5, 2, *PORTRAIT))])
+def test_the_notice_is_in_the_middle_of_the_screen(winked, size, geometry):
+    panel, _, screen, window = winked(size)
+    assert screen.geometry(window) == geometry
+    assert screen.frame(window) == geometry
+    assert panel.warnings() == []
+
+
+@pytest.mark.parametrize("environment", [
+    {"QT_SCALE_FACTOR": "2"}, {"QT_SCREEN_SCALE_FACTORS": "2"}, {"QT_SCREEN_SCALE_FACTORS": "screen=2;2"},
+    {"QT_DEVICE_PIXEL_RATIO": "2"}, {"QT_AUTO_SCREEN_SCALE_FACTOR": "1"}, {"QT_ENABLE_HIGHDPI_SCALING": "1"}],
+    ids=lambda environment: " ".join(environment))
+def test_on_a_scaled_desktop_the_notice_keeps_its_pixels(winked, environment):
+    _, tool, screen, window = winked(environment=environment)
+    assert screen.geometry(window) == (190, 164, *LANDSCAPE)
+    # The hand is found only at its natural size.
+    read_notice(picture_with_hand(tool, screen, window))
+
+
+@pytest.mark.parametrize("environment", [{}, {"QT_AUTO_SCREEN_SCALE_FACTOR": "1", "QT_ENABLE_HIGHDPI_SCALING": "1"}],
+                         ids=["dots per inch alone", "and scaling asked for"])
+@pytest.mark.parametrize("size, geometry", [("800x480", (190, 164, *LANDSCAPE)), ("480x800", (75, 282, *PORTRAIT))])
+def test_on_a_screen_of_many_dots_per_inch_too(make_screen, make_panel, size, geometry, environment):
+    display = make_screen(size)
+    display.screen.set_dots_per_inch(192)
+    panel = make_panel(display=display.name, start=False)
+    panel.start_service(environment=environment)
+    wink(panel.tool_at())
+    window = display.screen.wait_for_window(panel.process.pid)
+    assert display.screen.geometry(window) == geometry
+
+
+def test_a_screen_that_shrinks_later_changes_nothing(winked):
+    panel, tool, screen, window = winked("800x800")
+    geometry = screen.geometry(window)
+    assert geometry == (190, 324, *LANDSCAPE)
+    screen.wait_for_no_window(panel.process.pid)
+    screen.shrink(480, 800)
+    wink(tool)
+    assert screen.wait_for_window(panel.process.pid) == window
+    assert screen.geometry(window) == geometry
+
+
+# What it shows
+
+
+@pytest.mark.parametrize("size", ["800x480", "480x800"], ids=["landscape", "portrait"])
+def test_the_notice_shows_the_hand_and_all_texts(winked, size):
+    _, tool, screen, window = winked(size)
+    read_notice(picture_with_hand(tool, screen, window))
+
+
+@pytest.mark.parametrize("size", ["800x480", "480x800"], ids=["landscape", "portrait"])
+def test_a_part_that_goes_missing_is_noticed(winked, size):
+    """The test of the test above."""
+    _, tool, screen, window = winked(size)
+    picture = picture_with_hand(tool, screen, window)
+    parts = read_notice(picture).parts
+    assert len(parts) == 6
+    for name, place in parts.items():
+        with pytest.raises(AssertionError):
+            read_notice(picture.painted(*place))
+            pytest.fail(f"the {name} was not missed")
+    left, top, _, _ = parts["hand"]
+    with pytest.raises(AssertionError, match="the hand is missing"):
+        read_notice(picture.painted(left + 64, top + 64, left + 65, top + 65))
+    with pytest.raises(AssertionError, match="no frame"):
+        read_notice(picture.painted(0, 70, 1, 71))
+
+
+@pytest.mark.parametrize("size", ["800x480", "480x800"], ids=["landscape", "portrait"])
+def test_the_hand_blinks_and_the_texts_stay(winked, size):
+    _, tool, screen, window = winked(size)
+    shown = picture_with_hand(tool, screen, window)
+    hand = read_notice(shown).parts["hand"]
+
+    def without_hand():
+        picture = screen.picture_of(window)
+        return picture if picture.is_white(*hand) else None
+
+    hidden = keep_winking(tool, without_hand, "the hand to be hidden")
+    assert read_texts(hidden, hand[:2]).parts == read_notice(shown).parts
+    assert read_notice(picture_with_hand(tool, screen, window)).parts == read_notice(shown).parts
+
+
+def test_a_later_wink_shows_the_address_of_the_first(winked):
+    panel, tool, screen, window = winked()
+    first = picture_with_hand(tool, screen, window)
+    screen.wait_for_no_window(panel.process.pid)
+    panel.sim.set_interface(ip_address="192.168.10.77", actual_ip_address="192.168.10.77")
+    assert tool.ask(mvdp.request(Command.DISCOVER)).address == "192.168.10.77"
+
+    wink(tool)
+    assert screen.wait_for_window(panel.process.pid) == window
+    assert picture_with_hand(tool, screen, window).same_as(first)
+
+    # A new process shows the new one.
+    panel.restart_service()
+    wink(tool)
+    window = screen.wait_for_window(panel.process.pid)
+    assert not picture_with_hand(tool, screen, window).same_as(first)
+
+
+# When it is there
+
+
+def test_two_winks_three_seconds_apart_keep_the_notice_up_until_five_after_the_second(stage):
+    panel, tool, screen = stage()
+    screen.watch()
+    first = time.monotonic()
+    wink(tool)
+    assert screen.next_change() == "shown"
+    wait_for(lambda: time.monotonic() >= first + 3, "the time of the second wink")
+    second = time.monotonic()
+    wink(tool)
+    assert screen.next_change() == "hidden"
+    assert time.monotonic() - second >= SHOWN_FOR
+    # Nothing came in between, and the process has not ended with its last window.
+    assert screen.changes() == []
+    assert tool.ask(mvdp.request(Command.DISCOVER)).packet_type == mvdp.REPLY
+    assert not screen.find_window(panel.process.pid)
+
+
+def test_the_notice_goes_and_comes_again(stage):
+    panel, tool, screen = stage()
+    screen.watch()
+    seen = set()
+    for _ in range(3):
+        started = time.monotonic()
+        wink(tool)
+        assert screen.next_change() == "shown"
+        seen.add(screen.wait_for_window(panel.process.pid).id)
+        assert screen.next_change() == "hidden"
+        assert time.monotonic() - started >= SHOWN_FOR
+    assert len(seen) == 1
+    assert panel.warnings() == []
+
+
+def test_a_wink_for_another_panel_shows_nothing(stage):
+    panel, tool, screen = stage()
+    screen.watch()
+    tool.ask(mvdp.request(Command.DISCOVER))
+    for mac in (OTHER_MAC, "00:00:00:00:00:00", "ff:ff:ff:ff:ff:ff"):
+        tool.expect_silence(mvdp.request(Command.WINK, mac=mac))
+    for command in (Command.DISCOVER, Command.ECHO, Command.IDENTIFY):
+        tool.ask(mvdp.request(command, mac=MAC))
+    assert not screen.find_window(panel.process.pid)
+    # Events are handled in order: what one of those had set off would be there before this.
+    wink(tool)
+    started = time.monotonic()
+    assert screen.next_change() == "shown"
+    assert screen.next_change() == "hidden"
+    assert time.monotonic() - started >= SHOWN_FOR - 1
+    assert screen.changes() == []
+
+
+# Among other windows
+
+
+def test_under_a_window_manager_the_notice_is_frameless_and_stays_on_top(make_screen, make_panel, tmp_path):
+    display = make_screen("800x480")
+    display.start_window_manager(tmp_path)
+    screen = display.screen
+    other = screen.open_window(100, 100, 600, 300)
+    # This manager does decorate.
+    assert screen.frame(other) != screen.geometry(other)
+    panel = make_panel(display=display.name)
+    tool = panel.tool_at()
+    wink(tool)
+    window = screen.wait_for_window(panel.process.pid)
+    wait_for(lambda: screen.geometry(window) == (190, 164, *LANDSCAPE), "the notice in the middle")
+    assert screen.frame(window) == screen.geometry(window)
+    assert screen.is_above(window, other)
+    screen.raise_window(other)
+    keep_winking(tool, lambda: screen.is_above(window, other), "the notice to be on top again")
+    read_notice(picture_with_hand(tool, screen, window))
+
+
+def test_without_a_window_manager_the_notice_comes_above_the_others(stage):
+    panel, tool, screen = stage()
+    other = screen.open_window(100, 100, 600, 300)
+    wink(tool)
+    window = screen.wait_for_window(panel.process.pid)
+    assert screen.is_above(window, other)
+    assert screen.frame(window) == (190, 164, *LANDSCAPE)
+    read_notice(picture_with_hand(tool, screen, window))
+
+
+# Without a display
+
+
+def expect_warnings(panel, count):
+    wait_for(lambda: len(panel.warnings()) >= count, f"{count} warnings")
+    assert panel.warnings() == [NO_DISPLAY] * count
+
+
+def test_without_a_display_each_wink_is_one_warning_and_the_service_goes_on(make_panel):
+    panel = make_panel()
+    tool = panel.tool_at()
+    for count in (1, 2, 3):
+        assert tool.ask(WINK).data == panel.expected_identity(command=Command.WINK)
+        expect_warnings(panel, count)
+    assert tool.ask(mvdp.request(Command.DISCOVER)).data == panel.expected_identity()
+    expect_warnings(panel, 3)
+
+
+def test_a_display_that_is_gone_is_like_none(make_panel, make_screen):
+    display = make_screen("800x480")
+    panel = make_panel(start=False)
+    panel.start_service(environment={"DISPLAY": display.name})
+    tool = panel.tool_at()
+    display.close()
+    assert tool.ask(WINK).data == panel.expected_identity(command=Command.WINK)
+    expect_warnings(panel, 1)
+    assert tool.ask(mvdp.request(Command.DISCOVER)).data == panel.expected_identity()

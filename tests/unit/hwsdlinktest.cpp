@@ -1,0 +1,294 @@
+#include "hwsdlink.h"
+
+#include "support/fakebus.h"
+#include "support/messagecatcher.h"
+#include "support/testbuses.h"
+
+#include "hwsdinterface.h"
+#include "i2cseeprominterface.h"
+#include "networkmanagerinterface.h"
+#include "partitioninfointerface.h"
+#include "systeminfointerface.h"
+
+#include <QtTest>
+
+#include <memory>
+
+namespace
+{
+
+TestBuses *buses = nullptr;
+
+const char NoSystemBus[] = "Failed connecting to DBUS system bus -> try HWSD on session bus";
+const char NoSessionBus[] = "Failed connecting to DBUS session bus -> trying loading HWSD plugin";
+// The text in quotes is the bus's own.
+const char Retry1[] =
+    "Error reaching dbus service:  \"The name com.zelt.HWSD was not provided by any .service "
+    "files\"  -> retry # 1";
+const char Retry2[] =
+    "Error reaching dbus service:  \"The name com.zelt.HWSD was not provided by any .service "
+    "files\"  -> retry # 2";
+const char Retry3[] =
+    "Error reaching dbus service:  \"The name com.zelt.HWSD was not provided by any .service "
+    "files\"  -> retry # 3";
+const char FallingBack[] = "Error reaching dbus service:  \"The name com.zelt.HWSD was not provided by any "
+                           ".service files\"  -> try falling back to HWSD session bus";
+const char RunsInSessionBus[] = "HWSD running in session bus!  \"\"";
+const char NoService[] =
+    "No HWSD service running !? \"The name com.zelt.HWSD was not provided by any .service files\"";
+const char Waiting[] = "Waiting for all HWSD services up and running...";
+
+QStringList lines(std::initializer_list<const char *> texts)
+{
+    QStringList list;
+    for (const char *text : texts)
+        list.append(QString::fromLatin1(text));
+    return list;
+}
+
+// The names of the link's usable proxies.
+QStringList validProxies(const HwsdLink &link)
+{
+    QStringList valid;
+    const QDBusAbstractInterface *const proxies[] = {link.root.get(), link.systemInfo.get(),
+                                                     link.mainOsInfo.get(), link.networkManager.get(),
+                                                     link.i2cSeeprom.get()};
+    for (const QDBusAbstractInterface *proxy : proxies) {
+        if (proxy && proxy->isValid())
+            valid.append(proxy->service() + QLatin1Char(' ') + proxy->path() + QLatin1Char(' ') +
+                         proxy->interface());
+    }
+    return valid;
+}
+
+const QStringList AllProxies =
+    lines({"com.zelt.HWSD / com.zelt.HWSD", "com.zelt.HWSD /SystemInfo com.zelt.HWSD.SystemInfo",
+           "com.zelt.HWSD /MainOSInfo com.zelt.HWSD.PartitionInfo",
+           "com.zelt.HWSD /NetworkManager com.zelt.HWSD.NetworkManager",
+           "com.zelt.HWSD /I2CSEEPROM com.zelt.HWSD.I2CSEEPROM"});
+
+// Takes the warnings of the four object proxies from the end of the list; each carries the connection's last
+// error, whose text is Qt's own.
+bool takeObjectWarnings(QStringList &warnings)
+{
+    const QStringList starts =
+        lines({"Cannot get /SysteInfo object :  QDBusError(", "Cannot get /MainOSInfo object :  QDBusError(",
+               "Cannot get /m_networkManager object :  QDBusError(",
+               "Cannot get /I2CSEEPROM object :  QDBusError("});
+    if (warnings.size() < 4)
+        return false;
+    for (int i = 3; i >= 0; --i) {
+        if (!warnings.takeLast().startsWith(starts.at(i)))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+class HwsdLinkTest : public QObject
+{
+    Q_OBJECT
+private slots:
+    void cleanup() { buses->stop(); }
+
+    void serviceOnTheSystemBusIsFoundInSilence();
+    void systemBusIsPreferred();
+    void withoutASystemBusTheSessionBusIsTaken();
+    void withoutAnyBusThereIsNoLink();
+    void serviceOnTheSessionBusAloneIsFoundAfterThreeAttempts();
+    void serviceOnNeitherBusLeavesNoLink();
+    void serviceOnTheOnlySessionBusIsMissed();
+    void systemBusIsKeptWithoutASessionBus();
+    void busThatComesUpLaterIsFound();
+    void serviceThatComesUpLaterIsFound();
+    void rootProxyThatStaysInvalidIsNullAfterThreeAttempts();
+    void serviceIsWokenAndProbedOnceWhenItAnswers();
+    void missingServiceIsWokenAndProbedThreeTimesAndOnceMore();
+    void busConnectionIsClosedWithItsObject();
+
+private:
+    // The link that is found, and the warnings on the way.
+    std::unique_ptr<HwsdLink> open();
+    QStringList m_warnings;
+};
+
+std::unique_ptr<HwsdLink> HwsdLinkTest::open()
+{
+    MessageCatcher messages;
+    std::unique_ptr<HwsdLink> link = HwsdLink::open();
+    m_warnings = messages.take();
+    return link;
+}
+
+void HwsdLinkTest::serviceOnTheSystemBusIsFoundInSilence()
+{
+    QVERIFY(buses->startSystemBus() && buses->startSessionBus() && buses->startServiceOnSystemBus());
+    const std::unique_ptr<HwsdLink> link = open();
+    QCOMPARE(m_warnings, QStringList());
+    QVERIFY(link);
+    QCOMPARE(validProxies(*link), AllProxies);
+}
+
+void HwsdLinkTest::systemBusIsPreferred()
+{
+    QVERIFY(buses->startSystemBus() && buses->startSessionBus() && buses->startServiceOnSystemBus());
+    FakeService other(qgetenv("DBUS_SESSION_BUS_ADDRESS"));
+    QVERIFY(other.isOnBus());
+    const std::unique_ptr<HwsdLink> link = open();
+    QVERIFY(link);
+    link->root->restartSystem();
+    QCOMPARE(buses->service().waitForCalls(1), lines({"/ com.zelt.HWSD.restartSystem()"}));
+    QCOMPARE(other.takeCalls(), QStringList());
+}
+
+void HwsdLinkTest::withoutASystemBusTheSessionBusIsTaken()
+{
+    QVERIFY(buses->startSessionBus() && buses->startServiceOnSessionBus());
+    const std::unique_ptr<HwsdLink> link = open();
+    QCOMPARE(m_warnings, lines({NoSystemBus}));
+    QVERIFY(link);
+    QCOMPARE(validProxies(*link), AllProxies);
+}
+
+void HwsdLinkTest::withoutAnyBusThereIsNoLink()
+{
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const std::unique_ptr<HwsdLink> link = open();
+        QCOMPARE(m_warnings, lines({NoSystemBus, NoSessionBus}));
+        QVERIFY(!link);
+    }
+}
+
+void HwsdLinkTest::serviceOnTheSessionBusAloneIsFoundAfterThreeAttempts()
+{
+    QVERIFY(buses->startSystemBus() && buses->startSessionBus() && buses->startServiceOnSessionBus());
+    const std::unique_ptr<HwsdLink> link = open();
+    QCOMPARE(m_warnings, lines({Retry1, Retry2, Retry3, FallingBack, RunsInSessionBus}));
+    QVERIFY(link);
+    QCOMPARE(validProxies(*link), AllProxies);
+    link->networkManager->getConfigJSON();
+    QCOMPARE(buses->service().waitForCalls(1).size(), 1);
+}
+
+void HwsdLinkTest::serviceOnNeitherBusLeavesNoLink()
+{
+    QVERIFY(buses->startSystemBus() && buses->startSessionBus());
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const std::unique_ptr<HwsdLink> link = open();
+        QCOMPARE(m_warnings, lines({Retry1, Retry2, Retry3, FallingBack, NoService}));
+        QVERIFY(!link);
+    }
+}
+
+void HwsdLinkTest::serviceOnTheOnlySessionBusIsMissed()
+{
+    QVERIFY(buses->startSessionBus());
+    const std::unique_ptr<HwsdLink> link = open();
+    QCOMPARE(m_warnings, lines({NoSystemBus, Retry1, Retry2, Retry3, FallingBack, NoService}));
+    QVERIFY(!link);
+}
+
+void HwsdLinkTest::systemBusIsKeptWithoutASessionBus()
+{
+    QVERIFY(buses->startSystemBus());
+    const std::unique_ptr<HwsdLink> link = open();
+    QVERIFY2(takeObjectWarnings(m_warnings), qPrintable(m_warnings.join(QLatin1Char('\n'))));
+    QCOMPARE(m_warnings, lines({Retry1, Retry2, Retry3, FallingBack}));
+    QVERIFY(link);
+    QVERIFY(link->bus->isConnected());
+    QVERIFY(!link->root);
+    QVERIFY(link->systemInfo && link->mainOsInfo && link->networkManager && link->i2cSeeprom);
+    QCOMPARE(validProxies(*link), QStringList());
+    QDBusPendingReply<int> reply = link->networkManager->resetConfiguration();
+    reply.waitForFinished();
+    QVERIFY(reply.isError());
+}
+
+void HwsdLinkTest::busThatComesUpLaterIsFound()
+{
+    QVERIFY(!open());
+    QVERIFY(buses->startSessionBus());
+    QVERIFY(!open());
+    QCOMPARE(m_warnings.value(0), QString::fromLatin1(NoSystemBus));
+    QVERIFY(buses->startPanel());
+    const std::unique_ptr<HwsdLink> link = open();
+    QCOMPARE(m_warnings, QStringList());
+    QVERIFY(link);
+    QCOMPARE(validProxies(*link), AllProxies);
+}
+
+void HwsdLinkTest::serviceThatComesUpLaterIsFound()
+{
+    QVERIFY(buses->startSystemBus() && buses->startSessionBus());
+    QVERIFY(!open());
+    QVERIFY(buses->startServiceOnSystemBus());
+    const std::unique_ptr<HwsdLink> link = open();
+    QCOMPARE(m_warnings, QStringList());
+    QVERIFY(link);
+    QCOMPARE(validProxies(*link), AllProxies);
+}
+
+// The service answers, but whenever its owner is asked for, the bus knows of none.
+void HwsdLinkTest::rootProxyThatStaysInvalidIsNullAfterThreeAttempts()
+{
+    const FakeBus bus(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
+    QVERIFY(bus.isListening());
+    const std::unique_ptr<HwsdLink> link = open();
+    QVERIFY2(takeObjectWarnings(m_warnings), qPrintable(m_warnings.join(QLatin1Char('\n'))));
+    QCOMPARE(m_warnings, lines({Waiting, Waiting, Waiting}));
+    QVERIFY(link);
+    QVERIFY(!link->root);
+    QVERIFY(link->systemInfo && link->mainOsInfo && link->networkManager && link->i2cSeeprom);
+    QCOMPARE(validProxies(*link), QStringList());
+}
+
+void HwsdLinkTest::serviceIsWokenAndProbedOnceWhenItAnswers()
+{
+    QVERIFY(buses->startPanel());
+    BusMonitor monitor(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
+    QVERIFY(monitor.start());
+    QVERIFY(open());
+    buses->service().takeCalls();
+    QCOMPARE(monitor.stop(), lines({"/ .q_autostart", "/ org.freedesktop.DBus.Peer.Ping"}));
+}
+
+void HwsdLinkTest::missingServiceIsWokenAndProbedThreeTimesAndOnceMore()
+{
+    QVERIFY(buses->startSystemBus() && buses->startSessionBus());
+    BusMonitor system(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
+    BusMonitor session(qgetenv("DBUS_SESSION_BUS_ADDRESS"));
+    QVERIFY(system.start() && session.start());
+    QVERIFY(!open());
+    QCOMPARE(system.stop(), lines({"/ .q_autostart", "/ org.freedesktop.DBus.Peer.Ping", "/ .q_autostart",
+                                   "/ org.freedesktop.DBus.Peer.Ping", "/ .q_autostart",
+                                   "/ org.freedesktop.DBus.Peer.Ping"}));
+    QCOMPARE(session.stop(), lines({"/ .q_autostart", "/ org.freedesktop.DBus.Peer.Ping"}));
+}
+
+void HwsdLinkTest::busConnectionIsClosedWithItsObject()
+{
+    QVERIFY(buses->startSystemBus());
+    QString name;
+    {
+        const BusConnection connection(QDBusConnection::SystemBus);
+        QVERIFY(connection.isConnected());
+        name = connection.connection().name();
+        QVERIFY(QDBusConnection(name).isConnected());
+    }
+    QVERIFY(!QDBusConnection(name).isConnected());
+    const BusConnection none(QDBusConnection::SessionBus);
+    QVERIFY(!none.isConnected());
+}
+
+int main(int argc, char **argv)
+{
+    FakeBus::runIfAskedFor(argc, argv);
+    QCoreApplication application(argc, argv);
+    TestBuses ownBuses;
+    buses = &ownBuses;
+    HwsdLinkTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "hwsdlinktest.moc"

@@ -1,0 +1,301 @@
+#include "serversocket.h"
+
+#include "mvdpdatagram.h"
+
+#include "support/messagecatcher.h"
+#include "support/namespaces.h"
+
+#include <QtTest>
+
+#include <cstring>
+#include <memory>
+
+#include <arpa/inet.h>
+#include <net/if.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+// In a network namespace of the test's own: the loopback, and "eth0" at 10.1.0.1, a virtual cable.
+
+namespace
+{
+
+// A UDP socket of a configuration tool.
+class Tool
+{
+public:
+    Tool()
+        : m_descriptor(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_in local = address("0.0.0.0", 0);
+        ::bind(m_descriptor, reinterpret_cast<sockaddr *>(&local), sizeof local);
+        const int on = 1;
+        ::setsockopt(m_descriptor, IPPROTO_IP, IP_RECVTTL, &on, sizeof on);
+        const timeval patience = {60, 0};
+        ::setsockopt(m_descriptor, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    }
+    ~Tool() { ::close(m_descriptor); }
+    Tool(const Tool &) = delete;
+    Tool &operator=(const Tool &) = delete;
+
+    static sockaddr_in address(const char *text, quint16 port)
+    {
+        sockaddr_in result;
+        std::memset(&result, 0, sizeof result);
+        result.sin_family = AF_INET;
+        result.sin_addr.s_addr = inet_addr(text);
+        result.sin_port = htons(port);
+        return result;
+    }
+
+    quint16 port() const
+    {
+        sockaddr_in local;
+        socklen_t length = sizeof local;
+        ::getsockname(m_descriptor, reinterpret_cast<sockaddr *>(&local), &length);
+        return ntohs(local.sin_port);
+    }
+
+    bool send(const QByteArray &bytes, const char *destination) const
+    {
+        const sockaddr_in to = address(destination, 58553);
+        return ::sendto(m_descriptor, bytes.constData(), static_cast<size_t>(bytes.size()), 0,
+                        reinterpret_cast<const sockaddr *>(&to), sizeof to) == bytes.size();
+    }
+
+    bool join(const char *group) const
+    {
+        ip_mreq membership;
+        membership.imr_multiaddr.s_addr = inet_addr(group);
+        membership.imr_interface.s_addr = inet_addr("10.1.0.1");
+        return ::setsockopt(m_descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0;
+    }
+
+    // The next datagram; ttl is what it came with.
+    QByteArray receive(int &ttl) const
+    {
+        char bytes[1000];
+        char control[200];
+        iovec part = {bytes, sizeof bytes};
+        msghdr message;
+        std::memset(&message, 0, sizeof message);
+        message.msg_iov = &part;
+        message.msg_iovlen = 1;
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        const ssize_t received = ::recvmsg(m_descriptor, &message, 0);
+        for (cmsghdr *header = CMSG_FIRSTHDR(&message); header; header = CMSG_NXTHDR(&message, header)) {
+            if (header->cmsg_level == IPPROTO_IP && header->cmsg_type == IP_TTL)
+                std::memcpy(&ttl, CMSG_DATA(header), sizeof ttl);
+        }
+        return received < 0 ? QByteArray("nothing") : QByteArray(bytes, static_cast<int>(received));
+    }
+
+private:
+    const int m_descriptor;
+};
+
+QByteArray bytesOf(const MvdpDatagram &datagram)
+{
+    return QByteArray(reinterpret_cast<const char *>(datagram.data()), 256);
+}
+
+QByteArray contentOf(const char *path)
+{
+    QFile file(QString::fromLatin1(path));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class ServerSocketTest : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init() { m_socket.reset(new ServerSocket); }
+    void cleanup() { m_socket.reset(); }
+
+    void listensOnItsPortOfAllAddresses();
+    void joinsTheGroup();
+    void setUpIsSilent();
+    void portIsNotShared();
+    void shortDatagramLeavesTheRestOfTheBuffer();
+    void longDatagramIsCut();
+    void emptyDatagramIsNone();
+    void datagramToTheGroupIsReceived();
+    void senderIsTold();
+    void wholeDatagramIsSent();
+    void sentToTheGroupItCrossesSixteenRouters();
+    void broadcastIsRefused();
+    void portIsFreeAfterwards();
+
+private:
+    std::unique_ptr<ServerSocket> m_socket;
+};
+
+void ServerSocketTest::initTestCase()
+{
+    const char *const commands[] = {"link set lo up",
+                                    "link add name eth0 type veth peer name far0",
+                                    "link set far0 up",
+                                    "link set eth0 up",
+                                    "addr add 10.1.0.1/16 dev eth0",
+                                    "route add default dev eth0"};
+    for (const char *command : commands)
+        QVERIFY(runProgram(QStringLiteral("ip"), QString::fromLatin1(command).split(QLatin1Char(' '))));
+}
+
+void ServerSocketTest::listensOnItsPortOfAllAddresses()
+{
+    const QByteArray table = contentOf("/proc/net/udp");
+    QVERIFY2(table.contains(": 00000000:E4B9 00000000:0000"), table.constData());
+}
+
+void ServerSocketTest::joinsTheGroup()
+{
+    // 224.0.5.128, as the kernel prints it on a little-endian machine
+    const QByteArray group = QSysInfo::ByteOrder == QSysInfo::LittleEndian ? "800500E0" : "E0000580";
+    QVERIFY2(contentOf("/proc/net/igmp").contains(group), contentOf("/proc/net/igmp").constData());
+    m_socket.reset();
+    QVERIFY(!contentOf("/proc/net/igmp").contains(group));
+}
+
+void ServerSocketTest::setUpIsSilent()
+{
+    m_socket.reset();
+    MessageCatcher messages;
+    m_socket.reset(new ServerSocket);
+    QCOMPARE(messages.take(), QStringList());
+}
+
+void ServerSocketTest::portIsNotShared()
+{
+    const int other = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    ::setsockopt(other, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    const sockaddr_in local = Tool::address("0.0.0.0", 58553);
+    const int result = ::bind(other, reinterpret_cast<const sockaddr *>(&local), sizeof local);
+    ::close(other);
+    QCOMPARE(result, -1);
+    // A second server does not fail either, but the first one gets the datagrams.
+    MessageCatcher messages;
+    const ServerSocket second;
+    const Tool tool;
+    QVERIFY(tool.send("x", "127.0.0.1"));
+    MvdpDatagram datagram;
+    sockaddr_in sender;
+    QVERIFY(m_socket->receive(datagram, sender));
+}
+
+void ServerSocketTest::shortDatagramLeavesTheRestOfTheBuffer()
+{
+    const Tool tool;
+    MvdpDatagram datagram;
+    std::memset(datagram.data(), 0xEE, 256);
+    sockaddr_in sender;
+    QVERIFY(tool.send("abc", "127.0.0.1"));
+    QVERIFY(m_socket->receive(datagram, sender));
+    QCOMPARE(bytesOf(datagram), "abc" + QByteArray(253, '\xEE'));
+    QVERIFY(tool.send("X", "127.0.0.1"));
+    QVERIFY(m_socket->receive(datagram, sender));
+    QCOMPARE(bytesOf(datagram), "Xbc" + QByteArray(253, '\xEE'));
+}
+
+void ServerSocketTest::longDatagramIsCut()
+{
+    const Tool tool;
+    struct {
+        MvdpDatagram datagram;
+        char behind[4] = {'s', 'a', 'f', 'e'};
+    } buffer;
+    sockaddr_in sender;
+    for (const int size : {256, 257, 1400, 60000}) {
+        QVERIFY(tool.send(QByteArray(size, 'l'), "127.0.0.1"));
+        QVERIFY(m_socket->receive(buffer.datagram, sender));
+        QCOMPARE(bytesOf(buffer.datagram), QByteArray(256, 'l'));
+        QCOMPARE(QByteArray(buffer.behind, 4), QByteArray("safe"));
+    }
+    // The cut part is not taken for another datagram.
+    QVERIFY(tool.send("next", "127.0.0.1"));
+    QVERIFY(m_socket->receive(buffer.datagram, sender));
+    QCOMPARE(bytesOf(buffer.datagram).left(4), QByteArray("next"));
+}
+
+void ServerSocketTest::emptyDatagramIsNone()
+{
+    const Tool tool;
+    MvdpDatagram datagram;
+    std::memset(datagram.data(), 0xEE, 256);
+    sockaddr_in sender;
+    QVERIFY(tool.send("", "127.0.0.1"));
+    QVERIFY(!m_socket->receive(datagram, sender));
+    QCOMPARE(bytesOf(datagram), QByteArray(256, '\xEE'));
+}
+
+void ServerSocketTest::datagramToTheGroupIsReceived()
+{
+    const Tool tool;
+    MvdpDatagram datagram;
+    sockaddr_in sender;
+    QVERIFY(tool.send("to all", "224.0.5.128"));
+    QVERIFY(m_socket->receive(datagram, sender));
+    QCOMPARE(bytesOf(datagram).left(6), QByteArray("to all"));
+}
+
+void ServerSocketTest::senderIsTold()
+{
+    const Tool tool;
+    MvdpDatagram datagram;
+    sockaddr_in sender;
+    std::memset(&sender, 0, sizeof sender);
+    QVERIFY(tool.send("x", "127.0.0.1"));
+    QVERIFY(m_socket->receive(datagram, sender));
+    QCOMPARE(ntohl(sender.sin_addr.s_addr), 0x7F000001u);
+    QCOMPARE(ntohs(sender.sin_port), tool.port());
+    QCOMPARE(int(sender.sin_family), AF_INET);
+}
+
+void ServerSocketTest::wholeDatagramIsSent()
+{
+    const Tool tool;
+    MvdpDatagram datagram;
+    for (int i = 0; i < 256; ++i)
+        datagram.data()[i] = static_cast<std::uint8_t>(i);
+    QVERIFY(m_socket->send(datagram, Tool::address("127.0.0.1", tool.port())));
+    int ttl = 0;
+    QCOMPARE(tool.receive(ttl), bytesOf(datagram));
+}
+
+void ServerSocketTest::sentToTheGroupItCrossesSixteenRouters()
+{
+    const Tool tool;
+    QVERIFY(tool.join("224.0.5.128"));
+    MvdpDatagram datagram;
+    QVERIFY(m_socket->send(datagram, Tool::address("224.0.5.128", tool.port())));
+    int ttl = 0;
+    QCOMPARE(tool.receive(ttl), QByteArray(256, '\0'));
+    QCOMPARE(ttl, 16);
+}
+
+// That is what sends replies to other subnets by the group.
+void ServerSocketTest::broadcastIsRefused()
+{
+    QVERIFY(!m_socket->send(MvdpDatagram(), Tool::address("255.255.255.255", 40000)));
+}
+
+void ServerSocketTest::portIsFreeAfterwards()
+{
+    m_socket.reset();
+    QVERIFY(!contentOf("/proc/net/udp").contains(":E4B9 "));
+}
+
+int main(int argc, char **argv)
+{
+    enterOwnNetworkNamespace();
+    QCoreApplication application(argc, argv);
+    ServerSocketTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "serversockettest.moc"
