@@ -4,7 +4,6 @@ import argparse
 import pathlib
 import re
 import signal
-import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -13,11 +12,12 @@ sys.path.insert(0, str(ROOT / "tests" / "system"))
 from hwsdsim import build_folder  # noqa: E402
 from panel import MAC, Panel, Xvfb  # noqa: E402
 from waiting import wait_for  # noqa: E402
+from xscreen import Screen, read_bmp  # noqa: E402
 
 MVDPCTL = build_folder() / "tools" / "mvdpctl" / "mvdpctl"
 PICTURE = build_folder() / "wink.png"
 NEW_ADDRESS = "192.168.10.77"
-HAND_COLOUR = bytes((255, 178, 36))
+HAND = read_bmp(ROOT / "images" / "hand-icon.bmp")
 
 
 def screen_size(text):
@@ -39,13 +39,16 @@ def mvdpctl(panel, *arguments):
 
 def take_picture(display):
     """Once the notice is up and its hand is painted; a blink may hide the hand for a second at a time."""
-    def picture_with_hand():
-        picture = subprocess.run(["import", "-display", display, "-window", "root", "ppm:-"],
-                                 stdout=subprocess.PIPE, check=True).stdout
-        return picture if picture.count(HAND_COLOUR) > 100 else None
+    screen = Screen(display)
 
-    picture = wait_for(picture_with_hand, "the notice to be shown")
-    subprocess.run(["convert", "ppm:-", str(PICTURE)], input=picture, check=True)
+    def picture_with_hand():
+        picture = screen.picture()
+        return picture if picture.place_of(HAND) else None
+
+    try:
+        wait_for(picture_with_hand, "the notice to be shown").save_png(PICTURE)
+    finally:
+        screen.close()
 
 
 def show(panel, display):
@@ -65,7 +68,7 @@ def keep(panel, display):
     say("The panel stays up until Ctrl-C. From another terminal, as root:")
     print(f"  the tool's place in the network:  nsenter --net={panel.tool.path} {MVDPCTL} discover")
     print(f"  the panel's:                      nsenter --net={panel.namespace.path} ip address")
-    print(f"  its screen:                       import -display {display} -window root screen.png")
+    print(f"  its screen:                       DISPLAY={display}, for example for xwd or x11vnc")
     print(f"  its platform service:             DBUS_SESSION_BUS_ADDRESS={panel.system_bus.address}")
     print(f"  its log:                          {panel.stderr_path}", flush=True)
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
