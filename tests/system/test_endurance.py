@@ -5,8 +5,11 @@ import pathlib
 import random
 
 import pytest
+from jeepney.bus_messages import message_bus
+from jeepney.io.blocking import open_dbus_connection
 
 import mvdp
+from hwsdsim import SERVICE_NAME
 from mvdp import Command
 from panel import MAC
 from waiting import wait_for
@@ -62,6 +65,19 @@ def test_discoveries_cost_nothing_for_good(make_panel):
         assert tool.receive() == expected
     expected = panel.expected_identity()
     assert_steady(panel, one_round)
+
+
+def test_restarts_of_the_platform_service_cost_nothing_for_good(make_panel):
+    """Each tells every proxy, also when no datagram comes that could tidy up."""
+    panel = make_panel()
+    panel.tool_at().ask(DISCOVER)
+    panel.stop_sim()
+
+    with open_dbus_connection(panel.system_bus.address) as bus:
+        def one_round():
+            bus.send_and_get_reply(message_bus.RequestName(SERVICE_NAME))
+            bus.send_and_get_reply(message_bus.ReleaseName(SERVICE_NAME))
+        assert_steady(panel, one_round)
 
 
 def test_no_command_costs_anything_for_good(make_panel, display):

@@ -164,3 +164,20 @@ def test_a_route_to_the_group_alone_is_enough(make_panel):
     far_socket.sendto(DISCOVER, (ADDRESS, mvdp.PORT))
     (answer,) = watch.answers()
     assert (answer.destination, answer.ttl) == (mvdp.GROUP, MULTICAST_TTL)
+
+
+def test_an_answer_to_the_group_does_not_come_back_to_the_panel(panel):
+    """From the panel's own port on another subnet: what the group hears is a request again."""
+    echo = mvdp.request(Command.ECHO)
+    witness = panel.tool_at()
+    witness.settle()
+    far = panel.tool.udp_socket(FAR_ADDRESS, mvdp.PORT)
+    capture = panel.tool.capture("eth0")
+    panel.sim.clear_calls()
+    far.sendto(echo, (ADDRESS, mvdp.PORT))
+    capture.next(lambda p: p.destination == mvdp.GROUP and p.payload == echo, "the answer to the group")
+    far.close()
+    witness.settle()
+    witness.settle()
+    # One refresh for the echo and one for each time the witness settled.
+    assert panel.calls() == [("getInterfaceConfig", "eth0")] * 3

@@ -9,6 +9,8 @@ import itertools
 import os
 import time
 
+import pytest
+
 import mvdp
 from mvdp import Command
 from panel import ADDRESS, FAR_ADDRESS, MAC, TOOL_ADDRESS, Xvfb
@@ -76,23 +78,24 @@ def platform_comes_and_goes(stage):
     stage.wait_for_notice()
 
 
-def test_winks_and_discoveries_side_by_side(make_panel):
+@pytest.fixture(name="screen")
+def fixture_screen():
     server = Xvfb()
-    screen = panel = None
-    try:
-        screen = Screen(server.display)
-        # With a session bus on which it is not, a missing platform service is looked for again by every call.
-        panel = make_panel(display=server.display, session_bus=True, start=False)
-        stage = Stage(panel, screen)
-        rounds = (platform_is_there, platform_takes_its_time, platform_comes_late, platform_comes_and_goes)
-        started = time.monotonic()
-        for number, play in enumerate(itertools.cycle(rounds), 1):
-            play(stage)
-            panel.stop_service()
-            if number >= len(rounds) and time.monotonic() - started >= SECONDS:
-                break
-        print(f"{number} rounds")
-    finally:
-        for each in (panel, screen, server):
-            if each:
-                each.close()
+    screen = Screen(server.display)
+    yield screen
+    screen.close()
+    server.close()
+
+
+def test_winks_and_discoveries_side_by_side(screen, make_panel):
+    # With a session bus on which it is not, a missing platform service is looked for again by every call.
+    panel = make_panel(display=screen.name, session_bus=True, start=False)
+    stage = Stage(panel, screen)
+    rounds = (platform_is_there, platform_takes_its_time, platform_comes_late, platform_comes_and_goes)
+    started = time.monotonic()
+    for number, play in enumerate(itertools.cycle(rounds), 1):
+        play(stage)
+        panel.stop_service()
+        if number >= len(rounds) and time.monotonic() - started >= SECONDS:
+            break
+    print(f"{number} rounds")

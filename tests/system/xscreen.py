@@ -104,6 +104,7 @@ class Screen:
     """A connection to the X display of this name."""
 
     def __init__(self, name):
+        self.name = name
         self._display = Xlib.display.Display(name)
         self.root = self._display.screen().root
         self.width = self._display.screen().width_in_pixels

@@ -5,6 +5,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QFile>
 #include <QtTest>
 
 #include <cstring>
@@ -46,6 +47,8 @@ private slots:
     void cleanup();
 
     void recordsArePacked();
+    void descriptionsHaveTheRecordsSignatures_data();
+    void descriptionsHaveTheRecordsSignatures();
     void newRecordsAreZero();
     void partitionInfoIsWrittenInWireOrder();
     void systemInfoIsWrittenInWireOrder();
@@ -102,6 +105,25 @@ void HwsdTypesTest::recordsArePacked()
 {
     QCOMPARE(sizeof(partitionInfo), size_t(24));
     QCOMPARE(sizeof(systemInfo), size_t(16));
+}
+
+void HwsdTypesTest::descriptionsHaveTheRecordsSignatures_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QByteArray>("signature");
+
+    QTest::newRow("partitionInfo") << "com.zelt.HWSD.PartitionInfo.xml" << QByteArray("(yyyyay)");
+    QTest::newRow("systemInfo") << "com.zelt.HWSD.SystemInfo.xml" << QByteArray("(yyyayayyyayy)");
+}
+
+// The generator takes any type string beside an annotation; only people would be misled by a wrong one.
+void HwsdTypesTest::descriptionsHaveTheRecordsSignatures()
+{
+    QFETCH(QString, file);
+    QFETCH(QByteArray, signature);
+    QFile description(QStringLiteral(MVDP_PROXY_FOLDER "/") + file);
+    QVERIFY2(description.open(QIODevice::ReadOnly), qPrintable(description.fileName()));
+    QVERIFY(description.readAll().contains("type=\"" + signature + "\""));
 }
 
 void HwsdTypesTest::newRecordsAreZero()

@@ -57,16 +57,14 @@ const Proxy Proxies[] = {
     proxy<ComZeltHWSDInterface>(
         "ComZeltHWSDInterface", "com.zelt.HWSD", {"error(QString error)", "mousePlugEvent(int bPlugged)"},
         {"checkImage(QString imageType) QDBusObjectPath", "clearTimeCounters(int which) int",
-         "downloadImage(QString imageType,QString source,QString sourceMd5,bool checkMd5) "
-         "QDBusObjectPath",
+         "downloadImage(QString imageType,QString source,QString sourceMd5,bool checkMd5) QDBusObjectPath",
          "dualBootMode() QString", "formatImage(QString imageType) QDBusObjectPath", "getBlightCounter() int",
          "getScreenOrientation() int", "getSysCounter() int", "lockScreen(QString display) int",
          "lockScreenSupported() int", "mouseNotification(int bPlugged) ", "mouseStatus(QString display) int",
          "restartSystem() int", "restartSystemWithImage(int imageType) int",
          "setScreenOrientation(int angle) int", "unlockScreen(QString display) int",
          "uploadImage(QString imageType,QString destination,bool checkMd5) QDBusObjectPath",
-         "uploadRawImage(QString imageType,QString destination,bool checkMd5) "
-         "QDBusObjectPath"}),
+         "uploadRawImage(QString imageType,QString destination,bool checkMd5) QDBusObjectPath"}),
     proxy<ComZeltHWSDBacklightInterface>(
         "ComZeltHWSDBacklightInterface", "com.zelt.HWSD.Backlight", {"error(QString)"},
         {"backlightTimeout(QString displayName) int", "getBrightness() int", "offBrightness() int",

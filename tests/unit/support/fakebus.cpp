@@ -7,8 +7,11 @@
 #include <QDBusVirtualObject>
 #include <QtDebug>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+
+#include <sys/prctl.h>
 
 class FakeBusObject : public QDBusVirtualObject
 {
@@ -44,6 +47,7 @@ void FakeBus::runIfAskedFor(int argc, char **argv)
 {
     if (argc != 3 || qstrcmp(argv[1], FakeBusOption) != 0)
         return;
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL); // also when the test crashes
     QCoreApplication application(argc, argv);
     FakeBusObject object;
     QDBusServer server(QString::fromLocal8Bit(argv[2]));

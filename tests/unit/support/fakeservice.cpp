@@ -146,7 +146,7 @@ QStringList FakeService::waitForCalls(int count)
     const QDeadlineTimer limit(60000);
     while (m_calls.size() < count && m_called.wait(&m_mutex, limit)) {
     }
-    const QStringList taken = m_calls;
+    QStringList taken = m_calls;
     m_calls.clear();
     return taken;
 }

@@ -26,7 +26,7 @@ MessageCatcher::~MessageCatcher()
 QStringList MessageCatcher::take()
 {
     const QMutexLocker lock(&m_mutex);
-    const QStringList taken = m_warnings;
+    QStringList taken = m_warnings;
     m_warnings.clear();
     return taken;
 }

@@ -27,8 +27,10 @@ bool PrivateBus::start()
                         "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
                         "<allow own=\"*\"/></policy></busconfig>\n");
     configuration.close();
-    m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--config-file=") + configuration.fileName(),
+    // Through setpriv, so that the daemon ends with the test even when that crashes.
+    m_daemon.start(QStringLiteral("setpriv"),
+                   {QStringLiteral("--pdeathsig"), QStringLiteral("KILL"), QStringLiteral("dbus-daemon"),
+                    QStringLiteral("--config-file=") + configuration.fileName(),
                     QStringLiteral("--print-address"), QStringLiteral("--nofork"),
                     QStringLiteral("--nopidfile")});
     // The address is printed when the socket listens.
