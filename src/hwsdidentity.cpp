@@ -113,7 +113,9 @@ const QString *HWSDPlatform::systemDescription()
         return nullptr;
     std::unique_ptr<const QString> found(new QString(findSystemDescription(*service)));
     // An empty name in the factory's table counts as not known yet.
-    return found->isEmpty() ? nullptr : publishOnce(m_systemDescription, std::move(found));
+    if (!found->isEmpty())
+        publishOnce(m_systemDescription, std::move(found));
+    return m_systemDescription.load();
 }
 
 QString HWSDPlatform::findSystemDescription(const HwsdLink &service) const

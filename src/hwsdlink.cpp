@@ -42,7 +42,7 @@ QDBusConnection openBus(QDBusConnection::BusType type, const QString &name)
     const BusState state = busState(type);
     if (state == BusState::NotListening || (state == BusState::NotNamed && launchFailed))
         return QDBusConnection(QString());
-    const QDBusConnection connection = QDBusConnection::connectToBus(type, name);
+    QDBusConnection connection = QDBusConnection::connectToBus(type, name);
     if (state == BusState::NotNamed && !connection.isConnected())
         launchFailed = true;
     return connection;

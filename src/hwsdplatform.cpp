@@ -22,7 +22,8 @@ HWSDPlatform *HWSDPlatform::instance()
 {
     if (HWSDPlatform *existing = theInstance.load())
         return existing;
-    return publishOnce(theInstance, std::unique_ptr<HWSDPlatform>(new HWSDPlatform));
+    publishOnce(theInstance, std::unique_ptr<HWSDPlatform>(new HWSDPlatform));
+    return theInstance.load();
 }
 
 HWSDPlatform::HWSDPlatform()
@@ -49,12 +50,9 @@ HWSDPlatform::~HWSDPlatform()
 bool HWSDPlatform::connectToPlatform()
 {
     std::unique_ptr<HwsdLink> made = HwsdLink::open();
-    if (!made)
-        return m_link.load() != nullptr;
-    HwsdLink *const own = made.get();
-    if (publishOnce(m_link, std::move(made)) == own)
-        own->leaveEventsToGuiThread();
-    return true;
+    if (made && publishOnce(m_link, std::move(made)))
+        m_link.load()->leaveEventsToGuiThread();
+    return m_link.load() != nullptr;
 }
 
 const HwsdLink *HWSDPlatform::link()

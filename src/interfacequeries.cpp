@@ -127,7 +127,7 @@ quint32 findInterfaceForPeer(quint32 peer, char *name)
     if (::getifaddrs(&list) != 0)
         return 1;
     if (const ifaddrs *chosen = chooseInterface(list, ntohl(peer), route))
-        std::strcpy(name, chosen->ifa_name);
+        std::strncpy(name, chosen->ifa_name, IF_NAMESIZE);
     ::freeifaddrs(list);
     return 1;
 }

@@ -4,15 +4,16 @@
 #include <atomic>
 #include <memory>
 
-// Puts a finished object where all threads find it, unless another thread was faster: then this one is
-// dropped. Returns the object that is there afterwards. The place owns it from then on.
+// Puts a finished object where all threads find it; the place owns it from then on. False when another thread
+// was faster: then that thread's object is there, and this one is gone.
 template <class T>
-T *publishOnce(std::atomic<T *> &place, std::unique_ptr<T> made)
+bool publishOnce(std::atomic<T *> &place, std::unique_ptr<T> made)
 {
-    T *existing = nullptr;
-    if (!place.compare_exchange_strong(existing, made.get()))
-        return existing;
-    return made.release();
+    T *expected = nullptr;
+    if (!place.compare_exchange_strong(expected, made.get()))
+        return false;
+    static_cast<void>(made.release());
+    return true;
 }
 
 #endif // PUBLISHONCE_H

@@ -9,7 +9,7 @@ namespace
 {
 
 // The factory file has a few hundred bytes; what is larger by far is no such file.
-const qint64 LargestFile = 1024 * 1024;
+const qint64 LargestFile = 1 << 20;
 
 // "options\devicename" is "options/devicename"; %20 is a blank.
 QString nameFromFile(const QByteArray &name)
