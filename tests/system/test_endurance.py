@@ -21,6 +21,10 @@ ROUNDS = 1000
 # The allocator may still take a page now and then, for a moment at which more than ever before is in use.
 # 1000 rounds that each leak a connection, a pending call or a reply's text cost a megabyte and more.
 ALLOWED_GROWTH_KB = 256
+# Nothing holds the bus back when it tells of restarts: on a loaded machine many wait for their turn, and the
+# allocator keeps the room that they took. Left to lie, as many as are sent would cost ten times this.
+RESTARTS = 3000
+ALLOWED_BACKLOG_KB = 1024
 # A sanitizer keeps what was freed for a while, to find its use: 8 MB of it, as the panel starts it.
 ALLOWED_SANITIZED_GROWTH_KB = 16 * 1024
 # What a sanitizer reserves at its start, at least.
@@ -38,7 +42,7 @@ def descriptors(panel):
     return len(os.listdir(f"/proc/{panel.process.pid}/fd"))
 
 
-def assert_steady(panel, one_round, rounds=ROUNDS, warm_up=WARM_UP):
+def assert_steady(panel, one_round, rounds=ROUNDS, warm_up=WARM_UP, allowed=ALLOWED_GROWTH_KB):
     """Memory, descriptors and threads are the same after the rounds as before."""
     for _ in range(warm_up):
         one_round()
@@ -46,8 +50,8 @@ def assert_steady(panel, one_round, rounds=ROUNDS, warm_up=WARM_UP):
     threads, files = status(panel, "Threads"), descriptors(panel)
     for _ in range(rounds):
         one_round()
-    allowed = (ALLOWED_SANITIZED_GROWTH_KB if status(panel, "VmSize") > SANITIZED_ADDRESS_SPACE_KB
-               else ALLOWED_GROWTH_KB)
+    if status(panel, "VmSize") > SANITIZED_ADDRESS_SPACE_KB:
+        allowed = ALLOWED_SANITIZED_GROWTH_KB
     growth = status(panel, "VmRSS") - before
     print(f"grew by {growth} kB in {rounds} rounds")
     assert growth <= allowed
@@ -77,7 +81,7 @@ def test_restarts_of_the_platform_service_cost_nothing_for_good(make_panel):
         def one_round():
             bus.send_and_get_reply(message_bus.RequestName(SERVICE_NAME))
             bus.send_and_get_reply(message_bus.ReleaseName(SERVICE_NAME))
-        assert_steady(panel, one_round)
+        assert_steady(panel, one_round, RESTARTS, allowed=ALLOWED_BACKLOG_KB)
 
 
 def test_no_command_costs_anything_for_good(make_panel, display):

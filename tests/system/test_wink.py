@@ -287,15 +287,17 @@ def test_under_a_window_manager_the_notice_is_frameless_and_stays_on_top(make_sc
     display.start_window_manager(tmp_path)
     screen = display.screen
     other = screen.open_window(100, 100, 600, 300)
+    screen.wait_until_managed(other)
     # This manager does decorate.
     assert screen.frame(other) != screen.geometry(other)
     panel = make_panel(display=display.name)
     tool = panel.tool_at()
     wink(tool)
     window = screen.wait_for_window(panel.process.pid)
+    screen.wait_until_managed(window)
     wait_for(lambda: screen.geometry(window) == (190, 164, *LANDSCAPE), "the notice in the middle")
     assert screen.frame(window) == screen.geometry(window)
-    assert screen.is_above(window, other)
+    wait_for(lambda: screen.is_above(window, other), "the notice to be on top")
     screen.raise_window(other)
     keep_winking(tool, lambda: screen.is_above(window, other), "the notice to be on top again")
     read_notice(picture_with_hand(tool, screen, window))

@@ -173,15 +173,16 @@ class Screen:
 
     def frame(self, window):
         """(x, y, width, height) with all that a window manager has put around it."""
-        while (parent := window.query_tree().parent) != self.root:
-            window = parent
-        size = window.get_geometry()
+        top = self._top_level(window)
+        size = top.get_geometry()
         return size.x, size.y, size.width + 2 * size.border_width, size.height + 2 * size.border_width
 
     def is_above(self, upper, lower):
         """Whether one window's frame is above another's in the server's order."""
-        order = self.root.query_tree().children
-        return order.index(self._top_level(upper)) > order.index(self._top_level(lower))
+        frames = [self._top_level(window).id for window in (upper, lower)]
+        order = [window.id for window in self.root.query_tree().children]
+        # A window manager may just be putting a window into its frame.
+        return all(frame in order for frame in frames) and order.index(frames[0]) > order.index(frames[1])
 
     def _top_level(self, window):
         while (parent := window.query_tree().parent) != self.root:
@@ -192,8 +193,13 @@ class Screen:
         """An ordinary window of one colour, visible when this returns."""
         window = self.root.create_window(x, y, width, height, 0, X.CopyFromParent, background_pixel=colour)
         window.set_wm_name("something else")
-        window.map()
-        wait_for(lambda: window.get_attributes().map_state == X.IsViewable, "a window to appear")
+
+        def appears():
+            # Asked for again and again: a window manager that has just started may overlook the first time.
+            window.map()
+            return window.get_attributes().map_state == X.IsViewable
+
+        wait_for(appears, "a window to appear")
         return window
 
     def raise_window(self, window):
@@ -204,6 +210,11 @@ class Screen:
         """Returns when one has done with its start; the last it does then is to say where the user is."""
         name = self._atom("_NET_CURRENT_DESKTOP")
         wait_for(lambda: self.root.get_full_property(name, X.AnyPropertyType), "the window manager")
+
+    def wait_until_managed(self, window):
+        """Returns when the window manager has taken the window and told how wide its frame is."""
+        for name in ("WM_STATE", "_NET_FRAME_EXTENTS"):
+            wait_for(lambda: window.get_full_property(self._atom(name), X.AnyPropertyType), f"{name} of a window")
 
     # Coming and going
 
