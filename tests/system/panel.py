@@ -12,7 +12,7 @@ import tempfile
 import mvdp
 from hwsdsim import HwsdSim, build_folder
 from netns import Namespace, join
-from privatebus import PrivateBus
+from privatebus import ENDS_WITH_US, PrivateBus
 from waiting import PATIENCE, wait_for
 
 MAC = "00:1a:2b:3c:4d:5e"
@@ -49,7 +49,8 @@ class Xvfb:
         read_end, write_end = os.pipe()
         try:
             self.process = subprocess.Popen(
-                ["Xvfb", "-displayfd", str(write_end), "-screen", "0", geometry, "-nolisten", "tcp", "-noreset"],
+                [*ENDS_WITH_US, "Xvfb", "-displayfd", str(write_end), "-screen", "0", geometry, "-nolisten", "tcp",
+                 "-noreset"],
                 pass_fds=[write_end], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                 stderr=subprocess.DEVNULL)
         finally:
