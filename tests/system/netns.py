@@ -24,6 +24,7 @@ import struct
 import subprocess
 import threading
 
+import mvdp
 from waiting import PATIENCE, wait_for
 
 _CLONE_NEWNS = 0x00020000
@@ -200,6 +201,10 @@ def _udp_socket(address, port, group):
         # Bound to its own address a socket would not hear the group.
         address = ""
     sock.bind((address, port))
+    if port == 0 and sock.getsockname()[1] == mvdp.PORT:
+        # The kernel picks any free port, now and then the panels' own: requests would pass for replies.
+        with sock:
+            return _udp_socket(address, port, group)
     return sock
 
 
