@@ -90,6 +90,18 @@ void readInteger(const json::Object &object, const char *key, qint32 &field)
     field = toInteger(value.Value());
 }
 
+void readTexts(const json::Object &object, const char *key, QStringList &field)
+{
+    const json::Object::const_iterator member = object.Find(key);
+    if (member == object.End())
+        return;
+    const json::Array &values = member->element;
+    for (json::Array::const_iterator value = values.Begin(); value != values.End(); ++value) {
+        const json::String &text = *value;
+        field.append(fromJsonText(text.Value()));
+    }
+}
+
 void addText(json::Object &object, const char *key, const QString &value)
 {
     object.Insert(json::Object::Member(key, json::String(toJsonText(value))));
@@ -103,4 +115,12 @@ void addFlag(json::Object &object, const char *key, bool value)
 void addInteger(json::Object &object, const char *key, qint32 value)
 {
     object.Insert(json::Object::Member(key, json::Number(value)));
+}
+
+void addTexts(json::Object &object, const char *key, const QStringList &values)
+{
+    json::Array array;
+    for (int i = 0; i < values.size(); ++i)
+        array.Insert(json::String(toJsonText(values.at(i))));
+    object.Insert(json::Object::Member(key, array));
 }

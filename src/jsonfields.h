@@ -4,6 +4,7 @@
 #include <json/elements.h>
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtCore/QtGlobal>
 
 // What the records share in reading and writing JSON. Text crosses as Latin-1; a character outside it becomes
@@ -26,16 +27,31 @@ struct JsonReadWarnings {
 // Reads one object from text; false, with the fitting warning, when the text is empty or cannot be read.
 bool readJsonObject(const QString &text, const JsonReadWarnings &warnings, json::Object &object);
 
+// Every record's fromJsonString: false when readJsonObject is. Whether the record then took the object shows
+// in its own warnings only. What its fromJson throws passes through.
+template <class Record>
+bool readRecord(const QString &text, const JsonReadWarnings &warnings, Record &record)
+{
+    json::Object object;
+    if (!readJsonObject(text, warnings, object))
+        return false;
+    record.fromJson(object);
+    return true;
+}
+
 // Each stores the member called key in field when the object has it, and leaves field alone when not. A
 // member of another JSON type ends in json::Exception ("Bad cast"), which is the caller's to let pass.
 void readText(const json::Object &object, const char *key, QString &field);
 void readFlag(const json::Object &object, const char *key, bool &field);
 // Truncates toward zero and saturates at the 32-bit limits; NaN is 0.
 void readInteger(const json::Object &object, const char *key, qint32 &field);
+// An array of strings; its elements are appended to what the field holds.
+void readTexts(const json::Object &object, const char *key, QStringList &field);
 
 // Each appends a member to an object that does not have it yet.
 void addText(json::Object &object, const char *key, const QString &value);
 void addFlag(json::Object &object, const char *key, bool value);
 void addInteger(json::Object &object, const char *key, qint32 value);
+void addTexts(json::Object &object, const char *key, const QStringList &values);
 
 #endif // JSONFIELDS_H

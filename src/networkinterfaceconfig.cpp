@@ -117,9 +117,5 @@ QString NetworkInterfaceConfig::toJsonString() const
 
 bool NetworkInterfaceConfig::fromJsonString(const QString &text)
 {
-    json::Object object;
-    if (!readJsonObject(text, ReadWarnings, object))
-        return false;
-    fromJson(object);
-    return true;
+    return readRecord(text, ReadWarnings, *this);
 }
