@@ -1,6 +1,6 @@
 #include "networkinterfaceconfig.h"
 
-#include "support/messagecatcher.h"
+#include "support/recordreading.h"
 
 #include <QtTest>
 
@@ -9,11 +9,6 @@
 
 namespace
 {
-
-QString latin1(const char *text)
-{
-    return QString::fromLatin1(text);
-}
 
 // Every field with a value of its own that is not its initial one.
 NetworkInterfaceConfig fullRecord()
@@ -139,8 +134,6 @@ private slots:
     void notANumberBecomesZero();
     void extremeMetricsAreWrittenExactly();
 
-    void unreadableTextIsWarnedOf_data();
-    void unreadableTextIsWarnedOf();
     void textWithoutNameIsTrueWithAWarning_data();
     void textWithoutNameIsTrueWithAWarning();
     void objectWithoutNameIsRefused();
@@ -327,40 +320,6 @@ void NetworkInterfaceConfigTest::extremeMetricsAreWrittenExactly()
     const QString text = record.toJsonString();
     QVERIFY2(text.contains(latin1("\t\"metric\" : -2147483648,\n")), qPrintable(text));
     QVERIFY2(text.endsWith(latin1("\t\"actual_metric\" : 2147483647\n}")), qPrintable(text));
-}
-
-void NetworkInterfaceConfigTest::unreadableTextIsWarnedOf_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("warning");
-    const auto row = [](const char *name, const char *text, const char *warning) {
-        QTest::newRow(name) << latin1(text) << latin1(warning);
-    };
-    row("empty", "", "Trying to parse empty network interface json!");
-    row("end too early",
-        "{\"name\":", "Parse error in network interface json Unexpected end of token stream");
-    row("an array", "[1]", "Parse error in network interface json Unexpected token: [");
-    row("two documents", "{} {}",
-        "Parse error in network interface json Expected End of token stream; found {");
-    row("name twice", "{\"a\":1,\"a\":2}",
-        "Parse error in network interface json Duplicate object member token: a");
-    row("blanks alone", " \n", "Parse error in network interface json Unexpected end of token stream");
-    row("bad literal", "{\"dhcp\":tru}", "Scan error in network interface json  Expected string: true");
-    row("open text", "{\"name", "Scan error in network interface json  Expected string: \"");
-    row("bad character", "{'name':1}",
-        "Scan error in network interface json  Unexpected character in stream: '");
-}
-
-void NetworkInterfaceConfigTest::unreadableTextIsWarnedOf()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, warning);
-    NetworkInterfaceConfig record = fullRecord();
-    MessageCatcher messages;
-    const bool read = record.fromJsonString(text);
-    QCOMPARE(messages.take(), QStringList(warning));
-    QCOMPARE(read, false);
-    QCOMPARE(fieldsOf(record), fieldsOf(fullRecord()));
 }
 
 void NetworkInterfaceConfigTest::textWithoutNameIsTrueWithAWarning_data()

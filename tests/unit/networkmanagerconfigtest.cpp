@@ -1,0 +1,475 @@
+#include "networkmanagerconfig.h"
+
+#include "support/recordreading.h"
+
+#include <json/reader.h>
+
+#include <QtTest>
+
+#include <limits>
+#include <sstream>
+
+namespace
+{
+
+// What reading leaves in a document, but for what the sections' own tests look at.
+// "7 panel; dns [a] [b]; bridge on [br0]; interfaces [eth0 eth1]"
+QString asText(const NetworkManagerConfig &document)
+{
+    const auto list = [](const QStringList &texts) {
+        return latin1("[") + texts.join(QLatin1Char(' ')) + latin1("]");
+    };
+    return latin1("%1 %2; dns %3 %4; bridge %5 %6; interfaces %7")
+        .arg(document.version)
+        .arg(document.hostname, list(document.dns.servers), list(document.dns.search),
+             latin1(document.bridge.enabled ? "on" : "off"), list(document.bridge.bridges.keys()),
+             list(document.interfaces.keys()));
+}
+
+const char Version1[] = "{\"version\":1}";
+
+const char FullText[] = "{\n"
+                        "\t\"version\" : 7,\n"
+                        "\t\"hostname\" : \"panel-12\",\n"
+                        "\t\"dns\" : {\n"
+                        "\t\t\"servers\" : [\n"
+                        "\t\t\t{\n"
+                        "\t\t\t\t\"ip\" : \"192.168.10.2\"\n"
+                        "\t\t\t}\n"
+                        "\t\t],\n"
+                        "\t\t\"search\" : [\n"
+                        "\t\t\t{\n"
+                        "\t\t\t\t\"name\" : \"plant.example\"\n"
+                        "\t\t\t}\n"
+                        "\t\t]\n"
+                        "\t},\n"
+                        "\t\"bridge\" : {\n"
+                        "\t\t\"enabled\" : true,\n"
+                        "\t\t\"interfaces\" : [\n"
+                        "\t\t\t\"eth1\"\n"
+                        "\t\t],\n"
+                        "\t\t\"list\" : [\n"
+                        "\t\t\t{\n"
+                        "\t\t\t\t\"name\" : \"br0\",\n"
+                        "\t\t\t\t\"interfaces\" : [\n"
+                        "\t\t\t\t\t\"eth1\"\n"
+                        "\t\t\t\t],\n"
+                        "\t\t\t\t\"stp\" : true,\n"
+                        "\t\t\t\t\"fd\" : 5,\n"
+                        "\t\t\t\t\"udhcpc_opts\" : \"-t 30 -T 35\"\n"
+                        "\t\t\t}\n"
+                        "\t\t]\n"
+                        "\t},\n"
+                        "\t\"interfaces\" : [\n"
+                        "\t\t{\n"
+                        "\t\t\t\"name\" : \"eth0\",\n"
+                        "\t\t\t\"ip_address\" : \"192.168.10.5\",\n"
+                        "\t\t\t\"metric\" : 10,\n"
+                        "\t\t\t\"dhcp\" : false,\n"
+                        "\t\t\t\"configured\" : true,\n"
+                        "\t\t\t\"readonly\" : false,\n"
+                        "\t\t\t\"virtual\" : false,\n"
+                        "\t\t\t\"hidden\" : false\n"
+                        "\t\t},\n"
+                        "\t\t{\n"
+                        "\t\t\t\"name\" : \"eth1\",\n"
+                        "\t\t\t\"dhcp\" : false,\n"
+                        "\t\t\t\"configured\" : false,\n"
+                        "\t\t\t\"readonly\" : true,\n"
+                        "\t\t\t\"virtual\" : true,\n"
+                        "\t\t\t\"hidden\" : true\n"
+                        "\t\t}\n"
+                        "\t]\n"
+                        "}";
+
+const char EmptyText[] = "{\n"
+                         "\t\"version\" : %1,\n"
+                         "\t\"hostname\" : \"\",\n"
+                         "\t\"dns\" : {\n"
+                         "\t\t\"servers\" : [],\n"
+                         "\t\t\"search\" : []\n"
+                         "\t},\n"
+                         "\t\"bridge\" : {\n"
+                         "\t\t\"enabled\" : false,\n"
+                         "\t\t\"interfaces\" : [],\n"
+                         "\t\t\"list\" : []\n"
+                         "\t},\n"
+                         "\t\"interfaces\" : []\n"
+                         "}";
+
+const QString NoVersion =
+    QStringLiteral("Missing required field version, abort network configuration parsing");
+
+// An "interfaces" of the elements in a document of version 1.
+QString withInterfaces(const QString &elements)
+{
+    return latin1("{\"version\":1,\"interfaces\":[%1]}").arg(elements);
+}
+
+json::Object toObject(const char *text)
+{
+    std::istringstream stream(text);
+    json::Object object;
+    json::Reader::Read(object, stream);
+    return object;
+}
+
+} // namespace
+
+class NetworkManagerConfigTest : public QObject
+{
+    Q_OBJECT
+private slots:
+    void newDocumentIsEmpty();
+    void fullTextIsReadAndWrittenAsItIs();
+    void fullTextFillsEverySection();
+    void versionAloneIsADocument();
+    void interfacesAreWrittenInTheOrderOfTheirNames();
+    void hostnameIsWrittenAsLatin1();
+
+    void versionBecomesInteger_data();
+    void versionBecomesInteger();
+    void documentWithoutVersionIsRefused();
+    void filledDocumentIsNotReadAgain_data();
+    void filledDocumentIsNotReadAgain();
+    void documentOfVersion0IsReadAgain();
+
+    void sectionIsRead_data();
+    void sectionIsRead();
+    void bridgeSectionIsReplacedAndDnsListsAreToo();
+    void interfaceWithANameAloneHasTheInitialValues();
+
+    void refusedInterfaceEndsTheReading_data();
+    void refusedInterfaceEndsTheReading();
+    void wrongTypeIsABadCastAfterWhatCameBefore_data();
+    void wrongTypeIsABadCastAfterWhatCameBefore();
+    void elementsOfTheObjectStayAsTheyWere();
+};
+
+void NetworkManagerConfigTest::newDocumentIsEmpty()
+{
+    const NetworkManagerConfig document;
+    QCOMPARE(asText(document), latin1("0 ; dns [] []; bridge off []; interfaces []"));
+    QCOMPARE(document.toJsonString(), latin1(EmptyText).arg(0));
+}
+
+void NetworkManagerConfigTest::fullTextIsReadAndWrittenAsItIs()
+{
+    NetworkManagerConfig document;
+    const RecordReading reading = readText(document, FullText);
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(reading.result, latin1("true"));
+    QCOMPARE(document.toJsonString(), latin1(FullText));
+}
+
+void NetworkManagerConfigTest::fullTextFillsEverySection()
+{
+    NetworkManagerConfig document;
+    readText(document, FullText);
+    QCOMPARE(
+        asText(document),
+        latin1("7 panel-12; dns [192.168.10.2] [plant.example]; bridge on [br0]; interfaces [eth0 eth1]"));
+    QCOMPARE(document.bridge.interfaces, QStringList(latin1("eth1")));
+    QCOMPARE(document.bridge.bridges.value(latin1("br0")).interfaces, QStringList(latin1("eth1")));
+    const NetworkInterfaceConfig eth0 = document.interfaces.value(latin1("eth0"));
+    QCOMPARE(eth0.name, latin1("eth0"));
+    QCOMPARE(eth0.ipAddress, latin1("192.168.10.5"));
+    QCOMPARE(eth0.metric, 10);
+    QCOMPARE(eth0.configured, true);
+}
+
+void NetworkManagerConfigTest::versionAloneIsADocument()
+{
+    NetworkManagerConfig document;
+    const RecordReading reading = readText(document, Version1);
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(reading.result, latin1("true"));
+    QCOMPARE(document.toJsonString(), latin1(EmptyText).arg(1));
+}
+
+void NetworkManagerConfigTest::interfacesAreWrittenInTheOrderOfTheirNames()
+{
+    NetworkManagerConfig document;
+    readText(document,
+             withInterfaces(latin1(
+                 "{\"name\":\"eth9\"},{\"name\":\"eth10\"},{\"name\":\"wlan0\"},{\"name\":\"Eth1\"}")));
+    QRegularExpressionMatchIterator names =
+        QRegularExpression(latin1("\"name\" : \"([^\"]*)\"")).globalMatch(document.toJsonString());
+    QStringList order;
+    while (names.hasNext())
+        order << names.next().captured(1);
+    QCOMPARE(order, QStringList() << latin1("Eth1") << latin1("eth10") << latin1("eth9") << latin1("wlan0"));
+}
+
+void NetworkManagerConfigTest::hostnameIsWrittenAsLatin1()
+{
+    NetworkManagerConfig document;
+    document.hostname = latin1("caf\xE9 ") + QString::fromUtf8("\u20AC");
+    QVERIFY(document.toJsonString().contains(latin1("\t\"hostname\" : \"caf\xE9 ?\",\n")));
+    document = NetworkManagerConfig();
+    readText(document, "{\"version\":1,\"hostname\":\"caf\xE9\"}");
+    QCOMPARE(document.hostname, latin1("caf\xE9"));
+}
+
+void NetworkManagerConfigTest::versionBecomesInteger_data()
+{
+    QTest::addColumn<QString>("number");
+    QTest::addColumn<qint32>("version");
+    const auto row = [](const char *number, qint32 version) {
+        QTest::newRow(number) << latin1(number) << version;
+    };
+    row("0", 0);
+    row("1", 1);
+    row("-3", -3);
+    row("7.9", 7);
+    row("-7.9", -7);
+    row("0.9", 0);
+    row("1e3", 1000);
+    row("1.0", 1);
+    row("2147483647", std::numeric_limits<qint32>::max());
+    row("1e300", std::numeric_limits<qint32>::max());
+    row("-1e300", std::numeric_limits<qint32>::min());
+}
+
+void NetworkManagerConfigTest::versionBecomesInteger()
+{
+    QFETCH(QString, number);
+    QFETCH(qint32, version);
+    NetworkManagerConfig document;
+    const RecordReading reading = readText(document, latin1("{\"version\":%1}").arg(number));
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(document.version, version);
+    QCOMPARE(document.toJsonString(), latin1(EmptyText).arg(version));
+}
+
+void NetworkManagerConfigTest::documentWithoutVersionIsRefused()
+{
+    const char text[] = "{\"Version\":1,\"hostname\":\"a\",\"dns\":{\"servers\":[{\"ip\":\"b\"}]},"
+                        "\"bridge\":{\"enabled\":true},\"interfaces\":[{\"name\":\"eth0\"}]}";
+    NetworkManagerConfig document;
+    const RecordReading reading = readText(document, text);
+    QCOMPARE(reading.warnings, QStringList(NoVersion));
+    QCOMPARE(reading.result, latin1("true"));
+    QCOMPARE(document.toJsonString(), latin1(EmptyText).arg(0));
+
+    MessageCatcher messages;
+    QCOMPARE(document.fromJson(toObject(text)), false);
+    QCOMPARE(messages.take(), QStringList(NoVersion));
+
+    // A filled document is asked for its version too.
+    readText(document, Version1);
+    QCOMPARE(readText(document, "{}").warnings, QStringList(NoVersion));
+}
+
+void NetworkManagerConfigTest::filledDocumentIsNotReadAgain_data()
+{
+    QTest::addColumn<QString>("number");
+    QTest::addColumn<QString>("warning");
+    const auto row = [](const char *number, const char *warning) {
+        QTest::newRow(number) << latin1(number) << latin1(warning);
+    };
+    // The number of the second reading is told, also when it is the same.
+    row("7", "Unsupported network manager version  7");
+    row("8", "Unsupported network manager version  8");
+    row("0", "Unsupported network manager version  0");
+    row("-2.9", "Unsupported network manager version  -2");
+    row("1e300", "Unsupported network manager version  2147483647");
+}
+
+void NetworkManagerConfigTest::filledDocumentIsNotReadAgain()
+{
+    QFETCH(QString, number);
+    QFETCH(QString, warning);
+    NetworkManagerConfig document;
+    readText(document, FullText);
+    const QString text =
+        latin1("{\"version\":%1,\"hostname\":\"b\",\"dns\":{},\"interfaces\":[{\"name\":\"x\"}]}")
+            .arg(number);
+    const RecordReading reading = readText(document, text);
+    QCOMPARE(reading.warnings, QStringList(warning));
+    QCOMPARE(reading.result, latin1("true"));
+    QCOMPARE(document.toJsonString(), latin1(FullText));
+
+    MessageCatcher messages;
+    QCOMPARE(document.fromJson(toObject(text.toLatin1().constData())), false);
+    QCOMPARE(messages.take(), QStringList(warning));
+}
+
+void NetworkManagerConfigTest::documentOfVersion0IsReadAgain()
+{
+    NetworkManagerConfig document;
+    readText(document, "{\"version\":0,\"hostname\":\"a\",\"interfaces\":[{\"name\":\"eth0\"}]}");
+    RecordReading reading =
+        readText(document, "{\"version\":0,\"hostname\":\"b\",\"interfaces\":[{\"name\":\"eth1\"}]}");
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(asText(document), latin1("0 b; dns [] []; bridge off []; interfaces [eth0 eth1]"));
+    reading = readText(document, "{\"version\":5}");
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(asText(document), latin1("5 b; dns [] []; bridge off []; interfaces [eth0 eth1]"));
+}
+
+void NetworkManagerConfigTest::sectionIsRead_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("document");
+    const auto row = [](const char *name, const char *text, const char *document) {
+        QTest::newRow(name) << latin1(text) << latin1(document);
+    };
+    row("hostname", "{\"version\":1,\"hostname\":\"a\"}", "1 a; dns [] []; bridge off []; interfaces []");
+    row("empty hostname", "{\"version\":1,\"hostname\":\"\"}", "1 ; dns [] []; bridge off []; interfaces []");
+    row("empty sections", "{\"version\":1,\"dns\":{},\"bridge\":{},\"interfaces\":[]}",
+        "1 ; dns [] []; bridge off []; interfaces []");
+    row("dns", "{\"version\":1,\"dns\":{\"search\":[{\"name\":\"a\"},5]}}",
+        "1 ; dns [] [a ]; bridge off []; interfaces []");
+    row("bridge",
+        "{\"version\":1,\"bridge\":{\"enabled\":true,\"list\":[{\"name\":\"b\",\"interfaces\":[]}]}}",
+        "1 ; dns [] []; bridge on [b]; interfaces []");
+    row("interfaces first", "{\"interfaces\":[{\"name\":\"b\"},{\"name\":\"a\"}],\"version\":1}",
+        "1 ; dns [] []; bridge off []; interfaces [a b]");
+    row("unknown keys", "{\"version\":1,\"Hostname\":5,\"route\":[{}]}",
+        "1 ; dns [] []; bridge off []; interfaces []");
+}
+
+void NetworkManagerConfigTest::sectionIsRead()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, document);
+    NetworkManagerConfig record;
+    const RecordReading reading = readText(record, text);
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(reading.result, latin1("true"));
+    QCOMPARE(asText(record), document);
+}
+
+void NetworkManagerConfigTest::bridgeSectionIsReplacedAndDnsListsAreToo()
+{
+    NetworkManagerConfig document;
+    document.hostname = latin1("kept");
+    document.dns.servers << latin1("old");
+    document.bridge.enabled = true;
+    document.bridge.interfaces << latin1("old");
+    document.bridge.bridges[latin1("old")].name = latin1("old");
+
+    NetworkManagerConfig untouched = document;
+    readText(untouched, Version1);
+    QCOMPARE(asText(untouched), latin1("1 kept; dns [old] []; bridge on [old]; interfaces []"));
+
+    readText(document, "{\"version\":1,\"dns\":{},\"bridge\":{\"interfaces\":[\"new\"]}}");
+    QCOMPARE(asText(document), latin1("1 kept; dns [] []; bridge off []; interfaces []"));
+    QCOMPARE(document.bridge.interfaces, QStringList(latin1("new")));
+}
+
+void NetworkManagerConfigTest::interfaceWithANameAloneHasTheInitialValues()
+{
+    NetworkManagerConfig document;
+    readText(document, withInterfaces(latin1("{\"name\":\"eth0\"}")));
+    const NetworkInterfaceConfig interface = document.interfaces.value(latin1("eth0"));
+    QCOMPARE(interface.readonly, true);
+    QCOMPARE(interface.isVirtual, true);
+    QCOMPARE(interface.hidden, true);
+    QCOMPARE(interface.dhcp, false);
+    QCOMPARE(interface.configured, false);
+    QCOMPARE(interface.metric, 0);
+    QCOMPARE(interface.actualMetric, 0);
+}
+
+void NetworkManagerConfigTest::refusedInterfaceEndsTheReading_data()
+{
+    QTest::addColumn<QString>("elements");
+    QTest::addColumn<QString>("warning");
+    QTest::addColumn<QString>("interfaces");
+    const auto row = [](const char *name, const char *elements, const char *warning, const char *interfaces) {
+        QTest::newRow(name) << latin1(elements) << latin1(warning) << latin1(interfaces);
+    };
+    const char noName[] = "Cannot find interface name in json";
+    row("no name", "{\"name\":\"a\"},{\"label\":\"x\"},{\"name\":\"b\"}", noName, "a");
+    row("empty name", "{\"name\":\"a\"},{\"name\":\"\"},{\"name\":\"b\"}", "Empty interface name in json",
+        "a");
+    row("twice", "{\"name\":\"eth0\",\"label\":\"first\"},{\"name\":\"eth0\"},{\"name\":\"b\"}",
+        "Interface  \"eth0\"  already defined", "eth0");
+    row("the first of all", "{}", noName, "");
+    row("a text", "{\"name\":\"a\"},\"b\",{\"name\":\"c\"}", noName, "a");
+    row("a number", "{\"name\":\"a\"},5", noName, "a");
+    row("a flag", "{\"name\":\"a\"},true", noName, "a");
+    row("null", "{\"name\":\"a\"},null", noName, "a");
+    row("a list", "{\"name\":\"a\"},[{\"name\":\"b\"}]", noName, "a");
+}
+
+void NetworkManagerConfigTest::refusedInterfaceEndsTheReading()
+{
+    QFETCH(QString, elements);
+    QFETCH(QString, warning);
+    QFETCH(QString, interfaces);
+    NetworkManagerConfig fromText;
+    const RecordReading reading = readText(fromText, withInterfaces(elements));
+    QCOMPARE(reading.warnings, QStringList(warning));
+    QCOMPARE(reading.result, latin1("true"));
+    QCOMPARE(QStringList(fromText.interfaces.keys()).join(QLatin1Char(' ')), interfaces);
+
+    NetworkManagerConfig document;
+    MessageCatcher messages;
+    QCOMPARE(document.fromJson(toObject(withInterfaces(elements).toLatin1().constData())), false);
+    QCOMPARE(messages.take(), QStringList(warning));
+    QCOMPARE(QStringList(document.interfaces.keys()).join(QLatin1Char(' ')), interfaces);
+    if (interfaces == latin1("eth0"))
+        QCOMPARE(document.interfaces.value(interfaces).label, latin1("first"));
+}
+
+void NetworkManagerConfigTest::wrongTypeIsABadCastAfterWhatCameBefore_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("document");
+    const auto row = [](const char *text, const char *value, const char *document) {
+        const QString whole = latin1(text).arg(latin1(value));
+        QTest::newRow(qPrintable(whole)) << whole << latin1(document);
+    };
+    for (const char *value : {"\"1\"", "true", "null", "[]", "{}"})
+        row("{\"hostname\":\"a\",\"version\":%1}", value, "0 ; dns [] []; bridge off []; interfaces []");
+    for (const char *value : {"1", "true", "null", "[]", "{}"})
+        row("{\"version\":1,\"dns\":{\"servers\":[{}]},\"hostname\":%1}", value,
+            "1 ; dns [] []; bridge off []; interfaces []");
+    for (const char *value : {"1", "true", "null", "[]", "\"a\""}) {
+        row("{\"version\":1,\"hostname\":\"a\",\"bridge\":{\"enabled\":true},\"dns\":%1}", value,
+            "1 a; dns [] []; bridge off []; interfaces []");
+        row("{\"version\":1,\"dns\":{\"servers\":[{\"ip\":\"s\"}]},\"bridge\":%1,\"interfaces\":[{\"name\":"
+            "\"a\"}]}",
+            value, "1 ; dns [s] []; bridge off []; interfaces []");
+    }
+    for (const char *value : {"1", "true", "null", "{}", "\"a\""}) {
+        row("{\"version\":1,\"dns\":{\"servers\":[{\"ip\":\"s\"}],\"search\":%1}}", value,
+            "1 ; dns [s] []; bridge off []; interfaces []");
+        // The new section takes the old one's place only when it was read.
+        row("{\"version\":1,\"bridge\":{\"enabled\":true,\"list\":%1},\"interfaces\":[{\"name\":\"a\"}]}",
+            value, "1 ; dns [] []; bridge off []; interfaces []");
+        row("{\"version\":1,\"bridge\":{\"enabled\":true},\"interfaces\":%1}", value,
+            "1 ; dns [] []; bridge on []; interfaces []");
+    }
+    // The key is there, if not the value: what is inside an interface is not converted.
+    for (const char *value : {"1", "true", "null", "{}", "[]"})
+        row("{\"version\":1,\"interfaces\":[{\"name\":\"a\"},{\"name\":\"b\",\"label\":%1}]}", value,
+            "1 ; dns [] []; bridge off []; interfaces [a]");
+}
+
+void NetworkManagerConfigTest::wrongTypeIsABadCastAfterWhatCameBefore()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, document);
+    NetworkManagerConfig record;
+    const RecordReading reading = readText(record, text);
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(reading.result, latin1("Bad cast"));
+    QCOMPARE(asText(record), document);
+}
+
+void NetworkManagerConfigTest::elementsOfTheObjectStayAsTheyWere()
+{
+    const json::Object object = toObject("{\"version\":1,\"interfaces\":[5]}");
+    NetworkManagerConfig document;
+    MessageCatcher messages;
+    QCOMPARE(document.fromJson(object), false);
+    QVERIFY(object == toObject("{\"version\":1,\"interfaces\":[5]}"));
+}
+
+QTEST_GUILESS_MAIN(NetworkManagerConfigTest)
+
+#include "networkmanagerconfigtest.moc"
