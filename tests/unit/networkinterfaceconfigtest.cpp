@@ -340,10 +340,9 @@ void NetworkInterfaceConfigTest::textWithoutNameIsTrueWithAWarning()
     QFETCH(QString, text);
     QFETCH(QString, warning);
     NetworkInterfaceConfig record = fullRecord();
-    MessageCatcher messages;
-    const bool read = record.fromJsonString(text);
-    QCOMPARE(messages.take(), QStringList(warning));
-    QCOMPARE(read, true);
+    const RecordReading reading = readText(record, text);
+    QCOMPARE(reading.warnings, QStringList(warning));
+    QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(fieldsOf(record), fieldsOf(fullRecord()));
 }
 
@@ -352,10 +351,9 @@ void NetworkInterfaceConfigTest::objectWithoutNameIsRefused()
     json::Object object;
     object["label"] = json::String("x");
     NetworkInterfaceConfig record = fullRecord();
-    MessageCatcher messages;
-    const bool filled = record.fromJson(object);
-    QCOMPARE(messages.take(), QStringList(latin1("Cannot find interface name in json")));
-    QCOMPARE(filled, false);
+    const RecordReading reading = readObject(record, object);
+    QCOMPARE(reading.warnings, QStringList(latin1("Cannot find interface name in json")));
+    QCOMPARE(reading.result, latin1("false"));
     QCOMPARE(fieldsOf(record), fieldsOf(fullRecord()));
 }
 
@@ -365,20 +363,18 @@ void NetworkInterfaceConfigTest::objectWithEmptyNameIsRefused()
     object["label"] = json::String("x");
     object["name"] = json::String("");
     NetworkInterfaceConfig record = fullRecord();
-    MessageCatcher messages;
-    const bool filled = record.fromJson(object);
-    QCOMPARE(messages.take(), QStringList(latin1("Empty interface name in json")));
-    QCOMPARE(filled, false);
+    const RecordReading reading = readObject(record, object);
+    QCOMPARE(reading.warnings, QStringList(latin1("Empty interface name in json")));
+    QCOMPARE(reading.result, latin1("false"));
     QCOMPARE(fieldsOf(record), fieldsOf(fullRecord()));
 }
 
 void NetworkInterfaceConfigTest::objectWithNameIsAccepted()
 {
     NetworkInterfaceConfig record;
-    MessageCatcher messages;
-    const bool filled = record.fromJson(fullRecord().toJson());
-    QCOMPARE(messages.take(), QStringList());
-    QCOMPARE(filled, true);
+    const RecordReading reading = readObject(record, fullRecord().toJson());
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(fieldsOf(record), fieldsOf(fullRecord()));
 }
 

@@ -252,9 +252,9 @@ void NetworkManagerConfigTest::documentWithoutVersionIsRefused()
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(document.toJsonString(), latin1(EmptyText).arg(0));
 
-    MessageCatcher messages;
-    QCOMPARE(document.fromJson(toObject(text)), false);
-    QCOMPARE(messages.take(), QStringList(NoVersion));
+    const RecordReading ofObject = readObject(document, toObject(text));
+    QCOMPARE(ofObject.warnings, QStringList(NoVersion));
+    QCOMPARE(ofObject.result, latin1("false"));
 
     // A filled document is asked for its version too.
     readText(document, Version1);
@@ -290,9 +290,9 @@ void NetworkManagerConfigTest::filledDocumentIsNotReadAgain()
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(document.toJsonString(), latin1(FullText));
 
-    MessageCatcher messages;
-    QCOMPARE(document.fromJson(toObject(text.toLatin1().constData())), false);
-    QCOMPARE(messages.take(), QStringList(warning));
+    const RecordReading ofObject = readObject(document, toObject(text.toLatin1().constData()));
+    QCOMPARE(ofObject.warnings, QStringList(warning));
+    QCOMPARE(ofObject.result, latin1("false"));
 }
 
 void NetworkManagerConfigTest::documentOfVersion0IsReadAgain()
@@ -407,9 +407,10 @@ void NetworkManagerConfigTest::refusedInterfaceEndsTheReading()
     QCOMPARE(QStringList(fromText.interfaces.keys()).join(QLatin1Char(' ')), interfaces);
 
     NetworkManagerConfig document;
-    MessageCatcher messages;
-    QCOMPARE(document.fromJson(toObject(withInterfaces(elements).toLatin1().constData())), false);
-    QCOMPARE(messages.take(), QStringList(warning));
+    const RecordReading ofObject =
+        readObject(document, toObject(withInterfaces(elements).toLatin1().constData()));
+    QCOMPARE(ofObject.warnings, QStringList(warning));
+    QCOMPARE(ofObject.result, latin1("false"));
     QCOMPARE(QStringList(document.interfaces.keys()).join(QLatin1Char(' ')), interfaces);
     if (interfaces == latin1("eth0"))
         QCOMPARE(document.interfaces.value(interfaces).label, latin1("first"));
@@ -465,8 +466,7 @@ void NetworkManagerConfigTest::elementsOfTheObjectStayAsTheyWere()
 {
     const json::Object object = toObject("{\"version\":1,\"interfaces\":[5]}");
     NetworkManagerConfig document;
-    MessageCatcher messages;
-    QCOMPARE(document.fromJson(object), false);
+    QCOMPARE(readObject(document, object).result, latin1("false"));
     QVERIFY(object == toObject("{\"version\":1,\"interfaces\":[5]}"));
 }
 

@@ -13,23 +13,35 @@ inline QString latin1(const char *text)
     return QString::fromLatin1(text);
 }
 
-// How a record's reading of a text ended.
+// How a record's reading of a text or an object ended.
 struct RecordReading {
     QString result; // "true", "false", or what a json::Exception said
     QStringList warnings;
 };
 
-template <class Record>
-RecordReading readText(Record &record, const QString &text)
+template <class Read>
+RecordReading readingOf(const Read &read)
 {
     MessageCatcher messages;
     QString result;
     try {
-        result = latin1(record.fromJsonString(text) ? "true" : "false");
+        result = latin1(read() ? "true" : "false");
     } catch (const json::Exception &error) {
         result = latin1(error.what());
     }
     return {result, messages.take()};
+}
+
+template <class Record>
+RecordReading readObject(Record &record, const json::Object &object)
+{
+    return readingOf([&]() { return record.fromJson(object); });
+}
+
+template <class Record>
+RecordReading readText(Record &record, const QString &text)
+{
+    return readingOf([&]() { return record.fromJsonString(text); });
 }
 
 template <class Record>
