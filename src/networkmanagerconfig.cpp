@@ -49,18 +49,7 @@ bool NetworkManagerConfig::fromJson(const json::Object &object)
     if (!readVersion(object))
         return false;
     readText(object, HostnameKey, hostname);
-    const json::Object::const_iterator dnsMember = object.Find(DnsKey);
-    if (dnsMember != object.End() && !dns.fromJson(dnsMember->element))
-        return false;
-    const json::Object::const_iterator bridgeMember = object.Find(BridgeKey);
-    if (bridgeMember != object.End()) {
-        BridgeConfig section;
-        if (!section.fromJson(bridgeMember->element))
-            return false;
-        bridge = section;
-    }
-    const json::Object::const_iterator interfacesMember = object.Find(InterfacesKey);
-    return interfacesMember == object.End() || readInterfaces(interfacesMember->element);
+    return readDns(object) && readBridge(object) && readInterfaces(object);
 }
 
 bool NetworkManagerConfig::readVersion(const json::Object &object)
@@ -79,9 +68,32 @@ bool NetworkManagerConfig::readVersion(const json::Object &object)
     return true;
 }
 
-// By value: what is no object is converted to an empty one in place.
-bool NetworkManagerConfig::readInterfaces(json::Array array)
+bool NetworkManagerConfig::readDns(const json::Object &object)
 {
+    const json::Object::const_iterator member = object.Find(DnsKey);
+    return member == object.End() || dns.fromJson(member->element);
+}
+
+// Into a new section, which takes the place of the one that is there once it is complete.
+bool NetworkManagerConfig::readBridge(const json::Object &object)
+{
+    const json::Object::const_iterator member = object.Find(BridgeKey);
+    if (member == object.End())
+        return true;
+    BridgeConfig section;
+    const bool read = section.fromJson(member->element);
+    if (read)
+        bridge = section;
+    return read;
+}
+
+bool NetworkManagerConfig::readInterfaces(const json::Object &object)
+{
+    const json::Object::const_iterator member = object.Find(InterfacesKey);
+    if (member == object.End())
+        return true;
+    // A copy: an element that is no object is converted to an empty one in place.
+    json::Array array = member->element;
     for (json::Array::iterator element = array.Begin(); element != array.End(); ++element) {
         if (!addInterface(static_cast<json::Object &>(*element)))
             return false;

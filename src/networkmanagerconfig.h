@@ -41,7 +41,9 @@ public:
 
 private:
     bool readVersion(const json::Object &object);
-    bool readInterfaces(json::Array array);
+    bool readDns(const json::Object &object);
+    bool readBridge(const json::Object &object);
+    bool readInterfaces(const json::Object &object);
     bool addInterface(const json::Object &object);
 };
 
