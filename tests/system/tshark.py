@@ -1,0 +1,46 @@
+"""tshark with the project's dissector, and with nothing of the caller's own configuration."""
+
+import os
+import pathlib
+import subprocess
+import tempfile
+
+from waiting import PATIENCE
+
+DISSECTOR = pathlib.Path(__file__).resolve().parents[2] / "tools" / "wireshark" / "mvdp.lua"
+# Separates what a field holds several times; no text of the dissector has it.
+SEVERAL = "|"
+_ROOT = "Running as user "
+_LUA_ERROR, _LUA_ERROR_FIELD = "Lua Error", "_ws.lua.error"
+
+
+def run(*options):
+    """What tshark says on stdout. A Lua error, while loading or later, fails the test: tshark itself goes on."""
+    with tempfile.TemporaryDirectory(prefix="mvdp-tshark-") as home:
+        environment = {"PATH": os.environ.get("PATH", "/usr/bin:/bin"), "HOME": home, "TZ": "UTC",
+                       "LC_ALL": "C.UTF-8", "WIRESHARK_CONFIG_DIR": home}
+        done = subprocess.run(["tshark", *map(str, options), "-n", "-X", f"lua_script:{DISSECTOR}"],
+                              env=environment, stdin=subprocess.DEVNULL, capture_output=True,
+                              timeout=10 * PATIENCE, check=False)
+    # Text fields may come cut in the middle of a character.
+    out, err = done.stdout.decode(errors="replace"), done.stderr.decode(errors="replace")
+    complaints = [line for line in err.splitlines() if line and not line.startswith(_ROOT)]
+    assert done.returncode == 0 and not complaints, f"tshark ended with {done.returncode}: {err}"
+    assert f"{_LUA_ERROR}: " not in out
+    return out
+
+
+def field_names():
+    """Every filter name of the dissector's own."""
+    rows = [line.split("\t") for line in run("-G", "fields").splitlines()]
+    return [row[2] for row in rows if row[0] == "F" and row[2].startswith("mvdp.")]
+
+
+def fields(capture, names, *options):
+    """A dict for each frame: the fields it has, as text."""
+    requested = [argument for name in [*names, _LUA_ERROR_FIELD] for argument in ("-e", name)]
+    out = run("-r", capture, *options, "-T", "fields", "-E", "occurrence=a", "-E", f"aggregator={SEVERAL}",
+              *requested)
+    rows = [line.split("\t") for line in out.split("\n")[:-1]]
+    assert not [row for row in rows if row[-1]]
+    return [{name: value for name, value in zip(names, row) if value} for row in rows]
