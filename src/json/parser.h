@@ -10,6 +10,7 @@
 #include "source.h"
 #include "unknownelementimpl.h"
 
+#include <cstddef>
 #include <set>
 #include <string>
 
@@ -76,7 +77,7 @@ public:
     {
         parse(target);
         if (m_token->type != Token::End)
-            fail("Expected End of token stream; found " + m_token->text);
+            fail("Expected End of token stream; found " + m_scanner.text());
     }
 
 private:
@@ -115,11 +116,12 @@ private:
     [[noreturn]] void failToken() const
     {
         fail(m_token->type == Token::End ? "Unexpected end of token stream"
-                                         : "Unexpected token: " + m_token->text);
+                                         : "Unexpected token: " + m_scanner.text());
     }
-    [[noreturn]] void fail(const std::string &message) const
+    [[noreturn]] void fail(const std::string &message) const { fail(message, m_token->begin, m_token->end); }
+    [[noreturn]] void fail(const std::string &message, std::size_t begin, std::size_t end) const
     {
-        throw ReaderErrors::ParseException(message, m_token->begin, m_token->end);
+        throw ReaderErrors::ParseException(message, m_scanner.location(begin), m_scanner.location(end));
     }
 
     Scanner m_scanner;
@@ -168,19 +170,19 @@ inline void Parser::parse(Object &object)
 inline void Parser::parseMember(Object &object, NameIndex &names)
 {
     expect(Token::Text);
-    const ReaderErrors::Location begin = m_token->begin;
-    const ReaderErrors::Location end = m_token->end;
+    const std::size_t begin = m_token->begin;
+    const std::size_t end = m_token->end;
     // A list of its own, so that the finished member moves into the object as it is and an unfinished
     // one never does.
-    Object::Members member(1);
-    member.back().name = m_token->text;
+    Object::Members member;
+    member.emplace_back();
+    m_scanner.assignText(member.back().name);
     advance();
     take(Token::Colon);
     parse(member.back().element);
 
     if (names.contains(member.back().name))
-        throw ReaderErrors::ParseException("Duplicate object member token: " + member.back().name, begin,
-                                           end);
+        fail("Duplicate object member token: " + member.back().name, begin, end);
     object.m_members.splice(object.m_members.end(), member);
     names.add(object.m_members.back());
 }
@@ -203,21 +205,22 @@ inline void Parser::parse(Array &array)
 inline void Parser::parse(String &string)
 {
     expect(Token::Text);
-    string = m_token->text;
+    m_scanner.assignText(string.Value());
     advance();
 }
 
 inline void Parser::parse(Number &number)
 {
     expect(Token::Number);
-    const std::string &text = m_token->text;
-    const NumberSyntax syntax(text);
-    if (syntax.length < text.size()) {
+    const char *const text = m_scanner.bytes();
+    const std::size_t size = m_token->end - m_token->begin;
+    const NumberSyntax syntax(text, size);
+    if (syntax.length < size) {
         // 0xFF stands where no number was read to come before the offending byte.
         fail(std::string("Unexpected character in NUMBER token: ") +
              (syntax.complete ? text[syntax.length] : '\xff'));
     }
-    number = syntax.complete ? m_numbers.read(text) : 0.0;
+    number.Value() = syntax.complete ? m_numbers.read(text, size) : 0.0;
     advance();
 }
 
@@ -225,7 +228,7 @@ inline void Parser::parse(Boolean &boolean)
 {
     if (m_token->type != Token::True)
         expect(Token::False);
-    boolean = m_token->type == Token::True;
+    boolean.Value() = m_token->type == Token::True;
     advance();
 }
 

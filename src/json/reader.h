@@ -30,7 +30,8 @@ namespace json
  * Deeper than 512 levels is ParseException "Nesting too deep". Locale and flags of the stream do not matter.
  *
  * Afterwards the stream has eofbit and failbit set, unless a ScanException came before its end: it then
- * stands at the place of the error. A stream that cannot be read to its end is a ScanException, never a
+ * stands at the place of the error (or, where its buffer cannot go back and a code point has too few digits,
+ * behind these). A stream that cannot be read to its end is a ScanException, never a
  * document cut short. A stream that asked for exceptions gets none from here: the end of a document is no
  * failure, and errors are reported as below.
  */

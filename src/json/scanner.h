@@ -4,6 +4,7 @@
 #include "readererrors.h"
 #include "source.h"
 
+#include <cstddef>
 #include <string>
 
 namespace json
@@ -11,6 +12,7 @@ namespace json
 namespace detail
 {
 
+/** A part of the document; its text is the Scanner's to tell, since most of them are never asked for it. */
 struct Token {
     enum Type {
         End,
@@ -29,13 +31,16 @@ struct Token {
 
     Token()
         : type(End)
+        , escaped(false)
+        , begin(0)
+        , end(0)
     {
     }
 
     Type type;
-    std::string text; // as messages show it: of a string the decoded content
-    ReaderErrors::Location begin;
-    ReaderErrors::Location end; // one past the last byte
+    bool escaped; // a Text that is not what stands between its quotes
+    std::size_t begin;
+    std::size_t end; // one past the last byte
 };
 
 /** Cuts a document into tokens; what is none is ReaderErrors::ScanException. */
@@ -53,6 +58,22 @@ public:
      */
     const Token &next();
 
+    /**
+     * The text of the token that next() gave, as messages show it: of a string the decoded content. End has
+     * none.
+     */
+    std::string text() const
+    {
+        std::string text;
+        assignText(text);
+        return text;
+    }
+    void assignText(std::string &text) const;
+    /** The bytes of that token, as many as lie between its begin and end. */
+    const char *bytes() const { return m_source.bytes() + m_token.begin; }
+    /** Where a token begins or ends. */
+    ReaderErrors::Location location(std::size_t position) const { return m_source.location(position); }
+
 private:
     // The classic locale's white space, without asking any locale.
     static bool isSpace(int byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); }
@@ -64,23 +85,24 @@ private:
                byte == '\0';
     }
     static int hexadecimalValue(int byte);
+    static int escapedByte(int letter);
 
     void scanToken();
     void scanPunctuation(Token::Type type);
     void scanLiteral(Token::Type type, const char *name);
     void scanNumber();
     void scanText();
-    char scanEscape();
-    char scanCodePoint();
+    void scanEscape();
+    void scanCodePoint();
+    static void decode(const char *begin, const char *end, std::string &text);
+    static char codePoint(const char *digits);
     [[noreturn]] void fail(const std::string &message) const
     {
-        throw ReaderErrors::ScanException(message, m_source.location());
+        throw ReaderErrors::ScanException(message, location(m_source.position()));
     }
-    [[noreturn]] static void failEscape(int letter, const ReaderErrors::Location &place)
+    [[noreturn]] void failEscape(int letter) const
     {
-        throw ReaderErrors::ScanException(std::string("Unrecognized escape sequence found in string: \\") +
-                                              static_cast<char>(letter),
-                                          place);
+        fail(std::string("Unrecognized escape sequence found in string: \\") + static_cast<char>(letter));
     }
 
     Source &m_source;
@@ -89,19 +111,27 @@ private:
 
 inline const Token &Scanner::next()
 {
-    while (isSpace(m_source.peek()))
-        m_source.take();
-
+    m_source.takeWhile([](int byte) { return isSpace(byte); });
     if (m_source.peek() == Source::End && !m_source.failed()) {
         m_token.type = Token::End;
-        m_token.text.clear();
         return m_token;
     }
-    m_token.begin = m_source.location();
-    m_token.text.clear();
+    m_token.begin = m_source.position();
     scanToken();
-    m_token.end = m_source.location();
+    m_token.end = m_source.position();
     return m_token;
+}
+
+inline void Scanner::assignText(std::string &text) const
+{
+    const char *const begin = bytes();
+    const char *const end = m_source.bytes() + m_token.end;
+    if (m_token.type != Token::Text)
+        text.assign(begin, end);
+    else if (!m_token.escaped)
+        text.assign(begin + 1, end - 1);
+    else
+        decode(begin + 1, end - 1, text);
 }
 
 inline void Scanner::scanToken()
@@ -140,48 +170,104 @@ inline void Scanner::scanToken()
 inline void Scanner::scanPunctuation(Token::Type type)
 {
     m_token.type = type;
-    m_token.text.push_back(static_cast<char>(m_source.take()));
+    m_source.take();
 }
 
 inline void Scanner::scanLiteral(Token::Type type, const char *name)
 {
+    m_token.type = type;
     for (const char *expected = name; *expected; ++expected) {
         if (m_source.take() != *expected)
             fail(std::string("Expected string: ") + name);
     }
-    m_token.type = type;
-    m_token.text = name;
 }
 
 // Takes whatever may be meant as a number; the parser finds the mistakes.
 inline void Scanner::scanNumber()
 {
     m_token.type = Token::Number;
-    do {
-        m_token.text.push_back(static_cast<char>(m_source.take()));
-    } while (isNumberPart(m_source.peek()));
+    m_source.take();
+    m_source.takeWhile([](int byte) { return isNumberPart(byte); });
 }
 
 inline void Scanner::scanText()
 {
     m_token.type = Token::Text;
+    m_token.escaped = false;
     m_source.take();
-    for (int byte = m_source.take(); byte != '"'; byte = m_source.take()) {
-        if (byte == Source::End)
+    for (;;) {
+        m_source.takeWhile([](int byte) { return byte != '"' && byte != '\\'; });
+        const int byte = m_source.take();
+        if (byte == '"')
+            return;
+        // A backslash that is the last byte of the stream would be text, were the string not open anyway.
+        if (byte == Source::End || m_source.peek() == Source::End)
             fail("Expected string: \"");
-        m_token.text.push_back(byte == '\\' && m_source.peek() != Source::End ? scanEscape()
-                                                                              : static_cast<char>(byte));
+        scanEscape();
     }
 }
 
-inline char Scanner::scanEscape()
+inline void Scanner::scanEscape()
 {
+    m_token.escaped = true;
     const int letter = m_source.take();
+    if (letter == 'u')
+        return scanCodePoint();
+    if (escapedByte(letter) < 0)
+        failEscape(letter);
+}
+
+inline void Scanner::scanCodePoint()
+{
+    const std::size_t position = m_source.position();
+    for (int i = 0; i < 4; ++i) {
+        if (hexadecimalValue(m_source.peek()) < 0) {
+            // Like any bad escape, this one is reported behind its letter.
+            m_source.giveBack(position);
+            failEscape('u');
+        }
+        m_source.take();
+    }
+}
+
+// Appends what the text between the quotes stands for; scanText() has let it pass.
+inline void Scanner::decode(const char *begin, const char *end, std::string &text)
+{
+    text.clear();
+    text.reserve(static_cast<std::size_t>(end - begin));
+    while (begin != end) {
+        const char byte = *begin++;
+        if (byte != '\\') {
+            text.push_back(byte);
+            continue;
+        }
+        const char letter = *begin++;
+        if (letter == 'u') {
+            text.push_back(codePoint(begin));
+            begin += 4;
+        } else {
+            text.push_back(static_cast<char>(escapedByte(letter)));
+        }
+    }
+}
+
+// Four hexadecimal digits make one Latin-1 byte, which is what text is to the users of this library.
+inline char Scanner::codePoint(const char *digits)
+{
+    int value = 0;
+    for (int i = 0; i < 4; ++i)
+        value = value * 16 + hexadecimalValue(digits[i]);
+    return value <= 0xFF ? static_cast<char>(value) : '?';
+}
+
+// What a letter behind a backslash stands for; negative for one that stands for nothing, 'u' aside.
+inline int Scanner::escapedByte(int letter)
+{
     switch (letter) {
     case '"':
     case '\\':
     case '/':
-        return static_cast<char>(letter);
+        return letter;
     case 'b':
         return '\b';
     case 'f':
@@ -192,26 +278,9 @@ inline char Scanner::scanEscape()
         return '\r';
     case 't':
         return '\t';
-    case 'u':
-        return scanCodePoint();
     default:
-        failEscape(letter, m_source.location());
+        return -1;
     }
-}
-
-// Four hexadecimal digits make one Latin-1 byte, which is what text is to the users of this library.
-inline char Scanner::scanCodePoint()
-{
-    const ReaderErrors::Location place = m_source.location();
-    int codePoint = 0;
-    for (int i = 0; i < 4; ++i) {
-        const int digit = hexadecimalValue(m_source.peek());
-        if (digit < 0)
-            failEscape('u', place);
-        m_source.take();
-        codePoint = codePoint * 16 + digit;
-    }
-    return codePoint <= 0xFF ? static_cast<char>(codePoint) : '?';
 }
 
 // Negative for what is no digit, Source::End included.

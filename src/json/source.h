@@ -3,10 +3,13 @@
 
 #include "readererrors.h"
 
+#include <cstddef>
 #include <exception>
 #include <istream>
+#include <sstream>
 #include <streambuf>
 #include <string>
+#include <typeinfo>
 
 namespace json
 {
@@ -16,8 +19,8 @@ namespace detail
 /**
  * The bytes of a document, read from a stream once and kept for a second pass.
  *
- * They are taken through the stream buffer and one by one, so that an error in the first pass leaves the
- * stream right where it was found. The destructor tells the stream what became of it.
+ * They are taken through the stream buffer, in general one by one, so that an error in the first pass leaves
+ * the stream right where it was found. The destructor tells the stream what became of it.
  */
 class Source
 {
@@ -32,6 +35,7 @@ public:
         , m_failed(!stream.good() && !stream.eof())
         , m_outcome(std::ios_base::goodbit)
     {
+        takeWhole();
     }
     ~Source();
     Source(const Source &) = delete;
@@ -43,34 +47,53 @@ public:
         return m_position < m_text.size() ? static_cast<unsigned char>(m_text[m_position]) : fetch();
     }
     /** Takes the next byte, if there is one, and gives it as peek() does. */
-    int take();
+    int take()
+    {
+        const int byte = peek();
+        if (byte == End)
+            return End;
+        if (m_position == m_text.size())
+            keep(byte);
+        ++m_position;
+        return byte;
+    }
+    /** Takes all bytes up to the first that the test, given it as 0 to 255, says no to. */
+    template <typename Test>
+    void takeWhile(Test test);
+
+    /** Gives the latest bytes back, down to this position. */
+    void giveBack(std::size_t position);
 
     /** Back to the first byte, for the second pass. */
-    void rewind()
-    {
-        m_position = 0;
-        m_location = ReaderErrors::Location();
-    }
+    void rewind() { m_position = 0; }
 
-    const ReaderErrors::Location &location() const { return m_location; }
+    /** How many bytes were taken. */
+    std::size_t position() const { return m_position; }
+    /** Where in the document a byte stands that was taken, or the one after them. */
+    ReaderErrors::Location location(std::size_t position) const;
+    /** The bytes that were taken. */
+    const char *bytes() const { return m_text.data(); }
     /** True when the bytes ended because the stream could not be read, not because there are no more. */
     bool failed() const { return m_failed; }
 
 private:
+    void takeWhole();
+    void returnRest();
     int fetch();
+    void keep(int byte);
     void fail();
 
     std::istream &m_stream;
     std::streambuf *m_buffer; // null once nothing more comes from it
-    std::string m_text;       // what was taken so far
-    std::string::size_type m_position;
-    ReaderErrors::Location m_location;
+    std::string m_text;       // what came from it so far
+    std::size_t m_position;
     bool m_failed;
     std::ios_base::iostate m_outcome;
 };
 
 inline Source::~Source()
 {
+    returnRest();
     try {
         if (m_outcome != std::ios_base::goodbit)
             m_stream.setstate(m_outcome);
@@ -79,27 +102,71 @@ inline Source::~Source()
     }
 }
 
-inline int Source::take()
+// The buffer of a string stream can go back to any place, so it is read at once, which is much faster. Of a
+// class derived from it, as of any other, nothing is known but what a single byte shows.
+inline void Source::takeWhole()
 {
-    const int byte = peek();
-    if (byte == End)
-        return End;
-    if (m_position == m_text.size()) {
-        m_text.push_back(static_cast<char>(byte));
-        try {
-            m_buffer->sbumpc();
-        } catch (const std::exception &) {
-            fail();
-        }
+    if (!m_buffer)
+        return;
+    const std::streambuf &buffer = *m_buffer;
+    if (typeid(buffer) != typeid(std::stringbuf))
+        return;
+    const std::streamsize available = m_buffer->in_avail();
+    if (available <= 0)
+        return;
+    m_text.resize(static_cast<std::size_t>(available));
+    m_text.resize(static_cast<std::size_t>(m_buffer->sgetn(&m_text[0], available)));
+}
+
+// What was read ahead of an error: all by takeWhole(), a few bytes that giveBack() got. Without an error the
+// bytes were taken to their end.
+inline void Source::returnRest()
+{
+    if (!m_buffer)
+        return;
+    typedef std::streambuf::traits_type Traits;
+    try {
+        const std::size_t rest = m_text.size() - m_position;
+        const std::streampos place = rest ? m_buffer->pubseekoff(-static_cast<std::streamoff>(rest),
+                                                                 std::ios_base::cur, std::ios_base::in)
+                                          : std::streampos(0);
+        if (place != std::streampos(std::streamoff(-1)))
+            return;
+        for (std::size_t i = 0; i < rest && !Traits::eq_int_type(m_buffer->sungetc(), Traits::eof()); ++i)
+            ;
+    } catch (const std::exception &) {
+        fail();
     }
-    ++m_position;
-    ++m_location.m_nDocOffset;
-    ++m_location.m_nLineOffset;
-    if (byte == '\n') {
-        ++m_location.m_nLine;
-        m_location.m_nLineOffset = 0;
+}
+
+inline void Source::giveBack(std::size_t position)
+{
+    m_position = position;
+    // The end that was met is ahead again.
+    if (!m_buffer && !m_failed) {
+        m_buffer = m_stream.rdbuf();
+        m_outcome = std::ios_base::goodbit;
     }
-    return byte;
+}
+
+template <typename Test>
+void Source::takeWhile(Test test)
+{
+    for (;;) {
+        const char *const bytes = m_text.data();
+        const std::size_t size = m_text.size();
+        std::size_t position = m_position;
+        while (position < size && test(static_cast<unsigned char>(bytes[position])))
+            ++position;
+        m_position = position;
+        if (position < size)
+            return;
+        // Beyond what is in memory: one byte more, if there is a fitting one.
+        const int byte = fetch();
+        if (byte == End || !test(byte))
+            return;
+        keep(byte);
+    }
 }
 
 inline int Source::fetch()
@@ -119,11 +186,38 @@ inline int Source::fetch()
     return End;
 }
 
+// Moves the byte that fetch() gave from the stream into memory.
+inline void Source::keep(int byte)
+{
+    m_text.push_back(static_cast<char>(byte));
+    try {
+        m_buffer->sbumpc();
+    } catch (const std::exception &) {
+        fail();
+    }
+}
+
 inline void Source::fail()
 {
     m_failed = true;
     m_outcome = std::ios_base::badbit;
     m_buffer = nullptr;
+}
+
+// Counted only when an error asks for it.
+inline ReaderErrors::Location Source::location(std::size_t position) const
+{
+    ReaderErrors::Location location;
+    std::size_t line = 0;
+    for (std::size_t i = 0; i < position; ++i) {
+        if (m_text[i] == '\n') {
+            ++location.m_nLine;
+            line = i + 1;
+        }
+    }
+    location.m_nLineOffset = static_cast<unsigned int>(position - line);
+    location.m_nDocOffset = static_cast<unsigned int>(position);
+    return location;
 }
 
 } // namespace detail

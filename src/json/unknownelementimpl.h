@@ -33,10 +33,6 @@ struct Branch {
 };
 
 struct ArrayBranch : Branch {
-    ArrayBranch()
-        : Branch(true)
-    {
-    }
     explicit ArrayBranch(const Array &array)
         : Branch(true)
         , content(array)
@@ -47,10 +43,6 @@ struct ArrayBranch : Branch {
 };
 
 struct ObjectBranch : Branch {
-    ObjectBranch()
-        : Branch(false)
-    {
-    }
     explicit ObjectBranch(const Object &object)
         : Branch(false)
         , content(object)
@@ -365,10 +357,10 @@ inline bool UnknownElement::equalChild(const UnknownElement &other, CompareWork 
         return *m_value.m_string == *other.m_value.m_string;
     case ArrayKind:
     case ObjectKind:
-        work.push_back(CompareWork::value_type(this, &other));
-        return true;
+        break;
     }
-    return false;
+    work.push_back(CompareWork::value_type(this, &other));
+    return true;
 }
 
 inline bool UnknownElement::equalLevel(const UnknownElement &other, CompareWork &work) const

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QTest>
 
+#include "json/drippingbuffer.h"
 #include "json/jsontext.h"
 
 #include <fstream>
@@ -44,31 +45,26 @@ private:
     std::string m_text;
 };
 
-// Gives one byte at a time and no memory of it: nothing can be put back or looked at twice.
-class DrippingBuffer : public std::streambuf
+// Shows its only byte, and fails when it is to give it away.
+class ClingingBuffer : public std::streambuf
+{
+protected:
+    int_type underflow() override { return '{'; }
+    int_type uflow() override { throw std::runtime_error("device lost"); }
+};
+
+// A string's buffer that is another class all the same: it cannot be set to another place.
+class UnseekableBuffer : public std::stringbuf
 {
 public:
-    explicit DrippingBuffer(const std::string &text)
-        : m_text(text)
-        , m_next(0)
+    explicit UnseekableBuffer(const std::string &text)
+        : std::stringbuf(text, ios::in)
     {
     }
 
 protected:
-    int_type underflow() override
-    {
-        return m_next < m_text.size() ? traits_type::to_int_type(m_text[m_next]) : traits_type::eof();
-    }
-    int_type uflow() override
-    {
-        const int_type byte = underflow();
-        ++m_next;
-        return byte;
-    }
-
-private:
-    std::string m_text;
-    std::string::size_type m_next;
+    pos_type seekoff(off_type, ios::seekdir, ios::openmode) override { return pos_type(off_type(-1)); }
+    pos_type seekpos(pos_type, ios::openmode) override { return pos_type(off_type(-1)); }
 };
 
 class CommaForPoint : public std::numpunct<char>
@@ -106,6 +102,14 @@ private slots:
     void unreadableStreamIsAScanError();
     void failingStreamIsAScanError_data();
     void failingStreamIsAScanError();
+    void streamThatFailsToGiveIsAScanError();
+    void scanErrorLeavesTheRest_data();
+    void scanErrorLeavesTheRest();
+    void unseekableStreamIsLeftAtTheErrorToo();
+    void streamThatCannotSeekIsGivenBackItsDigits();
+    void streamThatCannotGoBackIsLeftBehindItsDigits();
+    void writtenStreamIsRead();
+    void streamForOutputOnlyIsEmpty();
     void slowStreamIsRead();
     void exceptionsOfTheStreamStayOut_data();
     void exceptionsOfTheStreamStayOut();
@@ -184,6 +188,96 @@ void TestReaderStreams::failingStreamIsAScanError()
     QCOMPARE(outcome(object, stream), expected);
     QCOMPARE(stream.rdstate(), ios::badbit);
     QVERIFY(object.Empty());
+}
+
+void TestReaderStreams::streamThatFailsToGiveIsAScanError()
+{
+    ClingingBuffer buffer;
+    std::istream stream(&buffer);
+    Object object;
+    QCOMPARE(outcome(object, stream), QByteArray("scan: Unexpected character in stream: \xff"));
+    QCOMPARE(stream.rdstate(), ios::badbit);
+}
+
+void TestReaderStreams::scanErrorLeavesTheRest_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("rest");
+    QTest::newRow("at once") << QByteArray("@ 1") << QByteArray("@ 1");
+    QTest::newRow("stray byte") << QByteArray("{\"a\":[1,\n?2]}") << QByteArray("?2]}");
+    QTest::newRow("literal") << QByteArray("[truly]") << QByteArray("y]");
+    QTest::newRow("escape") << QByteArray("[\"\\ab\"]") << QByteArray("b\"]");
+    QTest::newRow("code point") << QByteArray("[\"\\u00g1\"]") << QByteArray("00g1\"]");
+    QTest::newRow("code point at the end") << QByteArray("[\"\\u00") << QByteArray("00");
+}
+
+void TestReaderStreams::scanErrorLeavesTheRest()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, rest);
+    // What was read before belongs to others.
+    std::stringstream stream("before " + toStd(input));
+    std::string word;
+    stream >> word;
+    Array array;
+    QVERIFY(outcome(array, stream).startsWith("scan: "));
+    QVERIFY(stream.good());
+    std::ostringstream left;
+    left << stream.rdbuf();
+    QCOMPARE(jsontext::toBytes(left.str()), rest);
+    // Only the place to read from has moved.
+    stream << "after!";
+    QVERIFY(stream.str().compare(0, 6, "after!") == 0);
+}
+
+void TestReaderStreams::unseekableStreamIsLeftAtTheErrorToo()
+{
+    UnseekableBuffer buffer("[1,@2]");
+    std::istream stream(&buffer);
+    Array array;
+    QCOMPARE(outcome(array, stream), QByteArray("scan: Unexpected character in stream: @"));
+    QCOMPARE(stream.get(), static_cast<int>('@'));
+}
+
+void TestReaderStreams::streamThatCannotSeekIsGivenBackItsDigits()
+{
+    UnseekableBuffer buffer("[\"\\u00e\"]");
+    std::istream stream(&buffer);
+    Array array;
+    QCOMPARE(outcome(array, stream), QByteArray("scan: Unrecognized escape sequence found in string: \\u"));
+    QVERIFY(stream.good());
+    std::ostringstream left;
+    left << stream.rdbuf();
+    QCOMPARE(jsontext::toBytes(left.str()), QByteArray("00e\"]"));
+}
+
+void TestReaderStreams::streamThatCannotGoBackIsLeftBehindItsDigits()
+{
+    DrippingBuffer buffer("[\"\\u00g\"]");
+    std::istream stream(&buffer);
+    Array array;
+    QCOMPARE(outcome(array, stream), QByteArray("scan: Unrecognized escape sequence found in string: \\u"));
+    QVERIFY(stream.good());
+    QCOMPARE(stream.get(), static_cast<int>('g'));
+}
+
+void TestReaderStreams::writtenStreamIsRead()
+{
+    std::stringstream stream;
+    stream << "[1,";
+    QCOMPARE(stream.peek(), static_cast<int>('['));
+    stream << "2]";
+    Array array;
+    QCOMPARE(outcome(array, stream), QByteArray("ok"));
+    QCOMPARE(written(array), QByteArray("[\n\t1,\n\t2\n]"));
+}
+
+void TestReaderStreams::streamForOutputOnlyIsEmpty()
+{
+    std::stringbuf buffer("[1]", ios::out);
+    std::istream stream(&buffer);
+    Array array;
+    QCOMPARE(outcome(array, stream), QByteArray("parse: Unexpected end of token stream"));
 }
 
 void TestReaderStreams::slowStreamIsRead()

@@ -145,6 +145,9 @@ void TestWriter::bytesAreEscaped_data()
                                     << QByteArray("\0\x01\a\v\x1b\x1f\x7f", 7);
     QTest::newRow("slash and apostrophe") << QByteArray("/'") << QByteArray("/'");
     QTest::newRow("beyond ASCII") << QByteArray("\x80\xe9\xff\xc3\xa9") << QByteArray("\x80\xe9\xff\xc3\xa9");
+    QTest::newRow("between others") << QByteArray("\tab\"c\\\\d\n") << QByteArray("\\tab\\\"c\\\\\\\\d\\n");
+    QTest::newRow("longer than a piece") << QByteArray(5000, 'x') + '\n' + QByteArray(5000, 'y')
+                                         << QByteArray(5000, 'x') + "\\n" + QByteArray(5000, 'y');
     QTest::newRow("letter u") << QByteArray("audi u0041") << QByteArray("audi u0041");
 }
 
@@ -185,10 +188,22 @@ void TestWriter::numbersShowTheirValue_data()
         {-1, "-1"},
         {100000, "100000"},
         {0.5, "0.5"},
+        {-0.5, "-0.5"},
+        {0x1.fffffffffffffp-1, "0.99999999999999988898"},
         {2.5, "2.5"},
         {2147483647, "2147483647"},
         {4294967295, "4294967295"},
+        {-2147483648.0, "-2147483648"},
+        {999999999999999, "999999999999999"},
+        {1e15, "1000000000000000"},
+        {-1e16, "-10000000000000000"},
+        {4503599627370495.5, "4503599627370495.5"},
+        {9007199254740991, "9007199254740991"},
+        {-9007199254740991, "-9007199254740991"},
         {9007199254740992, "9007199254740992"},
+        {-9007199254740992, "-9007199254740992"},
+        {9007199254740994, "9007199254740994"},
+        {-9007199254740994, "-9007199254740994"},
         {18446744073709551616.0, "18446744073709551616"},
         {static_cast<double>(0.1F), "0.10000000149011611938"},
         {0.1, "0.10000000000000000555"},
