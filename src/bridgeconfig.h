@@ -35,8 +35,8 @@ public:
     // without a name is skipped with a warning, and so is one whose name the section has already; one
     // without members gets a warning and is kept. Always true. A value of another JSON type ends in
     // json::Exception ("Bad cast"); what was read before it stays.
-    // A bridge's "stp" is written and not read: reading goes by "std", as the platform service's does. A
-    // section that was written here and read again therefore has the spanning tree on.
+    // A bridge's spanning tree is written as "stp" and read from "std", on purpose: in a section that was
+    // written here and is read again it is on.
     bool fromJson(const json::Object &object);
     // The same from text. False, with a warning, when the text is empty or no JSON object; the section is
     // then as it was.

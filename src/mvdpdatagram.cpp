@@ -75,7 +75,7 @@ void MvdpDatagram::setIdentity(const MvdpIdentity &identity)
     std::memset(m_bytes + Reserved38, 0, Fixed40 - Reserved38);
     std::memcpy(m_bytes + Fixed40, Fixed40Bytes, sizeof Fixed40Bytes);
     std::memcpy(m_bytes + SystemInfo, identity.systemInfo, SystemInfoSize);
-    std::memset(m_bytes + Reserved108, 0, Size - Reserved108);
+    std::memset(m_bytes + Reserved108, 0, sizeof m_bytes - Reserved108);
 }
 
 std::uint32_t MvdpDatagram::number32(Offset offset) const

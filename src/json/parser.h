@@ -33,9 +33,10 @@ public:
 
     bool contains(const std::string &name)
     {
-        if (m_object.Size() <= SmallObject)
-            return m_object.Find(name) != m_object.End();
         if (m_names.empty()) {
+            // Asked only here: older standard libraries count a list's members to tell its size.
+            if (m_object.Size() <= SmallObject)
+                return m_object.Find(name) != m_object.End();
             for (const Object::Member &member : m_object)
                 m_names.insert(&member.name);
         }

@@ -4,7 +4,7 @@
 #include "readererrors.h"
 
 #include <cstddef>
-#include <exception>
+#include <fstream>
 #include <istream>
 #include <sstream>
 #include <streambuf>
@@ -32,7 +32,7 @@ public:
         : m_stream(stream)
         , m_buffer(stream.good() ? stream.rdbuf() : nullptr)
         , m_position(0)
-        , m_failed(!stream.good() && !stream.eof())
+        , m_failed(stream.bad() || (stream.fail() && !stream.eof()) || isUnopenedFile(m_buffer))
         , m_outcome(std::ios_base::goodbit)
     {
         takeWhole();
@@ -77,6 +77,11 @@ public:
     bool failed() const { return m_failed; }
 
 private:
+    static bool isUnopenedFile(const std::streambuf *buffer)
+    {
+        const std::filebuf *const file = dynamic_cast<const std::filebuf *>(buffer);
+        return file && !file->is_open();
+    }
     void takeWhole();
     void returnRest();
     int fetch();
@@ -97,7 +102,7 @@ inline Source::~Source()
     try {
         if (m_outcome != std::ios_base::goodbit)
             m_stream.setstate(m_outcome);
-    } catch (const std::ios_base::failure &) {
+    } catch (...) {
         // The stream's owner asked for it, but the state is set all the same and Reader says what came of it.
     }
 }
@@ -134,7 +139,7 @@ inline void Source::returnRest()
             return;
         for (std::size_t i = 0; i < rest && !Traits::eq_int_type(m_buffer->sungetc(), Traits::eof()); ++i)
             ;
-    } catch (const std::exception &) {
+    } catch (...) {
         fail();
     }
 }
@@ -180,7 +185,7 @@ inline int Source::fetch()
             return static_cast<unsigned char>(Traits::to_char_type(next));
         m_outcome = std::ios_base::eofbit | std::ios_base::failbit;
         m_buffer = nullptr;
-    } catch (const std::exception &) {
+    } catch (...) {
         fail();
     }
     return End;
@@ -192,7 +197,7 @@ inline void Source::keep(int byte)
     m_text.push_back(static_cast<char>(byte));
     try {
         m_buffer->sbumpc();
-    } catch (const std::exception &) {
+    } catch (...) {
         fail();
     }
 }

@@ -177,6 +177,10 @@ void BridgeConfigTest::textIsRead()
     QCOMPARE(reading.warnings, QStringList());
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(asText(record), section);
+
+    BridgeConfig fromObject;
+    QCOMPARE(readObject(fromObject, toObject(text)).result, latin1("true"));
+    QCOMPARE(asText(fromObject), section);
 }
 
 void BridgeConfigTest::absentKeysLeaveFieldsAsTheyWere()
@@ -278,6 +282,8 @@ void BridgeConfigTest::oddBridgeIsWarnedOf_data()
     row("twice, the second mistyped",
         "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"a\",\"interfaces\":[],\"fd\":\"x\",\"std\":1}",
         {twice}, kept);
+    row("names differ in a blank", "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\" a\",\"interfaces\":[]}",
+        {}, "off [];  a[] stp 1 fd 5 opts <-t 30 -T 35>; a[] stp 1 fd 5 opts <-t 30 -T 35>");
     row("names differ in case", "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"A\",\"interfaces\":[]}", {},
         "off []; A[] stp 1 fd 5 opts <-t 30 -T 35>; a[] stp 1 fd 5 opts <-t 30 -T 35>");
 }
@@ -287,11 +293,16 @@ void BridgeConfigTest::oddBridgeIsWarnedOf()
     QFETCH(QString, list);
     QFETCH(QStringList, warnings);
     QFETCH(QString, section);
+    const QString text = latin1("{\"list\":[%1]}").arg(list);
     BridgeConfig record;
-    const RecordReading reading = readText(record, latin1("{\"list\":[%1]}").arg(list));
+    const RecordReading reading = readText(record, text);
     QCOMPARE(reading.warnings, warnings);
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(asText(record), section);
+
+    BridgeConfig fromObject;
+    QCOMPARE(readObject(fromObject, toObject(text)).result, latin1("true"));
+    QCOMPARE(asText(fromObject), section);
 }
 
 void BridgeConfigTest::wrongTypeIsABadCastAfterWhatCameBefore_data()
@@ -317,6 +328,8 @@ void BridgeConfigTest::wrongTypeIsABadCastAfterWhatCameBefore_data()
         row("{\"enabled\":true,\"interfaces\":%1}", value, "on []");
         row("{\"enabled\":true,\"interfaces\":[\"x\"],\"list\":%1}", value, "on [x]");
         bridgeRow("{\"name\":\"b\",\"interfaces\":%1}", value);
+        // The members are read before the name is looked for.
+        bridgeRow("{\"name\":\"a\",\"interfaces\":%1}", value);
     }
     for (const char *value : {"1", "true", "null", "[]", "{}"}) {
         row("{\"enabled\":true,\"interfaces\":[\"x\",%1]}", value, "on [x]");

@@ -127,6 +127,7 @@ private slots:
     void unknownKeysAreIgnoredAndLost();
     void textsAreKeptAsTheyAre();
     void latin1TextGoesThroughUnchanged();
+    void zeroByteIsPartOfAText();
     void charactersOutsideLatin1BecomeQuestionMarks();
 
     void numberBecomesInteger_data();
@@ -253,6 +254,14 @@ void NetworkInterfaceConfigTest::latin1TextGoesThroughUnchanged()
     QVERIFY(record.fromJsonString(latin1("{\"name\":\"caf\xE9 \xA0\xFF\"}")));
     QCOMPARE(record.name, latin1("caf\xE9 \xA0\xFF"));
     QCOMPARE(record.toJsonString(), latin1(InitialTextWithName).arg(latin1("caf\xE9 \xA0\xFF")));
+}
+
+void NetworkInterfaceConfigTest::zeroByteIsPartOfAText()
+{
+    NetworkInterfaceConfig record;
+    QVERIFY(record.fromJsonString(latin1("{\"name\":\"a\\u0000b\"}")));
+    QCOMPARE(record.name, QString(latin1("a") + QChar(0) + latin1("b")));
+    QCOMPARE(record.toJsonString(), latin1(InitialTextWithName).arg(record.name));
 }
 
 void NetworkInterfaceConfigTest::charactersOutsideLatin1BecomeQuestionMarks()

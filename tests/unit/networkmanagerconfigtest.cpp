@@ -2,12 +2,9 @@
 
 #include "support/recordreading.h"
 
-#include <json/reader.h>
-
 #include <QtTest>
 
 #include <limits>
-#include <sstream>
 
 namespace
 {
@@ -106,14 +103,6 @@ QString withInterfaces(const QString &elements)
     return latin1("{\"version\":1,\"interfaces\":[%1]}").arg(elements);
 }
 
-json::Object toObject(const char *text)
-{
-    std::istringstream stream(text);
-    json::Object object;
-    json::Reader::Read(object, stream);
-    return object;
-}
-
 } // namespace
 
 class NetworkManagerConfigTest : public QObject
@@ -132,6 +121,7 @@ private slots:
     void documentWithoutVersionIsRefused();
     void filledDocumentIsNotReadAgain_data();
     void filledDocumentIsNotReadAgain();
+    void documentOfAnyVersionBut0IsFilled();
     void documentOfVersion0IsReadAgain();
 
     void sectionIsRead_data();
@@ -252,7 +242,7 @@ void NetworkManagerConfigTest::documentWithoutVersionIsRefused()
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(document.toJsonString(), latin1(EmptyText).arg(0));
 
-    const RecordReading ofObject = readObject(document, toObject(text));
+    const RecordReading ofObject = readObject(document, toObject(latin1(text)));
     QCOMPARE(ofObject.warnings, QStringList(NoVersion));
     QCOMPARE(ofObject.result, latin1("false"));
 
@@ -290,9 +280,24 @@ void NetworkManagerConfigTest::filledDocumentIsNotReadAgain()
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(document.toJsonString(), latin1(FullText));
 
-    const RecordReading ofObject = readObject(document, toObject(text.toLatin1().constData()));
+    const RecordReading ofObject = readObject(document, toObject(text));
     QCOMPARE(ofObject.warnings, QStringList(warning));
     QCOMPARE(ofObject.result, latin1("false"));
+}
+
+void NetworkManagerConfigTest::documentOfAnyVersionBut0IsFilled()
+{
+    NetworkManagerConfig document;
+    readText(document, "{\"version\":-3}");
+    RecordReading reading = readText(document, "{\"version\":-3,\"hostname\":\"a\"}");
+    QCOMPARE(reading.warnings, QStringList(latin1("Unsupported network manager version  -3")));
+    QCOMPARE(asText(document), latin1("-3 ; dns [] []; bridge off []; interfaces []"));
+
+    // What is no number is found out first.
+    reading = readText(document, "{\"version\":\"4\",\"hostname\":\"a\"}");
+    QCOMPARE(reading.warnings, QStringList());
+    QCOMPARE(reading.result, latin1("Bad cast"));
+    QCOMPARE(asText(document), latin1("-3 ; dns [] []; bridge off []; interfaces []"));
 }
 
 void NetworkManagerConfigTest::documentOfVersion0IsReadAgain()
@@ -407,8 +412,7 @@ void NetworkManagerConfigTest::refusedInterfaceEndsTheReading()
     QCOMPARE(QStringList(fromText.interfaces.keys()).join(QLatin1Char(' ')), interfaces);
 
     NetworkManagerConfig document;
-    const RecordReading ofObject =
-        readObject(document, toObject(withInterfaces(elements).toLatin1().constData()));
+    const RecordReading ofObject = readObject(document, toObject(withInterfaces(elements)));
     QCOMPARE(ofObject.warnings, QStringList(warning));
     QCOMPARE(ofObject.result, latin1("false"));
     QCOMPARE(QStringList(document.interfaces.keys()).join(QLatin1Char(' ')), interfaces);
@@ -464,10 +468,10 @@ void NetworkManagerConfigTest::wrongTypeIsABadCastAfterWhatCameBefore()
 
 void NetworkManagerConfigTest::elementsOfTheObjectStayAsTheyWere()
 {
-    const json::Object object = toObject("{\"version\":1,\"interfaces\":[5]}");
+    const json::Object object = toObject(latin1("{\"version\":1,\"interfaces\":[5]}"));
     NetworkManagerConfig document;
     QCOMPARE(readObject(document, object).result, latin1("false"));
-    QVERIFY(object == toObject("{\"version\":1,\"interfaces\":[5]}"));
+    QVERIFY(object == toObject(latin1("{\"version\":1,\"interfaces\":[5]}")));
 }
 
 QTEST_GUILESS_MAIN(NetworkManagerConfigTest)

@@ -9,6 +9,20 @@
 #include <type_traits>
 #include <utility>
 
+// Callers declare what they only name.
+namespace json
+{
+class Object;
+class Array;
+class UnknownElement;
+class Null;
+class Exception;
+class Reader;
+class Writer;
+class Visitor;
+class ConstVisitor;
+} // namespace json
+
 using json::Array;
 using json::Boolean;
 using json::Null;
@@ -80,7 +94,7 @@ static_assert(!std::is_convertible_v<double, UnknownElement>);
 static_assert(std::is_constructible_v<UnknownElement, std::string>);
 
 static_assert(COMPILES(e == Number(1)) && COMPILES(e == String("x")) && COMPILES(Number(1) == e));
-static_assert(COMPILES(e == object));
+static_assert(COMPILES(e == object) && COMPILES(e == array));
 static_assert(!COMPILES(std::declval<std::ostream &>() << e));
 static_assert(COMPILES(std::declval<std::istream &>() >> e));
 
@@ -103,11 +117,12 @@ static_assert(COMPILES(array.Insert(array)) && COMPILES(array.Insert(Number(1)))
 static_assert(COMPILES(array.Insert(String("x"))) && COMPILES(array.Insert(Null(), array.Begin())));
 static_assert(!COMPILES(array.Insert(1.0)) && !COMPILES(array.Insert("x")));
 static_assert(std::is_convertible_v<std::string, Object::Member>);
-static_assert(!COMPILES(object.Erase(text)));
+static_assert(!COMPILES(object.Erase(text)) && !COMPILES(object.Resize(2)));
+static_assert(!COMPILES(object.Insert("a", Number(1))) && !COMPILES(array.push_back(Number(1))));
 
 static_assert(std::is_convertible_v<std::string, json::Exception>);
 static_assert(!std::is_default_constructible_v<json::Exception>);
 static_assert(std::is_base_of_v<std::runtime_error, json::Exception>);
-static_assert(json::Version::MAJOR == 2 && json::Version::MINOR == 0);
+static_assert(json::Version::MAJOR == 2 && json::Version::MINOR == 0 && json::Version::ENGINEERING == 2);
 
 } // namespace

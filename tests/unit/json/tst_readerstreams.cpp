@@ -53,6 +53,25 @@ protected:
     int_type uflow() override { throw std::runtime_error("device lost"); }
 };
 
+// Gives its text, and throws at what else it is asked for; what it throws is no exception of the library.
+class ThrowingBuffer : public std::streambuf
+{
+public:
+    explicit ThrowingBuffer(const std::string &text)
+        : m_text(text)
+    {
+        setg(&m_text[0], &m_text[0], &m_text[0] + m_text.size());
+    }
+
+protected:
+    int_type underflow() override { throw 1; }
+    int_type pbackfail(int_type) override { throw 2; }
+    pos_type seekoff(off_type, ios::seekdir, ios::openmode) override { throw 3; }
+
+private:
+    std::string m_text;
+};
+
 // A string's buffer that is another class all the same: it cannot be set to another place.
 class UnseekableBuffer : public std::stringbuf
 {
@@ -103,6 +122,7 @@ private slots:
     void failingStreamIsAScanError_data();
     void failingStreamIsAScanError();
     void streamThatFailsToGiveIsAScanError();
+    void bufferMayThrowAnything();
     void scanErrorLeavesTheRest_data();
     void scanErrorLeavesTheRest();
     void unseekableStreamIsLeftAtTheErrorToo();
@@ -153,6 +173,8 @@ void TestReaderStreams::unreadableStreamIsAScanError()
     Object object;
     std::ifstream missing("/nonexistent/file");
     QCOMPARE(outcome(object, missing), error);
+    std::ifstream unopened;
+    QCOMPARE(outcome(object, unopened), error);
     std::ifstream directory("/");
     QCOMPARE(outcome(object, directory), error);
     std::istringstream failed("{}");
@@ -161,6 +183,9 @@ void TestReaderStreams::unreadableStreamIsAScanError()
     std::istringstream bad("{}");
     bad.setstate(ios::badbit);
     QCOMPARE(outcome(object, bad), error);
+    std::istringstream badAtItsEnd("{}");
+    badAtItsEnd.setstate(ios::badbit | ios::eofbit);
+    QCOMPARE(outcome(object, badAtItsEnd), error);
     std::istream bufferless(nullptr);
     QCOMPARE(outcome(object, bufferless), error);
 }
@@ -197,6 +222,21 @@ void TestReaderStreams::streamThatFailsToGiveIsAScanError()
     Object object;
     QCOMPARE(outcome(object, stream), QByteArray("scan: Unexpected character in stream: \xff"));
     QCOMPARE(stream.rdstate(), ios::badbit);
+}
+
+// Whatever it throws, and wherever.
+void TestReaderStreams::bufferMayThrowAnything()
+{
+    ThrowingBuffer buffer("[\"\\u00g\"]");
+    std::istream stream(&buffer);
+    Array array;
+    QCOMPARE(outcome(array, stream), QByteArray("scan: Unrecognized escape sequence found in string: \\u"));
+    QCOMPARE(stream.rdstate(), ios::badbit);
+
+    ThrowingBuffer cut("[1,");
+    std::istream cutStream(&cut);
+    QCOMPARE(outcome(array, cutStream), QByteArray("scan: Unexpected character in stream: \xff"));
+    QCOMPARE(cutStream.rdstate(), ios::badbit);
 }
 
 void TestReaderStreams::scanErrorLeavesTheRest_data()

@@ -3,14 +3,25 @@
 
 #include "support/messagecatcher.h"
 
-#include <json/elements.h>
+#include <json/reader.h>
 
 #include <QString>
 #include <QStringList>
 
+#include <sstream>
+
 inline QString latin1(const char *text)
 {
     return QString::fromLatin1(text);
+}
+
+// The object that the text holds.
+inline json::Object toObject(const QString &text)
+{
+    std::istringstream stream(text.toLatin1().toStdString());
+    json::Object object;
+    json::Reader::Read(object, stream);
+    return object;
 }
 
 // How a record's reading of a text or an object ended.
