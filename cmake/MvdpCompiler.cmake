@@ -12,12 +12,17 @@ else()
 endif()
 
 if(MVDP_SANITIZE)
-    add_compile_options(-fsanitize=${MVDP_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+    add_compile_options(-fsanitize=${MVDP_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined,float-cast-overflow)
     add_link_options(-fsanitize=${MVDP_SANITIZE})
 endif()
 if(MVDP_COVERAGE)
-    add_compile_options(--coverage -fprofile-update=atomic)
-    add_link_options(--coverage)
+    # clang's counters stand for the source's own branches; gcc's count each call that might throw as one.
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "MVDP_COVERAGE needs clang++ (this is ${CMAKE_CXX_COMPILER_ID}): use the preset "
+            "'coverage', or configure anew with -DCMAKE_CXX_COMPILER=clang++")
+    endif()
+    add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+    add_link_options(-fprofile-instr-generate)
 endif()
 
 function(mvdp_own_code target)
