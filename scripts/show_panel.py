@@ -59,7 +59,7 @@ def show(panel, display):
     say("And now?")
     mvdpctl(panel, "discover")
     say("Wink, so that somebody in front of it sees which one it is")
-    mvdpctl(panel, "raw", "7", "--mac", MAC)
+    mvdpctl(panel, "wink", MAC)
     take_picture(display)
     print(f"The notice on its screen: {PICTURE.relative_to(ROOT)}")
 

@@ -57,7 +57,8 @@ class FakePanel:
     panels        the identities that answer, all from this one socket
     way           "unicast", "broadcast" or "group": how replies are addressed
     copies        how often each reply is sent
-    on_set        what a new address does, see above
+    on_set        what a new address does, see above; or a dictionary with that by MAC address, else APPLY
+    unanswered    commands that are heard and not answered
     before        datagrams sent once, before the first reply to anything
     alter         a function over the bytes of every reply
     deliver       called as deliver(panel, answer, source, sender) in place of sending the answer
@@ -68,6 +69,7 @@ class FakePanel:
         self.way = "unicast"
         self.copies = 1
         self.on_set = APPLY
+        self.unanswered = set()
         self.before = []
         self.alter = lambda data: data
         self.deliver = FakePanel.send_answer
@@ -125,6 +127,8 @@ class FakePanel:
 
     def _answers(self, request):
         command = request[6]
+        if command in self.unanswered:
+            return []
         if command == Command.ECHO:
             return [(request, "")]
         addressed = [panel for panel in self.panels
@@ -136,11 +140,12 @@ class FakePanel:
         return [(panel.reply(command), panel.source) for panel in addressed]
 
     def _set(self, panel, request):
-        if self.on_set in (APPLY, APPLY_SILENTLY):
+        on_set = self.on_set.get(panel.mac, APPLY) if isinstance(self.on_set, dict) else self.on_set
+        if on_set in (APPLY, APPLY_SILENTLY):
             panel.address, panel.netmask, panel.gateway = (
                 ".".join(str(octet) for octet in reversed(request[start:start + 4])) for start in (8, 12, 16))
         answer = panel.reply(Command.SET_ADDRESS,
-                             packet_type=mvdp.NOT_APPLIED if self.on_set == REFUSE else mvdp.REPLY)
-        if self.on_set == VANISH:
-            self.panels = []
-        return [] if self.on_set in (SILENT, APPLY_SILENTLY) else [(answer, panel.source)]
+                             packet_type=mvdp.NOT_APPLIED if on_set == REFUSE else mvdp.REPLY)
+        if on_set == VANISH:
+            self.panels = [each for each in self.panels if each is not panel]
+        return [] if on_set in (SILENT, APPLY_SILENTLY) else [(answer, panel.source)]

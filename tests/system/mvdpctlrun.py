@@ -1,8 +1,17 @@
 """Runs mvdpctl across a wire from panels that the test plays. Test modules import the fixtures by name."""
 
+import csv
+import fcntl
+import io
 import json
 import os
+import pty
 import re
+import select
+import signal
+import socket
+import struct
+import termios
 
 import pytest
 
@@ -21,9 +30,16 @@ NO_MAC = "00:00:00:00:00:00"
 DONE, NO_ANSWER, USAGE, REFUSED, TROUBLE = range(5)
 # For commands that end with the answer: on a loaded machine it comes late, but the test need not wait for it.
 PATIENT = ["--timeout", "60"]
+# For commands that search for all panels: it goes on until one answers, and ends soon after.
+SEARCHING = ["--rounds", "100"]
 # For commands that are to wait in vain.
 HASTY = ["--timeout", "0.2", "--rounds", "2"]
 # The table of discover where the usual panel is found.
+PANEL_COLUMNS = ["mac", "address", "netmask", "prefix", "gateway", "version", "description", "source", "interface",
+                 "way"]
+PANEL_MEMBERS = {"mac": MAC, "address": PANEL_ADDRESS, "netmask": "255.255.255.0", "prefix": 24,
+                 "gateway": "192.168.10.1", "version": "1.234.56.7", "description": "QM316-44LRNA",
+                 "source": PANEL_ADDRESS, "interface": "eth0", "way": "unicast"}
 HEADINGS = "MAC ADDRESS        ADDRESS          GATEWAY       VERSION     DESCRIPTION"
 LINE = "02:00:5e:10:00:01  192.168.10.5/24  192.168.10.1  1.234.56.7  QM316-44LRNA"
 
@@ -67,6 +83,15 @@ class Result:
     def json(self):
         return json.loads(self.out)
 
+    @property
+    def csv(self):
+        """The records as dictionaries; the columns are then those of `columns`."""
+        reader = csv.DictReader(io.StringIO(self.out), strict=True)
+        records = list(reader)
+        self.columns = reader.fieldnames
+        assert all(None not in record and None not in record.values() for record in records), "ragged"
+        return records
+
 
 @pytest.fixture(name="mvdpctl")
 def fixture_mvdpctl(wire):
@@ -76,3 +101,73 @@ def fixture_mvdpctl(wire):
                                 env={**os.environ, "LC_ALL": locale})
         return Result(completed) if decode else completed
     return run
+
+
+class Terminal:
+    """The tool on a terminal of so many columns, with whoever sits in front of it."""
+
+    def __init__(self, namespace, *arguments, columns=80):
+        self._terminal, theirs = pty.openpty()
+        fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        self.process = namespace.popen([program(), *arguments], stdin=theirs, stdout=theirs, stderr=theirs,
+                                       env={**os.environ, "LC_ALL": "C.UTF-8"})
+        os.close(theirs)
+        self.bytes = b""
+
+    def read_until(self, end):
+        """Reads on until the text ends so; fails when the tool ends before or nothing comes for long."""
+        while not self.bytes.endswith(end):
+            assert self._read(), f"ended without {end}: {self.bytes}"
+
+    def _read(self):
+        assert select.select([self._terminal], [], [], 4 * PATIENCE)[0], f"nothing more after {self.bytes}"
+        try:
+            chunk = os.read(self._terminal, 4096)
+        except OSError:  # the other side has closed it
+            return False
+        self.bytes += chunk
+        return bool(chunk)
+
+    def type(self, text):
+        os.write(self._terminal, text)
+
+    def finish(self):
+        """Waits for the end; the code, and the lines that then stand on the screen."""
+        while self._read():
+            pass
+        os.close(self._terminal)
+        # A line of progress is taken back by going to its start and erasing it.
+        lines = [line.split("\r\x1b[K")[-1] for line in self.bytes.decode().split("\r\n")]
+        assert not re.search(r"[\x00-\x1f\x7f-\x9f]", "".join(lines)), lines
+        return self.process.wait(PATIENCE), lines[:-1] if lines[-1] == "" else lines
+
+
+class Watch:
+    """The tool at watch; its lines as they come."""
+
+    def __init__(self, namespace, *arguments):
+        ours, theirs = socket.socketpair()
+        self.process = namespace.popen([program(), "watch", "--timeout", "0.5", "--rounds", "8", *arguments],
+                                       stdin=-3, stdout=theirs, stderr=-1)
+        theirs.close()
+        ours.settimeout(4 * PATIENCE)
+        self._lines = ours.makefile("r", encoding="utf-8", newline="\n")
+        ours.close()
+
+    def line(self):
+        line = self._lines.readline()
+        assert line.endswith("\n"), f"ended: {line}"
+        assert not re.search(r"[\x00-\x09\x0b-\x1f\x7f-\x9f]", line)
+        return line[:-1]
+
+    def event(self):
+        return json.loads(self.line())
+
+    def end(self, number=signal.SIGINT):
+        """Interrupts it; the code, and what it said on standard error."""
+        self.process.send_signal(number)
+        rest = self._lines.read()
+        assert rest == "", f"more events: {rest}"
+        self._lines.close()
+        _, err = self.process.communicate(timeout=PATIENCE)
+        return self.process.returncode, err.decode()

@@ -1,5 +1,6 @@
 """mvdpctl finds panels: what it sends, what it believes, and what it prints."""
 
+import pathlib
 import re
 
 import pytest
@@ -9,7 +10,8 @@ from fakepanel import Identity
 from mvdp import Command
 from mvdpctlrun import (  # pylint: disable=unused-import
     fixture_fake, fixture_mvdpctl, fixture_wire, DONE, FAR_ADDRESS, HASTY, HEADINGS, LINE, MAC, MAC2,
-    MAC3, NOBODY, NO_ANSWER, NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PATIENT, TOOL_ADDRESS)
+    MAC3, NOBODY, NO_ANSWER, NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT,
+    SEARCHING, TOOL_ADDRESS)
 
 
 # discover
@@ -18,7 +20,7 @@ from mvdpctlrun import (  # pylint: disable=unused-import
                                         ("group", "multicast")])
 def test_panel_is_found_however_it_answers(fake, mvdpctl, way, shown):
     fake.way = way
-    result = mvdpctl("discover", "--json")
+    result = mvdpctl("discover", "--json", *SEARCHING)
     assert result.code == DONE
     assert [(panel["mac"], panel["way"]) for panel in result.json["panels"]] == [(MAC, shown)]
 
@@ -27,29 +29,36 @@ def test_panel_is_found_however_it_answers(fake, mvdpctl, way, shown):
 def test_panel_of_a_foreign_subnet_is_found(fake, mvdpctl, way):
     fake.panels = [Identity(address=FAR_ADDRESS, source=FAR_ADDRESS, gateway="10.9.0.1")]
     fake.way = way
-    result = mvdpctl("discover")
+    result = mvdpctl("discover", *SEARCHING)
     assert result.code == DONE
-    assert result.lines[1] == "02:00:5e:10:00:01  10.9.0.2/24  10.9.0.1  1.234.56.7  QM316-44LRNA"
-    assert result.err == "1 panel.\n"
+    assert result.lines[1] == "02:00:5e:10:00:01  10.9.0.2/24 !  10.9.0.1  1.234.56.7  QM316-44LRNA"
+    assert result.err == ("1 panel.\n! 1 panel is not on a subnet of the interface that hears it: this computer may "
+                          "not reach it by its address.\n")
 
 
 def test_table_is_as_promised(fake, mvdpctl):
-    result = mvdpctl("discover")
+    result = mvdpctl("discover", *SEARCHING)
     assert result.lines == [HEADINGS, LINE]
     assert result.err == "1 panel.\n"
 
 
 def test_json_is_as_promised(fake, mvdpctl):
-    assert mvdpctl("discover", "--json").json == {
-        "panels": [{"mac": MAC, "address": PANEL_ADDRESS, "netmask": "255.255.255.0", "prefix": 24,
-                    "gateway": "192.168.10.1", "version": "1.234.56.7", "description": "QM316-44LRNA",
-                    "source": PANEL_ADDRESS, "interface": "eth0", "way": "unicast"}],
-        "ignored": 0}
+    assert mvdpctl("discover", "--json", *SEARCHING).json == {"panels": [{**PANEL_MEMBERS, "marks": []}], "ignored": 0}
+
+
+def test_csv_is_as_promised(fake, mvdpctl):
+    fake.panels.append(Identity(mac=MAC2, partition_version=0, description=b"=1+1,\"x\""))
+    result = mvdpctl("discover", "--csv", *SEARCHING)
+    assert result.csv == [
+        {**PANEL_MEMBERS, "prefix": "24", "marks": "shared-address"},
+        {**PANEL_MEMBERS, "prefix": "24", "mac": MAC2, "version": "", "description": "'=1+1,\"x\"",
+         "marks": "shared-address unknown-version"}]
+    assert result.columns == [*PANEL_COLUMNS, "marks"]
 
 
 def test_requests_are_the_protocols_and_go_every_way(wire, fake, mvdpctl):
     capture = wire[0].capture("eth0")
-    mvdpctl("discover")
+    mvdpctl("discover", *SEARCHING)
     assert set(fake.requests) == {mvdp.request(Command.DISCOVER)}
     assert set(fake.destinations) == {"255.255.255.255", "192.168.10.255", mvdp.GROUP}
     to_group = capture.next(lambda packet: packet.destination == mvdp.GROUP, "a request to the group")
@@ -58,7 +67,7 @@ def test_requests_are_the_protocols_and_go_every_way(wire, fake, mvdpctl):
 
 def test_duplicates_are_one_panel(fake, mvdpctl):
     fake.copies = 3
-    result = mvdpctl("discover", "--json")
+    result = mvdpctl("discover", "--json", *SEARCHING)
     assert len(result.json["panels"]) == 1
     assert result.json["ignored"] == 0
 
@@ -67,8 +76,8 @@ def test_panels_without_mac_address_are_told_apart(fake, mvdpctl):
     nothing = dict(mac=NO_MAC, address="0.0.0.0", netmask="0.0.0.0", gateway="0.0.0.0", partition_version=0,
                    description=b"")
     fake.panels = [Identity(**nothing, source=source) for source in (OTHER_ADDRESS, PANEL_ADDRESS)]
-    result = mvdpctl("discover")
-    assert result.lines[1:] == [f"{NO_MAC}  0.0.0.0/0  -        -        -"] * 2
+    result = mvdpctl("discover", *SEARCHING)
+    assert result.lines[1:] == [f"{NO_MAC}  0.0.0.0/0  -        unknown  -"] * 2
     for source in (PANEL_ADDRESS, OTHER_ADDRESS):
         assert f"The panel at {source} does not know itself: its platform service is down.\n" in result.err
 
@@ -76,16 +85,31 @@ def test_panels_without_mac_address_are_told_apart(fake, mvdpctl):
 def test_panels_are_sorted_by_address_and_shared_addresses_noted(fake, mvdpctl):
     fake.panels = [Identity(mac=MAC3, address="192.168.10.10", source=OTHER_ADDRESS), Identity(mac=MAC2),
                    Identity(mac=MAC)]
-    result = mvdpctl("discover")
+    result = mvdpctl("discover", *SEARCHING)
     assert [line.split()[0] for line in result.lines[1:]] == [MAC, MAC2, MAC3]
-    assert "2 panels hold the address 192.168.10.5: give each its own with 'mvdpctl set'.\n" in result.err
+    assert "* 2 panels hold the address 192.168.10.5: give each its own with 'mvdpctl set MAC'.\n" in result.err
     assert f"{MAC3} tells the address 192.168.10.10 but answered from {OTHER_ADDRESS}.\n" in result.err
 
 
 def test_forty_panels_are_all_found(fake, mvdpctl):
     fake.panels = [Identity(mac=f"02:00:5e:10:01:{number:02x}", address=f"192.168.10.{100 + number}")
                    for number in range(40)]
-    assert len(mvdpctl("discover", "--json").json["panels"]) == 40
+    assert len(mvdpctl("discover", "--json", *SEARCHING).json["panels"]) == 40
+
+
+def test_panel_whose_answers_get_lost_is_found_all_the_same(fake, mvdpctl):
+    """Of the second panel nothing comes through in two whole rounds, in each of which it answers three requests."""
+    fake.panels.append(Identity(mac=MAC2, address=OTHER_ADDRESS))
+    lost = []
+
+    def lose(panel, answer, source, sender):
+        if answer[20:26] == mvdp.mac_bytes(MAC2) and len(lost) < 6:
+            lost.append(answer)
+        else:
+            panel.send_answer(answer, source, sender)
+    fake.deliver = lose
+    found = [panel["mac"] for panel in mvdpctl("discover", "--json", *SEARCHING).json["panels"]]
+    assert (found, len(lost)) == ([MAC, MAC2], 6)
 
 
 def test_address_is_asked_directly(fake, mvdpctl):
@@ -121,10 +145,26 @@ def test_reverse_path_filter_is_pointed_out(wire, mvdpctl):
         wire[1].call(set_filter, "0")
 
 
+@pytest.mark.parametrize("run", range(4))
+def test_free_source_port_is_never_the_panels_own(wire, fake, mvdpctl, run):
+    """Replies to all would reach the panels there."""
+    assert fake and run < 4
+    ports = pathlib.Path("/proc/sys/net/ipv4/ip_local_port_range")
+    usual = wire[1].call(ports.read_text, encoding="ascii")
+    wire[1].call(ports.write_text, f"{mvdp.PORT - 1} {mvdp.PORT}", encoding="ascii")
+    try:
+        capture = wire[0].capture("eth0")
+        assert mvdpctl("discover", *SEARCHING).code == DONE
+        request = capture.next(lambda packet: packet.destination_port == mvdp.PORT, "a request")
+        assert request.source_port == mvdp.PORT - 1
+    finally:
+        wire[1].call(ports.write_text, usual, encoding="ascii")
+
+
 def test_source_port_is_used_and_heard_on(wire, fake, mvdpctl):
     capture = wire[0].capture("eth0")
     fake.way = "broadcast"
-    assert mvdpctl("discover", "--source-port", "40123").code == DONE
+    assert mvdpctl("discover", "--source-port", "40123", *SEARCHING).code == DONE
     assert capture.next(lambda packet: packet.destination_port == mvdp.PORT, "a request").source_port == 40123
 
 
@@ -187,7 +227,7 @@ def test_reply_from_another_port_is_ignored(fake, mvdpctl):
 def test_a_thousand_junk_datagrams_change_nothing(fake, mvdpctl):
     kinds = list(FALSE_REPLIES.values())
     fake.before = [kinds[index % len(kinds)] for index in range(1000)]
-    result = mvdpctl("discover")
+    result = mvdpctl("discover", *SEARCHING)
     assert result.code == DONE
     assert result.lines == [HEADINGS, LINE]
     assert re.search(r"\d+ other datagrams were ignored: ", result.err)
@@ -212,9 +252,10 @@ def test_answer_of_another_panel_is_not_taken(fake, mvdpctl):
 
 # identify
 
-@pytest.mark.parametrize("target", [MAC, MAC.upper(), MAC.replace(":", "-"), MAC.replace(":", ""), PANEL_ADDRESS])
+@pytest.mark.parametrize("target", [MAC, MAC.upper(), MAC.replace(":", "-"), MAC.replace(":", ""), PANEL_ADDRESS,
+                                    "QM316-44LRNA", "qm316"])
 def test_identity_is_shown(fake, mvdpctl, target):
-    result = mvdpctl("identify", target, *PATIENT)
+    result = mvdpctl("identify", target, *SEARCHING)
     assert result.code == DONE
     assert result.lines == [
         "MAC address  02:00:5e:10:00:01", "Address      192.168.10.5", "Netmask      255.255.255.0",
@@ -232,9 +273,16 @@ def test_one_of_many_is_identified(fake, mvdpctl):
 def test_unknown_mac_is_no_answer(fake, mvdpctl):
     result = mvdpctl("identify", MAC2, *HASTY)
     assert result.code == NO_ANSWER
-    assert f"no answer from {MAC2}" in result.err
+    assert f"no panel with the MAC address {MAC2} answered" in result.err
 
 
 def test_identify_can_be_sent_to_one_address(fake, mvdpctl):
     assert mvdpctl("identify", MAC, "--to", PANEL_ADDRESS, *PATIENT).code == DONE
     assert set(fake.destinations) == {PANEL_ADDRESS}
+
+
+def test_identity_in_json_and_csv(fake, mvdpctl):
+    assert mvdpctl("identify", MAC, "--json", *PATIENT).json == PANEL_MEMBERS
+    result = mvdpctl("identify", MAC, "--csv", *PATIENT)
+    assert result.csv == [{**PANEL_MEMBERS, "prefix": "24"}]
+    assert result.columns == PANEL_COLUMNS

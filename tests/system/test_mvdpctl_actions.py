@@ -1,7 +1,5 @@
 """mvdpctl acts on panels: echo, set and raw, the options, and what it ends with."""
 
-import os
-import pty
 import re
 import signal
 
@@ -12,30 +10,31 @@ import mvdp
 from fakepanel import FakePanel, Identity
 from mvdp import Command
 from mvdpctlrun import (  # pylint: disable=unused-import
-    fixture_fake, fixture_mvdpctl, fixture_wire, Result, program, DONE, HASTY, HEADINGS, LINE, MAC,
-    MAC2, NOBODY, NO_ANSWER, OTHER_ADDRESS, PANEL_ADDRESS, PATIENT, REFUSED, TOOL_ADDRESS, TROUBLE, USAGE)
+    fixture_fake, fixture_mvdpctl, fixture_wire, Result, Terminal, program, DONE, HASTY, HEADINGS, LINE, MAC,
+    MAC2, NOBODY, NO_ANSWER, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT, REFUSED, SEARCHING,
+    TOOL_ADDRESS, TROUBLE, USAGE)
 from netns import Namespace, join
 from waiting import PATIENCE, wait_for
 
 
 # echo
 
-@pytest.mark.parametrize("target", [PANEL_ADDRESS, MAC])
+@pytest.mark.parametrize("target", [PANEL_ADDRESS, MAC, "QM316"])
 def test_echoes_are_counted(fake, mvdpctl, target):
-    result = mvdpctl("echo", target, "--count", "3", "--interval", "0.01", *PATIENT)
+    result = mvdpctl("echo", target, "--count", "3", "--interval", "0.01", "--timeout", "60", *SEARCHING)
     assert result.code == DONE
     assert "3 sent, 3 came back, 0 lost (0 %)" in result.lines
     assert re.fullmatch(r"round trip [\d.]+ / [\d.]+ / [\d.]+ ms \(least, mean, most\)", result.lines[-1])
     echoes = [request for request in fake.requests if request[6] == Command.ECHO]
     assert len(set(echoes)) == 3
-    # With a MAC address the panel answered the search by each of its ways; that is nothing to be reported.
+    # The panel answered the search by each of its ways; that is nothing to be reported.
     assert result.err == ""
     assert {(len(echo), echo[:7]) for echo in echoes} == {(256, mvdp.request(Command.ECHO)[:7])}
 
 
 def test_altered_echo_is_found(fake, mvdpctl):
     fake.alter = lambda data: data[:200] + bytes((data[200] ^ 0x10,)) + data[201:]
-    result = mvdpctl("echo", PANEL_ADDRESS, "--count", "2", "--interval", "0.01", "--json", *PATIENT)
+    result = mvdpctl("echo", MAC, "--count", "2", "--interval", "0.01", "--json", *PATIENT)
     assert result.code == TROUBLE
     assert (result.json["sent"], result.json["answered"], result.json["altered"]) == (2, 0, 2)
     assert "sent back other bytes" in result.err
@@ -43,22 +42,39 @@ def test_altered_echo_is_found(fake, mvdpctl):
 
 def test_second_copy_of_an_echo_is_no_answer_to_another(fake, mvdpctl):
     fake.copies = 2
-    result = mvdpctl("echo", PANEL_ADDRESS, "--count", "2", "--interval", "0.5", "--json", *PATIENT)
+    result = mvdpctl("echo", MAC, "--count", "2", "--interval", "0.5", "--json", *PATIENT)
     assert result.code == DONE
     assert result.json["answered"] == 2
     assert result.json["duplicates"] >= 1
 
 
-def test_lost_echoes_are_no_answer(wire, mvdpctl):
-    result = mvdpctl("echo", PANEL_ADDRESS, "--count", "2", "--interval", "0.01", *HASTY)
+def test_lost_echoes_are_no_answer(fake, mvdpctl):
+    fake.unanswered = {Command.ECHO}
+    result = mvdpctl("echo", MAC, "--count", "2", "--interval", "0.01", "--timeout", "0.2", *SEARCHING)
     assert result.code == NO_ANSWER
     assert "2 sent, 0 came back, 2 lost (100 %)" in result.lines
+    assert "no echo from 192.168.10.5" in result.err
+
+
+def test_echoes_in_json_and_csv(fake, mvdpctl):
+    arguments = ["echo", MAC, "--count", "2", "--interval", "0.01", *PATIENT]
+    document = mvdpctl(*arguments, "--json").json
+    times = {name: document.pop(name) for name in ("leastMs", "meanMs", "mostMs")}
+    assert document == {
+        "mac": MAC, "address": PANEL_ADDRESS, "sent": 2, "answered": 2, "lost": 0, "altered": 0, "duplicates": 0}
+    assert 0 < times["leastMs"] <= times["meanMs"] <= times["mostMs"]
+    result = mvdpctl(*arguments, "--csv")
+    (record,) = result.csv
+    assert result.columns == ["mac", "address", "sent", "answered", "lost", "altered", "duplicates", "leastMs",
+                              "meanMs", "mostMs"]
+    assert (record["mac"], record["sent"], record["answered"]) == (MAC, "2", "2")
+    assert float(record["leastMs"]) > 0
 
 
 def test_interrupt_ends_with_the_statistics(wire, fake):
-    process = wire[1].popen([program(), "echo", PANEL_ADDRESS, "--interval", "0.05", "--count", "1000000"],
+    process = wire[1].popen([program(), "echo", MAC, "--interval", "0.05", "--count", "1000000"],
                             stdout=-1, stderr=-1)
-    wait_for(lambda: len(fake.requests) >= 3, "three echoes")
+    wait_for(lambda: fake.commands().count(Command.ECHO) >= 3, "three echoes")
     process.send_signal(signal.SIGINT)
     out, _ = process.communicate(timeout=PATIENCE)
     assert process.returncode == DONE
@@ -70,18 +86,20 @@ def test_interrupt_ends_with_the_statistics(wire, fake):
 NEW = ["--address", "192.168.10.7", "--netmask", "25", "--gateway", "192.168.10.100"]
 
 
-def test_settings_are_applied_and_seen(fake, mvdpctl):
-    result = mvdpctl("set", MAC, *NEW, *PATIENT)
+@pytest.mark.parametrize("target", [MAC, PANEL_ADDRESS, "44lrna"])
+def test_settings_are_applied_and_seen(fake, mvdpctl, target):
+    result = mvdpctl("set", target, *NEW, "--yes", *SEARCHING)
     assert result.code == DONE
     assert result.out == f"{MAC} now has 192.168.10.7/25, gateway 192.168.10.100.\n"
     settings = [request for request in fake.requests if request[6] == Command.SET_ADDRESS]
     assert settings == [mvdp.request(Command.SET_ADDRESS, mac=MAC, address="192.168.10.7",
                                      netmask="255.255.255.128", gateway="192.168.10.100")]
-    assert fake.commands()[-1] == Command.IDENTIFY
+    # What the panel said is believed only when a fresh search finds it so.
+    assert fake.commands()[-1] == Command.DISCOVER
 
 
 def test_only_the_given_setting_changes(fake, mvdpctl):
-    assert mvdpctl("set", MAC, "--address", "192.168.10.7", *PATIENT).code == DONE
+    assert mvdpctl("set", MAC, "--address", "192.168.10.7", "--yes", *SEARCHING).code == DONE
     assert fake.panels == [Identity(address="192.168.10.7")]
 
 
@@ -92,16 +110,41 @@ def test_only_the_given_setting_changes(fake, mvdpctl):
     (fakepanel.SILENT, NO_ANSWER, "no answer", "did not answer")])
 def test_settings_that_do_not_take_are_told_plainly(fake, mvdpctl, on_set, code, name, said):
     fake.on_set = on_set
-    result = mvdpctl("set", MAC, *NEW, "--json", "--timeout", "1", "--rounds", "2")
+    result = mvdpctl("set", MAC, *NEW, "--yes", "--json", "--timeout", "1", "--rounds", "4")
     assert result.code == code
-    assert result.json["result"] == name
-    assert result.json["panel"]["address"] == PANEL_ADDRESS
+    assert result.json == {"mac": MAC, "result": name, "wantedAddress": "192.168.10.7",
+                           "wantedNetmask": "255.255.255.128", "wantedGateway": "192.168.10.100",
+                           "panel": PANEL_MEMBERS}
     assert said in result.err
+
+
+def test_outcome_in_csv(fake, mvdpctl):
+    result = mvdpctl("set", MAC, "--address", "192.168.10.7", "--yes", "--csv", *SEARCHING)
+    assert result.csv == [{**PANEL_MEMBERS, "address": "192.168.10.7", "prefix": "24", "result": "applied",
+                           "wantedAddress": "192.168.10.7", "wantedNetmask": "255.255.255.0",
+                           "wantedGateway": "192.168.10.1"}]
+    assert result.columns == ["mac", "result", "wantedAddress", "wantedNetmask", "wantedGateway", *PANEL_COLUMNS[1:]]
+
+
+def test_failed_setting_shows_what_the_panel_has(fake, mvdpctl):
+    fake.on_set = fakepanel.IGNORE
+    result = mvdpctl("set", MAC, *NEW, "--yes", "--timeout", "0.5", "--rounds", "6")
+    assert result.code == REFUSED
+    assert "Address      192.168.10.5" in result.lines
+    assert "It may need a restart" in result.err
+
+
+def test_settings_that_are_there_already_are_not_sent(fake, mvdpctl):
+    result = mvdpctl("set", MAC, "--address", PANEL_ADDRESS, "--yes", *SEARCHING)
+    assert (result.code, result.out) == (DONE, f"{MAC} already has 192.168.10.5/24, gateway 192.168.10.1.\n")
+    assert Command.SET_ADDRESS not in fake.commands()
+    assert mvdpctl("set", MAC, "--address", PANEL_ADDRESS, "--yes", "--force", *SEARCHING).code == DONE
+    assert Command.SET_ADDRESS in fake.commands()
 
 
 def test_lost_reply_to_applied_settings_does_no_harm(fake, mvdpctl):
     fake.on_set = fakepanel.APPLY_SILENTLY
-    assert mvdpctl("set", MAC, *NEW, "--timeout", "1").code == DONE
+    assert mvdpctl("set", MAC, *NEW, "--yes", "--timeout", "1", "--rounds", "3").code == DONE
     # One way at a time, so that no request is carried out thrice.
     sent_to = [destination for destination, command in zip(fake.destinations, fake.commands())
                if command == Command.SET_ADDRESS]
@@ -119,30 +162,46 @@ def test_lost_reply_to_applied_settings_does_no_harm(fake, mvdpctl):
     (["--address", TOOL_ADDRESS, "--gateway", "0.0.0.0"], "this computer's own, on eth0")])
 def test_settings_that_cannot_work_are_sent_by_force_only(fake, mvdpctl, settings, objection):
     fake.panels.append(Identity(mac=MAC2, address=OTHER_ADDRESS, source=OTHER_ADDRESS))
-    refused = mvdpctl("set", MAC, *settings)
+    refused = mvdpctl("set", MAC, *settings, "--yes", *SEARCHING)
     assert refused.code == USAGE
     assert objection in refused.err
     assert "--force" in refused.err
     assert Command.SET_ADDRESS not in fake.commands()
-    forced = mvdpctl("set", MAC, *settings, "--force", *PATIENT)
+    forced = mvdpctl("set", MAC, *settings, "--yes", "--force", *SEARCHING)
     assert forced.code == DONE
     assert objection in forced.err
+    assert "mvdpctl: warning: " in forced.err
     assert Command.SET_ADDRESS in fake.commands()
 
 
 def test_two_devices_of_one_mac_are_not_set(fake, mvdpctl):
     fake.panels.append(Identity(address=OTHER_ADDRESS, source=OTHER_ADDRESS))
-    result = mvdpctl("set", MAC, "--address", "192.168.10.7")
+    result = mvdpctl("set", MAC, "--address", "192.168.10.7", "--yes", *SEARCHING)
     assert result.code == USAGE
     assert "two devices may share this MAC address" in result.err
     assert Command.SET_ADDRESS not in fake.commands()
 
 
 def test_setting_an_absent_panel_is_no_answer(fake, mvdpctl):
-    result = mvdpctl("set", MAC2, *NEW, "--timeout", "1")
+    result = mvdpctl("set", MAC2, *NEW, "--yes", *SEARCHING)
     assert result.code == NO_ANSWER
-    assert "See 'mvdpctl discover' for those that are there." in result.err
+    assert f"no panel with the MAC address {MAC2} answered" in result.err
+    assert f"{MAC} (192.168.10.5, QM316-44LRNA)" in result.err
     assert Command.SET_ADDRESS not in fake.commands()
+
+
+@pytest.mark.parametrize("answer, code", [(b"y\n", DONE), (b"yes\n", DONE), (b"n\n", USAGE), (b"\n", USAGE),
+                                          (b"\x04", USAGE)])
+def test_set_asks_on_a_terminal(wire, fake, answer, code):
+    terminal = Terminal(wire[1], "set", MAC, "--address", "192.168.10.7", *SEARCHING)
+    terminal.read_until(b"[y/N] ")
+    assert Command.SET_ADDRESS not in fake.commands()
+    terminal.type(answer)
+    ended, lines = terminal.finish()
+    assert ended == code
+    assert " ".join(lines).startswith(
+        f"Change {MAC} (192.168.10.5, QM316-44LRNA) from 192.168.10.5/24,   gateway 192.168.10.1 to 192.168.10.7/24,")
+    assert (Command.SET_ADDRESS in fake.commands()) == (code == DONE)
 
 
 # raw
@@ -162,6 +221,13 @@ def test_raw_json_has_the_bytes(fake, mvdpctl):
     replies = mvdpctl("raw", "1", "--json").json["replies"]
     assert [reply["bytes"] for reply in replies] == [Identity().reply().hex()]
     assert (replies[0]["command"], replies[0]["type"], replies[0]["mac"]) == (1, 2, MAC)
+
+
+def test_raw_csv_has_the_bytes(fake, mvdpctl):
+    result = mvdpctl("raw", "1", "--csv")
+    assert result.csv == [{**PANEL_MEMBERS, "prefix": "24", "command": "1", "type": "2",
+                           "bytes": Identity().reply().hex()}]
+    assert result.columns == ["command", "type", "bytes", *PANEL_COLUMNS]
 
 
 def test_raw_goes_out_once_by_broadcast(fake, mvdpctl):
@@ -200,18 +266,12 @@ def test_destructive_commands_are_not_sent_unasked(fake, mvdpctl, arguments):
 @pytest.mark.parametrize("answer, code, commands", [(b"y\n", DONE, [102]), (b"n\n", USAGE, []),
                                                     (b"\n", USAGE, [])])
 def test_destructive_commands_ask_on_a_terminal(wire, fake, answer, code, commands):
-    terminal, theirs = pty.openpty()
-    process = wire[1].popen([program(), "raw", "102", "--mac", MAC], stdin=theirs, stdout=-1, stderr=theirs)
-    os.close(theirs)
-    asked = b""
-    while not asked.endswith(b"[y/N] "):
-        asked += os.read(terminal, 1024)
-    assert b"command 102 (restart) changes the panel" in asked
+    terminal = Terminal(wire[1], "raw", "102", "--mac", MAC)
+    terminal.read_until(b"[y/N] ")
+    assert b"command 102 (restart) changes the panel" in terminal.bytes
     assert fake.requests == []
-    os.write(terminal, answer)
-    process.communicate(timeout=PATIENCE)
-    os.close(terminal)
-    assert process.returncode == code
+    terminal.type(answer)
+    assert terminal.finish()[0] == code
     assert fake.commands() == commands
 
 
@@ -220,10 +280,15 @@ def test_destructive_commands_ask_on_a_terminal(wire, fake, answer, code, comman
 @pytest.mark.parametrize("arguments", [
     [], ["disco"], ["discover", "--colour"], ["discover", "192.168.10"], ["discover", "--rounds", "0"],
     ["discover", "--timeout", "-1"], ["discover", "--source-port", "65536"], ["discover", "--interface", ""],
-    ["identify"], ["identify", "panel"], ["identify", MAC, MAC2], ["identify", PANEL_ADDRESS, "--to", NOBODY],
+    ["discover", "--json", "--csv"], ["watch", MAC],
+    ["identify"], ["identify", ""], ["identify", MAC, MAC2], ["identify", PANEL_ADDRESS, "--to", NOBODY],
     ["echo"], ["echo", "224.0.5.128"], ["echo", "192.168.10.255"], ["echo", PANEL_ADDRESS, "--count", "0"],
-    ["set"], ["set", MAC], ["set", PANEL_ADDRESS, *NEW], ["set", MAC, "--address", "x"],
-    ["set", MAC, "--netmask", "33"], ["raw"], ["raw", "256"], ["raw", "-1"], ["raw", "one"],
+    ["set"], ["set", "--yes"], ["set", MAC, "--yes"], ["set", " ", *NEW, "--yes"],
+    ["set", MAC, "--address", "x", "--yes"], ["set", MAC, "--netmask", "33", "--yes"], ["set", MAC, *NEW],
+    ["set", "--from", "/nonexistent.csv", "--yes"], ["set", "--from", "x.csv", MAC, "--yes"],
+    ["set", "--from", "x.csv", "--netmask", "24", "--yes"],
+    ["wink"], ["wink", "", "--yes"], ["restart", MAC], ["reset-network", MAC], ["restore-defaults", MAC],
+    ["restore-defaults", MAC, "--marker", "both", "--yes"], ["raw"], ["raw", "256"], ["raw", "-1"], ["raw", "one"],
     ["raw", "1", "--hex", "5"], ["raw", "1", "--hex", "xx"], ["raw", "1", "--hex", "255:0102"],
     ["raw", "1", "--hex", "-1:01"], ["raw", "1", "--hex", ""], ["raw", "1", "--length", "0"]])
 def test_usage_errors_send_nothing(fake, mvdpctl, arguments):
@@ -233,11 +298,13 @@ def test_usage_errors_send_nothing(fake, mvdpctl, arguments):
     assert fake.requests == []
 
 
-@pytest.mark.parametrize("command", ["discover", "identify", "echo", "set", "raw"])
+@pytest.mark.parametrize("command", ["discover", "watch", "identify", "echo", "set", "wink", "restart",
+                                     "reset-network", "restore-defaults", "raw"])
 def test_help_of_each_command(mvdpctl, command):
     result = mvdpctl(command, "--help")
     assert (result.code, result.err) == (DONE, "")
     assert result.lines[0].startswith(f"Usage: mvdpctl {command} ")
+    assert "  --csv " in result.out
 
 
 def test_general_help_and_version(mvdpctl):
@@ -280,7 +347,7 @@ def test_only_the_chosen_interface_is_used(request):
         request.addfinalizer(panels[-1].close)
 
     def found(*options):
-        result = Result(tool.run([program(), "discover", "--json", *options], capture_output=True))
+        result = Result(tool.run([program(), "discover", "--json", *options, *SEARCHING], capture_output=True))
         return [(panel["mac"], panel["interface"]) for panel in result.json["panels"]]
 
     assert found() == [(MAC, "eth1"), (MAC2, "eth2")]
@@ -292,7 +359,7 @@ def test_only_the_chosen_interface_is_used(request):
 
 def test_quiet_leaves_the_result_alone(fake, mvdpctl):
     fake.before = [b"junk"]
-    result = mvdpctl("discover", "--quiet")
+    result = mvdpctl("discover", "--quiet", *SEARCHING)
     assert (result.lines, result.err) == ([HEADINGS, LINE], "")
 
 

@@ -21,6 +21,7 @@ const std::vector<Option> &commonOptions()
         {"timeout", "SECONDS", "How long to wait for answers in each round."},
         {"rounds", "N", "How often to ask, at most."},
         {"json", nullptr, "Print the result as JSON."},
+        {"csv", nullptr, "Print the result as comma-separated values."},
         {"quiet", nullptr, "Print results and errors only."},
         {"verbose", nullptr, "Show every datagram that is sent or received."},
         {"yes", nullptr, "Do not ask before a dangerous command."},
@@ -131,6 +132,13 @@ std::optional<std::chrono::milliseconds> Arguments::seconds(const char *option) 
                        .arg(text(option)));
     }
     return std::chrono::milliseconds(std::lround(value * 1000));
+}
+
+Format Arguments::format() const
+{
+    if (isSet("json") && isSet("csv"))
+        throwUsage(QStringLiteral("--json and --csv exclude each other"));
+    return isSet("json") ? Format::Json : isSet("csv") ? Format::Csv : Format::Text;
 }
 
 TransportOptions Arguments::transportOptions() const

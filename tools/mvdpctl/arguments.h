@@ -20,6 +20,8 @@ struct Option {
     const char *help;
 };
 
+enum class Format { Text, Json, Csv };
+
 // What a command line may hold, for one command.
 struct Grammar {
     std::vector<Option> options; // besides the common ones
@@ -49,6 +51,8 @@ public:
     // Seconds, with a decimal point if need be.
     std::optional<std::chrono::milliseconds> seconds(const char *option) const;
 
+    // --json, --csv or neither.
+    Format format() const;
     TransportOptions transportOptions() const;
     Patience patience(int rounds, std::chrono::milliseconds timeout) const;
 

@@ -23,7 +23,10 @@ QString optionLines(const std::vector<Option> &options)
 
 std::vector<const Command *> allCommands()
 {
-    return {&DiscoverCommand, &IdentifyCommand, &EchoCommand, &SetCommand, &RawCommand};
+    return {&DiscoverCommand, &WatchCommand,        &IdentifyCommand,
+            &EchoCommand,     &SetCommand,          &WinkCommand,
+            &RestartCommand,  &ResetNetworkCommand, &RestoreDefaultsCommand,
+            &RawCommand};
 }
 
 const Command *findCommand(const QString &name)
@@ -44,19 +47,24 @@ QString generalHelp()
         text += (QStringLiteral("  ") + QLatin1String(command->name)).leftJustified(OptionColumn) +
                 QLatin1String(command->summary) + QLatin1Char('\n');
     }
-    text += QStringLiteral("\nOptions of every command:\n") + optionLines(commonOptions()) +
-            QStringLiteral("\n'mvdpctl COMMAND --help' tells more about a command.\n"
-                           "'mvdpctl --version' tells the version.\n"
-                           "Exit status: 0 done, 1 no answer, 2 usage, 3 refused by the panel,\n"
-                           "4 network trouble.");
+    text +=
+        QStringLiteral("\nOptions of every command:\n") + optionLines(commonOptions()) +
+        QStringLiteral("\nPANEL is a MAC address, or an IP address or a piece of a description that fits\n"
+                       "only one of the panels that are found.\n"
+                       "\n'mvdpctl COMMAND --help' tells more about a command.\n"
+                       "'mvdpctl --version' tells the version.\n"
+                       "Exit status: 0 done, 1 no answer, 2 usage, 3 refused by the panel,\n"
+                       "4 network trouble.");
     return text;
 }
 
 QString commandHelp(const Command &command)
 {
-    QString text = QStringLiteral("Usage: mvdpctl %1 %2 [OPTIONS]\n\n%3\n\n%4\n")
-                       .arg(QLatin1String(command.name), QLatin1String(command.synopsis),
-                            QLatin1String(command.summary), QLatin1String(command.details));
+    const QString synopsis =
+        QStringLiteral("%1 %2").arg(QLatin1String(command.name), QLatin1String(command.synopsis));
+    QString text =
+        QStringLiteral("Usage: mvdpctl %1 [OPTIONS]\n\n%2\n\n%3\n")
+            .arg(synopsis.trimmed(), QLatin1String(command.summary), QLatin1String(command.details));
     if (!command.grammar.options.empty())
         text += QStringLiteral("\nOptions:\n") + optionLines(command.grammar.options);
     text += QStringLiteral("\nOptions of every command:\n") + optionLines(commonOptions());

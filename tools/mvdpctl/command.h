@@ -20,9 +20,14 @@ struct Command {
 };
 
 extern const Command DiscoverCommand;
+extern const Command WatchCommand;
 extern const Command IdentifyCommand;
 extern const Command EchoCommand;
 extern const Command SetCommand;
+extern const Command WinkCommand;
+extern const Command RestartCommand;
+extern const Command ResetNetworkCommand;
+extern const Command RestoreDefaultsCommand;
 extern const Command RawCommand;
 
 // Every command, in the order of the help.

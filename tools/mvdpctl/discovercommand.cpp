@@ -1,6 +1,6 @@
 #include "command.h"
-#include "exchange.h"
-#include "output.h"
+#include "discovery.h"
+#include "session.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -10,62 +10,105 @@
 namespace
 {
 
-void printJson(const PanelList &panels, const Exchange &exchange, const InterfaceNames &interfaceName,
-               Terminal &terminal)
+const QString MarksMember = QStringLiteral("marks");
+
+// The panels in their order, each with its marks.
+std::vector<QJsonObject> markedPanels(const PanelList &panels, const Session &session)
 {
-    QJsonArray list;
-    for (const Panel &panel : panels.sorted())
-        list.append(panelJson(panel, interfaceName));
-    const QJsonObject document = {{QStringLiteral("panels"), list},
-                                  {QStringLiteral("ignored"), exchange.ignored()}};
-    terminal.printJson(QJsonDocument(document).toJson());
+    const std::vector<Marks> marks = marksOf(panels, session.transport.interfaces());
+    std::vector<QJsonObject> objects;
+    for (const Panel &panel : panels.sorted()) {
+        QJsonObject object = session.json(panel);
+        object.insert(MarksMember, QJsonArray::fromStringList(markNames(marks[objects.size()])));
+        objects.push_back(object);
+    }
+    return objects;
 }
 
-void printTable(const PanelList &panels, Terminal &terminal)
+void printJson(const PanelList &panels, Session &session)
+{
+    QJsonArray list;
+    for (const QJsonObject &panel : markedPanels(panels, session))
+        list.append(panel);
+    const QJsonObject document = {{QStringLiteral("panels"), list},
+                                  {QStringLiteral("ignored"), session.exchange.ignored()}};
+    session.terminal.printJson(QJsonDocument(document).toJson());
+}
+
+void printCsv(const PanelList &panels, Session &session)
+{
+    const QStringList columns = panelColumns() << MarksMember;
+    session.terminal.printCsv(columns);
+    for (const QJsonObject &panel : markedPanels(panels, session))
+        session.terminal.printCsv(csvFields(panel, columns));
+}
+
+void printTable(const PanelList &panels, Session &session)
 {
     if (panels.isEmpty())
         return;
-    for (const QString &line : panelTable(panels.sorted(), terminal.columns()))
+    Terminal &terminal = session.terminal;
+    const auto &interfaces = session.transport.interfaces();
+    for (const QString &line : panelTable(panels.sorted(), marksOf(panels, interfaces), terminal.columns()))
         terminal.print(line);
     terminal.note(panels.size() == 1 ? QStringLiteral("1 panel.")
                                      : QStringLiteral("%1 panels.").arg(panels.size()));
-    for (const QString &note : panelNotes(panels))
+    for (const QString &note : markNotes(panels, interfaces))
         terminal.note(note);
+}
+
+void print(const PanelList &panels, Session &session)
+{
+    switch (session.format) {
+    case Format::Text:
+        printTable(panels, session);
+        break;
+    case Format::Json:
+        printJson(panels, session);
+        break;
+    case Format::Csv:
+        printCsv(panels, session);
+        break;
+    }
+}
+
+// The given addresses, or every way out. `expected` gets those that each have one panel to answer.
+Search searchOf(const std::vector<std::uint32_t> &addresses, const Session &session,
+                std::vector<std::uint32_t> &expected)
+{
+    Search search = {{}, session.arguments.patience(SearchRounds, SearchTimeout), {}};
+    if (addresses.empty())
+        search.destinations = session.transport.everywhere();
+    for (const std::uint32_t address : addresses) {
+        const auto towards = session.transport.towards(address);
+        search.destinations.insert(search.destinations.end(), towards.begin(), towards.end());
+        if (!session.transport.reachesMany(address))
+            expected.push_back(address);
+    }
+    if (!addresses.empty() && expected.size() == addresses.size()) {
+        search.isComplete = [expected](const PanelList &panels) {
+            return std::all_of(expected.begin(), expected.end(),
+                               [&panels](std::uint32_t address) { return panels.hasAnswered(address); });
+        };
+    }
+    return search;
 }
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
-    const Patience patience = arguments.patience(5, std::chrono::seconds(1));
     std::vector<std::uint32_t> addresses;
     for (const QString &word : arguments.words())
         addresses.push_back(addressArgument(word));
-
-    Transport transport(arguments.transportOptions());
-    Exchange exchange(transport, terminal);
-    std::vector<Destination> destinations;
+    Session session(arguments, terminal);
     std::vector<std::uint32_t> expected;
-    for (const std::uint32_t address : addresses) {
-        const auto towards = transport.towards(address);
-        destinations.insert(destinations.end(), towards.begin(), towards.end());
-        if (!transport.reachesMany(address))
-            expected.push_back(address);
-    }
-    if (expected.size() < addresses.size())
-        expected.clear();
+    const Search search = searchOf(addresses, session, expected);
+    const PanelList panels = discoverPanels(session.exchange, terminal, search);
 
-    const PanelList panels = discoverPanels(
-        exchange, terminal, addresses.empty() ? transport.everywhere() : destinations, patience, expected);
-
-    if (arguments.isSet("json"))
-        printJson(
-            panels, exchange, [&transport](unsigned index) { return transport.interfaceName(index); },
-            terminal);
-    else
-        printTable(panels, terminal);
-    if (exchange.ignored() > 0)
-        terminal.note(exchange.ignoredText());
+    print(panels, session);
+    session.noteIgnored();
     if (panels.isEmpty())
-        throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"), exchange.noAnswerAdvice()};
+        throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"),
+                      session.exchange.noAnswerAdvice()};
     ExitCode code = ExitCode::Done;
     for (const std::uint32_t address : expected) {
         if (!panels.hasAnswered(address)) {
@@ -73,6 +116,9 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
             code = ExitCode::NoAnswer;
         }
     }
+    if (code != ExitCode::Done)
+        terminal.error(
+            QStringLiteral("Search everywhere with 'mvdpctl discover': they may have other addresses."));
     return code;
 }
 
@@ -83,10 +129,13 @@ const Command DiscoverCommand = {
     "[ADDRESS...]",
     "Find panels.",
     "Asks by broadcast and multicast on every network interface, or only the given\n"
-    "addresses, in rounds until one brings nothing new. A panel answers an address\n"
-    "outside its own subnet by broadcast or to the multicast group 224.0.5.128, so\n"
-    "panels with foreign addresses on the same wire are found; from behind a router\n"
-    "they are heard only where it routes that group back.",
+    "addresses, in at most --rounds (6) rounds of --timeout (0.5) seconds, until two\n"
+    "in a row bring nothing new and lose no answers; more --rounds help where the\n"
+    "network loses many. A panel answers an address outside its own subnet by\n"
+    "broadcast or to the multicast group 224.0.5.128, so panels with foreign\n"
+    "addresses on the same wire are found; from behind a router they are heard only\n"
+    "where it routes that group back. In the table * marks an address that several\n"
+    "panels hold, and ! one that is on no subnet of the interface that heard it.",
     {{}, 0, 10000},
     run,
 };

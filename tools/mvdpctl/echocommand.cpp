@@ -1,40 +1,15 @@
 #include "command.h"
 #include "echostatistics.h"
-#include "exchange.h"
+#include "interrupt.h"
+#include "session.h"
+#include "target.h"
 
 #include <QtCore/QJsonDocument>
 
-#include <csignal>
-#include <map>
 #include <random>
 
 namespace
 {
-
-volatile std::sig_atomic_t interrupted = 0;
-
-void interrupt(int)
-{
-    interrupted = 1;
-}
-
-// Lets Ctrl-C end the command with its statistics, as people know it from ping.
-class InterruptGuard
-{
-public:
-    InterruptGuard()
-    {
-        struct sigaction action = {};
-        action.sa_handler = interrupt; // without SA_RESTART: poll() must return
-        sigaction(SIGINT, &action, &m_before);
-    }
-    ~InterruptGuard() { sigaction(SIGINT, &m_before, nullptr); }
-    InterruptGuard(const InterruptGuard &) = delete;
-    InterruptGuard &operator=(const InterruptGuard &) = delete;
-
-private:
-    struct sigaction m_before = {};
-};
 
 // Sends numbered echoes to one address and sorts what comes back.
 class EchoRun
@@ -69,6 +44,8 @@ private:
     std::uint32_t m_target;
     std::vector<Destination> m_destinations;
     bool m_printLines;
+    // Ctrl-C ends the command with its statistics, as people know it from ping.
+    InterruptGuard m_guard;
     std::mt19937 m_random{std::random_device{}()};
     std::vector<Sent> m_sent;
     EchoStatistics m_statistics;
@@ -86,22 +63,21 @@ Request EchoRun::nextRequest()
 
 EchoStatistics EchoRun::run(int count, std::chrono::milliseconds interval, std::chrono::milliseconds timeout)
 {
-    InterruptGuard guard;
-    for (int number = 1; number <= count && interrupted == 0; ++number) {
+    for (int number = 1; number <= count && !m_guard.isInterrupted(); ++number) {
         m_sent.push_back({nextRequest(), Clock::now()});
         m_exchange.send(m_sent.back().request, m_destinations);
         m_statistics.addSent();
         if (number < count)
             listen(Clock::now() + interval, false);
     }
-    if (interrupted == 0)
+    if (!m_guard.isInterrupted())
         listen(Clock::now() + timeout, true);
     return m_statistics;
 }
 
 void EchoRun::listen(Clock::time_point deadline, bool untilAllAnswered)
 {
-    while (interrupted == 0 && !(untilAllAnswered && m_statistics.isComplete())) {
+    while (!m_guard.isInterrupted() && !(untilAllAnswered && m_statistics.isComplete())) {
         const auto received = m_exchange.nextDatagram(deadline);
         if (received)
             take(*received);
@@ -145,46 +121,48 @@ void EchoRun::sayLine(const Received &received, const QString &what)
         m_terminal.print(QStringLiteral("%1: %2").arg(ipv4Text(received.source), what));
 }
 
-std::uint32_t addressOf(const MacAddress &mac, Exchange &exchange, const Transport &transport,
-                        const Patience &patience)
+QStringList columns()
 {
-    const auto answer =
-        exchange.ask(Request::toMac(MvdpCommand::Identify, mac), transport.everywhere(), patience);
-    if (!answer)
-        throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel %1 answered").arg(macText(mac)),
-                      exchange.noAnswerAdvice()};
-    return answer->source;
+    return {QStringLiteral("mac"),        QStringLiteral("address"), QStringLiteral("sent"),
+            QStringLiteral("answered"),   QStringLiteral("lost"),    QStringLiteral("altered"),
+            QStringLiteral("duplicates"), QStringLiteral("leastMs"), QStringLiteral("meanMs"),
+            QStringLiteral("mostMs")};
+}
+
+void print(const EchoStatistics &statistics, const Panel &panel, Session &session)
+{
+    const QJsonObject document =
+        merged(statistics.json(), {{QStringLiteral("mac"), macText(panel.mac)},
+                                   {QStringLiteral("address"), ipv4Text(panel.source)}});
+    switch (session.format) {
+    case Format::Json:
+        session.terminal.printJson(QJsonDocument(document).toJson());
+        break;
+    case Format::Csv:
+        session.terminal.printCsv(columns());
+        session.terminal.printCsv(csvFields(document, columns()));
+        break;
+    case Format::Text:
+        for (const QString &line : statistics.lines())
+            session.terminal.print(line);
+    }
+    session.noteIgnored();
 }
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
-    const QString target = arguments.words().first();
-    const auto mac = macFromText(target);
-    if (!mac && !ipv4FromText(target))
-        throwUsage(QStringLiteral("'%1' is neither a MAC address nor an IPv4 address").arg(target));
+    targetFromText(arguments.words().first());
     const int count = arguments.number("count", 1, 1000000).value_or(4);
     const auto interval = arguments.seconds("interval").value_or(std::chrono::seconds(1));
-    const Patience patience = arguments.patience(5, std::chrono::seconds(2));
+    const auto timeout = arguments.seconds("timeout").value_or(std::chrono::seconds(2));
 
-    Transport transport(arguments.transportOptions());
-    Exchange exchange(transport, terminal);
-    const std::uint32_t address =
-        mac ? addressOf(*mac, exchange, transport, patience) : addressArgument(target);
-    if (transport.reachesMany(address))
-        throwUsage(QStringLiteral("%1 is not the address of one panel").arg(target));
-
-    EchoRun echo(exchange, terminal, address, transport.towards(address), !arguments.isSet("json"));
-    const EchoStatistics statistics = echo.run(count, interval, patience.timeout);
-    if (arguments.isSet("json")) {
-        QJsonObject document = statistics.json();
-        document.insert(QStringLiteral("address"), ipv4Text(address));
-        terminal.printJson(QJsonDocument(document).toJson());
-    } else {
-        for (const QString &line : statistics.lines())
-            terminal.print(line);
-    }
-    if (exchange.ignored() > 0)
-        terminal.note(exchange.ignoredText());
+    Session session(arguments, terminal);
+    const Panel panel = findTarget(session);
+    const std::uint32_t address = session.through().value_or(panel.source);
+    EchoRun echo(session.exchange, terminal, address, session.transport.towards(address),
+                 session.format == Format::Text);
+    const EchoStatistics statistics = echo.run(count, interval, timeout);
+    print(statistics, panel, session);
     if (statistics.altered() > 0)
         throw Failure{
             ExitCode::NetworkTrouble,
@@ -192,7 +170,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
             QStringLiteral("Something on the way changes datagrams, or two devices hold this address.")};
     if (statistics.answered() == 0)
         throw Failure{ExitCode::NoAnswer, QStringLiteral("no echo from %1").arg(ipv4Text(address)),
-                      exchange.noAnswerAdvice()};
+                      session.exchange.noAnswerAdvice()};
     return ExitCode::Done;
 }
 
@@ -200,13 +178,15 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
 
 const Command EchoCommand = {
     "echo",
-    "MAC|ADDRESS",
+    "PANEL",
     "Have a panel send datagrams back and measure the time.",
-    "Sends 256 bytes, of which all behind the header are random, and compares what\n"
-    "comes back byte for byte. With a MAC address the panel's IP address is looked\n"
-    "up first. Ctrl-C ends with the statistics so far. Exit status 0 when at least\n"
-    "one echo came back and none was altered, 4 when one was.",
-    {{{"count", "N", "How many (default 4)."}, {"interval", "SECONDS", "Time between two (default 1)."}},
+    "Sends 256 bytes, of which all behind the header are random, to the panel's\n"
+    "address, and compares what comes back byte for byte. Waits --timeout (2 seconds)\n"
+    "after the last. Ctrl-C ends with the statistics so far. Exit status 0 when at\n"
+    "least one echo came back and none was altered, 4 when one was.",
+    {{{"count", "N", "How many (default 4)."},
+      {"interval", "SECONDS", "Time between two (default 1)."},
+      {"to", "ADDRESS", "Reach the panel at this address, as through a router."}},
      1,
      1},
     run,

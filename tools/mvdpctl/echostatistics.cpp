@@ -36,6 +36,7 @@ QJsonObject EchoStatistics::json() const
 {
     QJsonObject object = {{QStringLiteral("sent"), m_sent},
                           {QStringLiteral("answered"), m_answered},
+                          {QStringLiteral("lost"), m_sent - m_answered - m_altered},
                           {QStringLiteral("altered"), m_altered},
                           {QStringLiteral("duplicates"), m_duplicates}};
     if (m_answered > 0) {

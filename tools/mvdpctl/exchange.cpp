@@ -11,9 +11,6 @@
 namespace
 {
 
-// More panels than any plant has on one network: what comes beyond them is a flood of forged replies.
-const std::size_t PanelLimit = 4096;
-
 const char *reasonText(Verdict verdict)
 {
     switch (verdict) {
@@ -49,6 +46,16 @@ Exchange::Exchange(Transport &transport, Terminal &terminal)
 
 void Exchange::send(const Request &request, const std::vector<Destination> &destinations)
 {
+    if (trySend(request, destinations))
+        return;
+    const QStringList problems = m_transport.problems();
+    throw Failure{ExitCode::NetworkTrouble,
+                  problems.isEmpty() ? QStringLiteral("no network interface to send on") : problems.last(),
+                  QStringLiteral("Look at 'ip -4 address' and the cable, or choose with --interface.")};
+}
+
+bool Exchange::trySend(const Request &request, const std::vector<Destination> &destinations)
+{
     m_commandsSent.set(request.datagram.command());
     bool anySent = false;
     for (const Destination &destination : destinations) {
@@ -64,14 +71,9 @@ void Exchange::send(const Request &request, const std::vector<Destination> &dest
     m_terminal.trace(fieldLines(request.datagram, shown));
     m_terminal.trace(hexLines(request.datagram.data(), shown));
     const QStringList problems = m_transport.problems();
-    if (!anySent) {
-        throw Failure{ExitCode::NetworkTrouble,
-                      problems.isEmpty() ? QStringLiteral("no network interface to send on")
-                                         : problems.last(),
-                      QStringLiteral("Look at 'ip -4 address' and the cable, or choose with --interface.")};
-    }
-    for (; m_problemsShown < problems.size(); ++m_problemsShown)
+    for (; anySent && m_problemsShown < problems.size(); ++m_problemsShown)
         m_terminal.warn(problems.at(m_problemsShown));
+    return anySent;
 }
 
 std::optional<Received> Exchange::nextDatagram(Clock::time_point deadline)
@@ -159,41 +161,4 @@ QString Exchange::noAnswerAdvice() const
                       .arg(filtered.join(QStringLiteral(", ")));
     }
     return advice;
-}
-
-PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const std::vector<Destination> &destinations,
-                         const Patience &patience, const std::vector<std::uint32_t> &expected)
-{
-    const Request request = Request::toAll(MvdpCommand::Discover);
-    PanelList panels;
-    const auto allAnswered = [&panels, &expected] {
-        return !expected.empty() &&
-               std::all_of(expected.begin(), expected.end(),
-                           [&panels](std::uint32_t address) { return panels.hasAnswered(address); });
-    };
-    for (int round = 1; round <= patience.rounds; ++round) {
-        terminal.progress(QStringLiteral("round %1 of at most %2, panels: %3")
-                              .arg(round)
-                              .arg(patience.rounds)
-                              .arg(panels.size()));
-        exchange.send(request, destinations);
-        bool anyNew = false;
-        const auto deadline = Clock::now() + patience.timeout;
-        while (std::optional<Received> reply = exchange.nextAnswer(request, deadline)) {
-            if (panels.size() >= PanelLimit)
-                exchange.countIgnored(Verdict::Answer, *reply);
-            else if (panels.add(Panel::fromReply(*reply))) {
-                anyNew = true;
-                terminal.progress(QStringLiteral("round %1 of at most %2, panels: %3")
-                                      .arg(round)
-                                      .arg(patience.rounds)
-                                      .arg(panels.size()));
-            }
-            if (allAnswered())
-                return panels;
-        }
-        if (!anyNew && !panels.isEmpty() && expected.empty())
-            break;
-    }
-    return panels;
 }

@@ -9,7 +9,6 @@
 #include <array>
 #include <bitset>
 #include <chrono>
-#include <functional>
 #include <optional>
 #include <vector>
 
@@ -26,6 +25,8 @@ public:
 
     // Sends to each destination; throws Failure when not one of them could be sent to.
     void send(const Request &request, const std::vector<Destination> &destinations);
+    // The same, with a warning for what cannot be sent; false when nothing could.
+    bool trySend(const Request &request, const std::vector<Destination> &destinations);
     // The next answer before the deadline; nothing when there is none, or when a signal came.
     std::optional<Received> nextAnswer(const Request &request, Clock::time_point deadline);
     // The same for a request of which the caller judges the answers by itself.
@@ -50,10 +51,5 @@ private:
     std::bitset<256> m_commandsSent;
     int m_problemsShown = 0;
 };
-
-// Looks for panels in rounds. A round that brings nothing new is the last, once one panel has answered; all
-// rounds are spent when none has. With `expected` addresses it also ends when each of them has answered.
-PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const std::vector<Destination> &destinations,
-                         const Patience &patience, const std::vector<std::uint32_t> &expected = {});
 
 #endif // EXCHANGE_H

@@ -1,56 +1,56 @@
 #include "command.h"
-#include "exchange.h"
-#include "output.h"
+#include "session.h"
+#include "target.h"
 
 #include <QtCore/QJsonDocument>
 
 namespace
 {
 
-// The panel at an address, asked for its identity by the MAC address that it tells.
-std::optional<Received> identifyAt(std::uint32_t address, Exchange &exchange, const Transport &transport,
-                                   const Patience &patience)
+// What a search found was told to everybody; what is shown was told to this question.
+std::optional<Panel> identify(const Panel &found, Session &session)
 {
-    const auto destinations = transport.towards(address);
-    const auto found = exchange.ask(Request::toAll(MvdpCommand::Discover), destinations, patience);
-    if (!found)
-        return std::nullopt;
-    const MacAddress mac = Panel::fromReply(*found).mac;
-    return exchange.ask(Request::toMac(MvdpCommand::Identify, mac), destinations, patience);
+    const Request question = Request::toMac(MvdpCommand::Identify, found.mac);
+    const Patience patience = session.searchPatience();
+    const auto ways = waysTo(found, session);
+    for (int round = 0; round < patience.rounds; ++round) {
+        if (!session.exchange.trySend(question, ways[static_cast<std::size_t>(round) % ways.size()]))
+            continue;
+        if (const auto answer = session.exchange.nextAnswer(question, Clock::now() + patience.timeout))
+            return Panel::fromReply(*answer);
+    }
+    return std::nullopt;
+}
+
+void print(const Panel &panel, Session &session)
+{
+    const QJsonObject object = session.json(panel);
+    switch (session.format) {
+    case Format::Json:
+        session.terminal.printJson(QJsonDocument(object).toJson());
+        break;
+    case Format::Csv:
+        session.terminal.printCsv(panelColumns());
+        session.terminal.printCsv(csvFields(object, panelColumns()));
+        break;
+    case Format::Text:
+        for (const QString &line : panelDetails(panel, session.interfaceNames()))
+            session.terminal.print(line);
+    }
 }
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
-    const QString target = arguments.words().first();
-    const auto mac = macFromText(target);
-    const auto address = ipv4FromText(target);
-    if (!mac && !address)
-        throwUsage(QStringLiteral("'%1' is neither a MAC address nor an IPv4 address").arg(target));
-    const auto through = arguments.address("to");
-    if (address && through)
-        throwUsage(QStringLiteral("--to goes with a MAC address"));
-    const Patience patience = arguments.patience(5, std::chrono::seconds(1));
-
-    Transport transport(arguments.transportOptions());
-    Exchange exchange(transport, terminal);
-    const auto answer =
-        mac ? exchange.ask(Request::toMac(MvdpCommand::Identify, *mac),
-                           through ? transport.towards(*through) : transport.everywhere(), patience)
-            : identifyAt(*address, exchange, transport, patience);
-    if (!answer) {
-        if (exchange.ignored() > 0)
-            terminal.note(exchange.ignoredText());
-        throw Failure{ExitCode::NoAnswer, QStringLiteral("no answer from %1").arg(target),
-                      exchange.noAnswerAdvice()};
-    }
-    const Panel panel = Panel::fromReply(*answer);
-    const auto interfaceName = [&transport](unsigned index) { return transport.interfaceName(index); };
-    if (arguments.isSet("json")) {
-        terminal.printJson(QJsonDocument(panelJson(panel, interfaceName)).toJson());
-    } else {
-        for (const QString &line : panelDetails(panel, interfaceName))
-            terminal.print(line);
-    }
+    const TargetName name = targetFromText(arguments.words().first());
+    Session session(arguments, terminal);
+    const Panel found = findTarget(session);
+    // A panel that is named by its MAC address has been asked by it already.
+    const auto panel = name.mac ? found : identify(found, session);
+    if (!panel)
+        throw Failure{ExitCode::NoAnswer, QStringLiteral("%1 is not heard any more").arg(panelLabel(found)),
+                      session.exchange.noAnswerAdvice()};
+    print(*panel, session);
+    session.noteIgnored();
     return ExitCode::Done;
 }
 
@@ -58,10 +58,10 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
 
 const Command IdentifyCommand = {
     "identify",
-    "MAC|ADDRESS",
+    "PANEL",
     "Show the identity of one panel.",
     "A MAC address is asked for everywhere, so that its IP address need not be known\n"
-    "nor be reachable. An IP address is asked directly.",
-    {{{"to", "ADDRESS", "Ask for the MAC address at this address only."}}, 1, 1},
+    "nor be reachable. Otherwise all panels are searched for first.",
+    {{{"to", "ADDRESS", "Reach the panel at this address, as through a router."}}, 1, 1},
     run,
 };

@@ -30,10 +30,11 @@ std::vector<NetworkInterface> upInterfaces()
 {
     ifaddrs *head = nullptr;
     if (getifaddrs(&head) != 0) {
-        throw Failure{ExitCode::NetworkTrouble,
-                      QStringLiteral("the network interfaces of this computer cannot be listed: %1")
-                          .arg(QString::fromLocal8Bit(std::strerror(errno))),
-                      QString()};
+        throw Failure{
+            ExitCode::NetworkTrouble,
+            QStringLiteral("the network interfaces of this computer cannot be listed: %1")
+                .arg(QString::fromLocal8Bit(std::strerror(errno))),
+            QStringLiteral("See whether 'ip -4 address' can, and what keeps this program from it.")};
     }
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> list(head, &freeifaddrs);
 

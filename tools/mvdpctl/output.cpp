@@ -1,10 +1,11 @@
 #include "output.h"
 
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
 #include <QtCore/QJsonValue>
 
 #include <algorithm>
 #include <array>
-#include <map>
 
 namespace
 {
@@ -12,7 +13,7 @@ namespace
 const int ColumnCount = 5;
 const int ColumnGap = 2;
 // A description is not cut to less than this, even if the lines then wrap.
-const int LeastDescription = 8;
+const int LeastDescription = 4;
 
 using Row = std::array<QString, ColumnCount>;
 
@@ -21,15 +22,17 @@ QString orDash(const QString &text)
     return text.isEmpty() ? QStringLiteral("-") : text;
 }
 
-Row rowOf(const Panel &panel)
+Row rowOf(const Panel &panel, const Marks &marks)
 {
-    return {macText(panel.mac), addressWithNetmask(panel),
-            panel.gateway == 0 ? QString() : ipv4Text(panel.gateway), panel.versionText(), panel.description};
-}
-
-QString cutTo(const QString &text, int columns)
-{
-    return text.size() <= columns ? text : text.left(columns - 1) + QLatin1Char('>');
+    QString address = addressWithNetmask(panel);
+    if (marks.sharedAddress || marks.foreignSubnet)
+        address += QLatin1Char(' ');
+    if (marks.sharedAddress)
+        address += QLatin1Char('*');
+    if (marks.foreignSubnet)
+        address += QLatin1Char('!');
+    return {macText(panel.mac), address, panel.gateway == 0 ? QString() : ipv4Text(panel.gateway),
+            versionOrUnknown(panel), panel.description};
 }
 
 QString line(const Row &row, const std::array<int, ColumnCount> &widths, int columns)
@@ -52,12 +55,24 @@ QString addressWithNetmask(const Panel &panel)
                   : QStringLiteral("%1/%2").arg(ipv4Text(panel.address), ipv4Text(panel.netmask));
 }
 
-QStringList panelTable(const std::vector<Panel> &panels, int columns)
+QString versionOrUnknown(const Panel &panel)
+{
+    const QString version = panel.versionText();
+    return version.isEmpty() ? QStringLiteral("unknown") : version;
+}
+
+QString cutTo(const QString &text, int columns)
+{
+    return text.size() <= columns ? text : text.left(columns - 1) + QLatin1Char('>');
+}
+
+QStringList panelTable(const std::vector<Panel> &panels, const std::vector<Marks> &marks, int columns)
 {
     std::vector<Row> rows = {{QStringLiteral("MAC ADDRESS"), QStringLiteral("ADDRESS"),
                               QStringLiteral("GATEWAY"), QStringLiteral("VERSION"),
                               QStringLiteral("DESCRIPTION")}};
-    std::transform(panels.begin(), panels.end(), std::back_inserter(rows), rowOf);
+    for (std::size_t index = 0; index < panels.size(); ++index)
+        rows.push_back(rowOf(panels[index], marks[index]));
     std::array<int, ColumnCount> widths = {};
     for (const Row &row : rows) {
         for (std::size_t column = 0; column < ColumnCount; ++column)
@@ -69,45 +84,14 @@ QStringList panelTable(const std::vector<Panel> &panels, int columns)
     return lines;
 }
 
-QStringList panelNotes(const PanelList &panels)
-{
-    QStringList notes;
-    std::map<std::uint32_t, int> holders;
-    for (const Panel &panel : panels.sorted()) {
-        if (panel.address != 0)
-            ++holders[panel.address];
-        const std::size_t sources = panels.sourcesOf(panel.mac).size();
-        if (isZero(panel.mac)) {
-            notes << QStringLiteral("The panel at %1 does not know itself: its platform service is down.")
-                         .arg(ipv4Text(panel.source));
-        } else if (sources > 1) {
-            notes << QStringLiteral("%1 answered from %2 addresses: two devices may share this MAC address.")
-                         .arg(macText(panel.mac))
-                         .arg(sources);
-        } else if (panel.source != panel.address) {
-            notes << QStringLiteral("%1 tells the address %2 but answered from %3.")
-                         .arg(macText(panel.mac), ipv4Text(panel.address), ipv4Text(panel.source));
-        }
-    }
-    for (const auto &[address, count] : holders) {
-        if (count > 1) {
-            notes << QStringLiteral("%1 panels hold the address %2: give each its own with 'mvdpctl set'.")
-                         .arg(count)
-                         .arg(ipv4Text(address));
-        }
-    }
-    return notes;
-}
-
 QStringList panelDetails(const Panel &panel, const InterfaceNames &interfaceName)
 {
-    const QString version = panel.versionText();
     return {
         QStringLiteral("MAC address  ") + macText(panel.mac),
         QStringLiteral("Address      ") + ipv4Text(panel.address),
         QStringLiteral("Netmask      ") + ipv4Text(panel.netmask),
         QStringLiteral("Gateway      ") + ipv4Text(panel.gateway),
-        QStringLiteral("Version      ") + (version.isEmpty() ? QStringLiteral("unknown") : version),
+        QStringLiteral("Version      ") + versionOrUnknown(panel),
         QStringLiteral("Description  ") + orDash(panel.description),
         QStringLiteral("Answered     from %1 by %2 on %3")
             .arg(ipv4Text(panel.source), wayName(panel.way), interfaceName(panel.interfaceIndex)),
@@ -130,4 +114,58 @@ QJsonObject panelJson(const Panel &panel, const InterfaceNames &interfaceName)
         {QStringLiteral("interface"), interfaceName(panel.interfaceIndex)},
         {QStringLiteral("way"), wayName(panel.way)},
     };
+}
+
+QStringList panelColumns()
+{
+    return {QStringLiteral("mac"),         QStringLiteral("address"), QStringLiteral("netmask"),
+            QStringLiteral("prefix"),      QStringLiteral("gateway"), QStringLiteral("version"),
+            QStringLiteral("description"), QStringLiteral("source"),  QStringLiteral("interface"),
+            QStringLiteral("way")};
+}
+
+QStringList csvFields(const QJsonObject &object, const QStringList &columns)
+{
+    QStringList fields;
+    for (const QString &column : columns) {
+        const QJsonValue value = object.value(column);
+        if (value.isArray()) {
+            QStringList parts;
+            for (const QJsonValue part : value.toArray())
+                parts << part.toString();
+            fields << parts.join(QLatin1Char(' '));
+        } else if (value.isDouble()) {
+            fields << QString::number(value.toDouble());
+        } else {
+            fields << value.toString();
+        }
+    }
+    return fields;
+}
+
+QJsonObject merged(QJsonObject object, const QJsonObject &others)
+{
+    for (auto member = others.begin(); member != others.end(); ++member)
+        object.insert(member.key(), member.value());
+    return object;
+}
+
+void printResult(const QJsonObject &result, const Panel &panel, Format format,
+                 const InterfaceNames &interfaceName, Terminal &terminal)
+{
+    const QJsonObject facts = panelJson(panel, interfaceName);
+    switch (format) {
+    case Format::Json:
+        terminal.printJson(QJsonDocument(merged(result, {{QStringLiteral("panel"), facts}})).toJson());
+        break;
+    case Format::Csv: {
+        const QStringList columns = result.keys() + panelColumns();
+        terminal.printCsv(columns);
+        terminal.printCsv(csvFields(merged(result, facts), columns));
+        break;
+    }
+    case Format::Text:
+        for (const QString &each : panelDetails(panel, interfaceName))
+            terminal.print(each);
+    }
 }

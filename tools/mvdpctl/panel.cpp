@@ -6,12 +6,15 @@
 namespace
 {
 
-bool samePanel(const Panel &one, const Panel &other)
+// A bound for what forged replies can make us remember.
+const std::size_t SourceLimit = 16384;
+
+} // namespace
+
+bool isSamePanel(const Panel &one, const Panel &other)
 {
     return one.mac == other.mac && (!isZero(one.mac) || one.source == other.source);
 }
-
-} // namespace
 
 Panel Panel::fromReply(const Received &reply)
 {
@@ -55,15 +58,22 @@ QString cleanText(const char *bytes, std::size_t size)
 
 bool PanelList::add(const Panel &panel)
 {
-    m_sources.insert({panel.mac, panel.source});
-    const auto known = std::find_if(m_panels.begin(), m_panels.end(),
-                                    [&panel](const Panel &other) { return samePanel(panel, other); });
-    if (known != m_panels.end()) {
-        *known = panel;
+    if (m_sources.size() < SourceLimit)
+        m_sources.insert({panel.mac, panel.source});
+    const std::size_t entry = entryOf(panel);
+    if (entry < m_panels.size()) {
+        m_panels[entry] = panel;
         return false;
     }
     m_panels.push_back(panel);
     return true;
+}
+
+std::size_t PanelList::entryOf(const Panel &panel) const
+{
+    const auto known = std::find_if(m_panels.begin(), m_panels.end(),
+                                    [&panel](const Panel &other) { return isSamePanel(panel, other); });
+    return static_cast<std::size_t>(known - m_panels.begin());
 }
 
 std::vector<Panel> PanelList::sorted() const

@@ -30,6 +30,9 @@ struct Panel {
     QString versionText() const;
 };
 
+// True when both tell of the same panel: by the MAC address, or by where the replies come from if it is zero.
+bool isSamePanel(const Panel &one, const Panel &other);
+
 // Latin-1 bytes up to the first zero as text for people: control characters, C1 controls included, become
 // '?' so that a hostile description can neither steer a terminal nor forge a line; blanks at the end go.
 QString cleanText(const char *bytes, std::size_t size);
@@ -41,6 +44,7 @@ class PanelList
 public:
     // True when this panel was not known before. A known one takes the newer reply's content.
     bool add(const Panel &panel);
+    bool knows(const Panel &panel) const { return entryOf(panel) < m_panels.size(); }
 
     // By address, then MAC address, then source.
     std::vector<Panel> sorted() const;
@@ -53,6 +57,8 @@ public:
     bool hasAnswered(std::uint32_t address) const;
 
 private:
+    std::size_t entryOf(const Panel &panel) const; // the number of entries when it is not known
+
     std::vector<Panel> m_panels;
     std::set<std::pair<MacAddress, std::uint32_t>> m_sources;
 };

@@ -1,7 +1,7 @@
 #include "command.h"
+#include "confirm.h"
 #include "dump.h"
-#include "exchange.h"
-#include "output.h"
+#include "session.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -58,73 +58,87 @@ void confirm(const Request &request, const Arguments &arguments, Terminal &termi
     // cut off before it is completed by the panel with the command that it heard last.
     const std::uint8_t code = request.datagram.command();
     const bool codeTravels = request.length > MvdpDatagram::Command;
-    if ((codeTravels && !isDestructive(code)) || arguments.isSet("yes"))
+    if (codeTravels && !isDestructive(code))
         return;
     const QString what =
         codeTravels ? QStringLiteral("command %1 (%2) changes the panel")
                           .arg(code)
                           .arg(QLatin1String(commandName(code)))
                     : QStringLiteral("a request without its command byte repeats the panel's last command");
-    if (!terminal.canAsk())
-        throwUsage(what + QStringLiteral(" and there is no terminal to ask on"),
-                   QStringLiteral("Give --yes to send it all the same."));
-    if (!terminal.ask(what + QStringLiteral(": send it?")))
-        throwUsage(QStringLiteral("nothing was sent"), QStringLiteral("Answer y, or give --yes."));
+    requireConsent(arguments, terminal, what);
+    askConsent(arguments, terminal, what + QStringLiteral(": send it?"));
 }
 
-QJsonObject replyJson(const Received &reply, const Transport &transport)
+QStringList columns()
+{
+    return QStringList{QStringLiteral("command"), QStringLiteral("type"), QStringLiteral("bytes")} +
+           panelColumns();
+}
+
+QJsonObject replyJson(const Received &reply, const Session &session)
 {
     const QByteArray bytes(reinterpret_cast<const char *>(reply.datagram.data()), MvdpDatagram::Size);
-    QJsonObject object = panelJson(Panel::fromReply(reply),
-                                   [&transport](unsigned index) { return transport.interfaceName(index); });
+    QJsonObject object = session.json(Panel::fromReply(reply));
     object.insert(QStringLiteral("command"), reply.datagram.command());
     object.insert(QStringLiteral("type"), reply.datagram.packetType());
     object.insert(QStringLiteral("bytes"), QString::fromLatin1(bytes.toHex()));
     return object;
 }
 
-void printReply(const Received &reply, const Transport &transport, Terminal &terminal)
+void printReply(const Received &reply, Session &session)
 {
-    terminal.print(
-        QStringLiteral("Reply from %1 by %2 on %3")
-            .arg(ipv4Text(reply.source), wayName(reply.way), transport.interfaceName(reply.interfaceIndex)));
-    terminal.print(fieldLines(reply.datagram, MvdpDatagram::Size));
-    terminal.print(hexLines(reply.datagram.data(), MvdpDatagram::Size));
+    if (session.format == Format::Csv)
+        return session.terminal.printCsv(csvFields(replyJson(reply, session), columns()));
+    session.terminal.print(QStringLiteral("Reply from %1 by %2 on %3")
+                               .arg(ipv4Text(reply.source), wayName(reply.way),
+                                    session.transport.interfaceName(reply.interfaceIndex)));
+    session.terminal.print(fieldLines(reply.datagram, MvdpDatagram::Size));
+    session.terminal.print(hexLines(reply.datagram.data(), MvdpDatagram::Size));
+}
+
+struct Replies {
+    QJsonArray list;
+    bool anyRefused = false;
+};
+
+Replies exchangeDatagrams(const Request &request, Session &session)
+{
+    const auto to = session.through();
+    const auto destinations = to ? session.transport.towards(*to) : session.transport.limitedBroadcasts();
+    const Patience patience = session.arguments.patience(1, std::chrono::seconds(2));
+    Replies replies;
+    for (int round = 1; round <= patience.rounds; ++round) {
+        session.exchange.send(request, destinations);
+        const auto deadline = Clock::now() + patience.timeout;
+        while (const auto reply = session.exchange.nextAnswer(request, deadline)) {
+            replies.anyRefused =
+                replies.anyRefused ||
+                reply->datagram.packetType() == static_cast<std::uint8_t>(MvdpPacketType::ReplyNotApplied);
+            replies.list.append(replyJson(*reply, session));
+            if (session.format != Format::Json)
+                printReply(*reply, session);
+        }
+    }
+    return replies;
 }
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
     const Request request = requestFrom(arguments);
-    const auto to = arguments.address("to");
-    const Patience patience = arguments.patience(1, std::chrono::seconds(2));
     confirm(request, arguments, terminal);
-
-    Transport transport(arguments.transportOptions());
-    Exchange exchange(transport, terminal);
-    const auto destinations = to ? transport.towards(*to) : transport.limitedBroadcasts();
-    QJsonArray replies;
-    bool refused = false;
-    for (int round = 1; round <= patience.rounds; ++round) {
-        exchange.send(request, destinations);
-        const auto deadline = Clock::now() + patience.timeout;
-        while (const auto reply = exchange.nextAnswer(request, deadline)) {
-            refused = refused || reply->datagram.packetType() ==
-                                     static_cast<std::uint8_t>(MvdpPacketType::ReplyNotApplied);
-            replies.append(replyJson(*reply, transport));
-            if (!arguments.isSet("json"))
-                printReply(*reply, transport, terminal);
-        }
-    }
-    if (arguments.isSet("json")) {
-        const QJsonObject document = {{QStringLiteral("replies"), replies},
-                                      {QStringLiteral("ignored"), exchange.ignored()}};
+    Session session(arguments, terminal);
+    if (session.format == Format::Csv)
+        terminal.printCsv(columns());
+    const Replies replies = exchangeDatagrams(request, session);
+    if (session.format == Format::Json) {
+        const QJsonObject document = {{QStringLiteral("replies"), replies.list},
+                                      {QStringLiteral("ignored"), session.exchange.ignored()}};
         terminal.printJson(QJsonDocument(document).toJson());
     }
-    if (exchange.ignored() > 0)
-        terminal.note(exchange.ignoredText());
-    if (replies.isEmpty())
-        throw Failure{ExitCode::NoAnswer, QStringLiteral("no answer"), exchange.noAnswerAdvice()};
-    return refused ? ExitCode::Refused : ExitCode::Done;
+    session.noteIgnored();
+    if (replies.list.isEmpty())
+        throw Failure{ExitCode::NoAnswer, QStringLiteral("no answer"), session.exchange.noAnswerAdvice()};
+    return replies.anyRefused ? ExitCode::Refused : ExitCode::Done;
 }
 
 } // namespace

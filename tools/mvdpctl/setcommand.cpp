@@ -1,57 +1,13 @@
 #include "command.h"
-#include "exchange.h"
-#include "output.h"
-#include "settingscheck.h"
+#include "confirm.h"
+#include "planrun.h"
+#include "setter.h"
+#include "target.h"
 
 #include <QtCore/QJsonDocument>
 
-#include <netinet/in.h>
-
-#include <algorithm>
-
 namespace
 {
-
-enum class Outcome {
-    Applied,
-    Refused,    // the panel's reply says so
-    Unchanged,  // the panel's reply says applied, yet it still shows other settings
-    Unverified, // the reply says applied, then the panel was not heard again
-    NoAnswer,
-};
-
-struct OutcomeFacts {
-    const char *name; // in JSON
-    ExitCode code;
-    const char *sentence; // %1 the panel, %2 settings asked for
-    const char *advice;
-};
-
-const OutcomeFacts &factsOf(Outcome outcome)
-{
-    static const OutcomeFacts facts[] = {
-        {"applied", ExitCode::Done, "%1 now has %2.", ""},
-        {"refused", ExitCode::Refused, "%1 could not apply %2",
-         "Its platform service refused the settings; what it shows now is above."},
-        {"unchanged", ExitCode::Refused, "%1 accepted %2 but still shows other settings",
-         "It may need a restart, or its platform service ignores the change; what it shows now is above."},
-        {"unverified", ExitCode::NoAnswer, "%1 accepted %2 but was not heard again",
-         "Look for it with 'mvdpctl discover'; its new subnet may keep its answers from this computer."},
-        {"no answer", ExitCode::NoAnswer, "%1 did not answer to the new settings %2",
-         "See with 'mvdpctl discover' which settings it has now, and try again."},
-    };
-    return facts[static_cast<std::size_t>(outcome)];
-}
-
-QString settingsText(const NetworkSettings &settings)
-{
-    Panel wanted;
-    wanted.address = settings.address;
-    wanted.netmask = settings.netmask;
-    return addressWithNetmask(wanted) + (settings.gateway == 0
-                                             ? QStringLiteral(", no gateway")
-                                             : QStringLiteral(", gateway ") + ipv4Text(settings.gateway));
-}
 
 // Options that are not given keep what the panel has.
 NetworkSettings wantedSettings(const Arguments &arguments, const Panel &panel)
@@ -63,177 +19,107 @@ NetworkSettings wantedSettings(const Arguments &arguments, const Panel &panel)
 
 void object(const QStringList &objections, bool force, Terminal &terminal)
 {
-    if (objections.isEmpty())
-        return;
     for (const QString &objection : objections)
-        terminal.error(objection);
-    if (!force)
+        terminal.error(force ? QStringLiteral("warning: ") + objection : objection);
+    if (!objections.isEmpty() && !force)
         throwUsage(QStringLiteral("nothing was sent"),
                    QStringLiteral("--force sends such settings all the same."));
 }
 
-// One way at a time, since a panel applies the settings as often as it hears them. Broadcast first: it needs
-// neither an address of ours in the panel's subnet nor that the panel alone holds its address.
-std::vector<std::vector<Destination>> waysTo(const Panel &panel, std::optional<std::uint32_t> through,
-                                             const Transport &transport)
+void report(Outcome outcome, const NetworkSettings &wanted, const Panel &panel, Session &session)
 {
-    if (through)
-        return {transport.towards(*through)};
-    return {{{INADDR_BROADCAST, panel.interfaceIndex, 0}},
-            {{MvdpDatagram::MulticastGroup, panel.interfaceIndex, 0}},
-            {{panel.source, 0, 0}}};
+    const QJsonObject result = outcomeJson(outcome, panel.mac, wanted, panel, session);
+    const QString sentence = outcomeSentence(outcome, panel.mac, wanted);
+    const ExitCode code = outcomeCode(outcome);
+    switch (session.format) {
+    case Format::Json:
+        session.terminal.printJson(QJsonDocument(result).toJson());
+        break;
+    case Format::Csv:
+        session.terminal.printCsv(outcomeColumns());
+        session.terminal.printCsv(outcomeFields(result));
+        break;
+    case Format::Text:
+        if (code == ExitCode::Done)
+            session.terminal.say(sentence);
+        else
+            printResult({}, panel, Format::Text, session.interfaceNames(), session.terminal);
+    }
+    session.noteIgnored();
+    if (code != ExitCode::Done)
+        throw Failure{code, sentence, outcomeAdvice(outcome)};
 }
 
-class Setter
+ExitCode runOne(const Arguments &arguments, Session &session)
 {
-public:
-    Setter(Exchange &exchange, Terminal &terminal, const Patience &patience, const NetworkSettings &settings)
-        : m_exchange(exchange)
-        , m_terminal(terminal)
-        , m_patience(patience)
-        , m_settings(settings)
-    {
+    const TargetName name = targetFromText(arguments.words().first());
+    const PanelList panels = searchFor(name, session);
+    Panel panel = onlyMatch(name, panels, session);
+    const NetworkSettings settings = wantedSettings(arguments, panel);
+    const bool force = arguments.isSet("force");
+    if (hasSettings(panel, settings) && !force) {
+        report(Outcome::AlreadySo, settings, panel, session);
+        return ExitCode::Done;
     }
-
-    // Sends the settings and finds out what became of them; `panel` is then what the panel last told.
-    Outcome run(Panel &panel, const std::vector<std::vector<Destination>> &ways,
-                const std::vector<Destination> &everywhere);
-
-private:
-    std::optional<Received> sendSettings(const MacAddress &mac,
-                                         const std::vector<std::vector<Destination>> &ways);
-    bool verify(Panel &panel, const std::vector<Destination> &everywhere);
-
-    Exchange &m_exchange;
-    Terminal &m_terminal;
-    Patience m_patience;
-    NetworkSettings m_settings;
-    bool m_heardAgain = false;
-};
-
-Outcome Setter::run(Panel &panel, const std::vector<std::vector<Destination>> &ways,
-                    const std::vector<Destination> &everywhere)
-{
-    const auto reply = sendSettings(panel.mac, ways);
-    if (reply) {
-        panel = Panel::fromReply(*reply);
-        if (reply->datagram.packetType() == static_cast<std::uint8_t>(MvdpPacketType::ReplyNotApplied))
-            return Outcome::Refused;
-    }
-    // The reply alone proves little, and its absence too: the panel's interface goes down while it changes.
-    if (verify(panel, everywhere))
-        return Outcome::Applied;
-    if (!reply)
-        return Outcome::NoAnswer;
-    return m_heardAgain ? Outcome::Unchanged : Outcome::Unverified;
-}
-
-std::optional<Received> Setter::sendSettings(const MacAddress &mac,
-                                             const std::vector<std::vector<Destination>> &ways)
-{
-    Request request = Request::toMac(MvdpCommand::SetAddress, mac);
-    request.datagram.setIpAddress(m_settings.address);
-    request.datagram.setNetmask(m_settings.netmask);
-    request.datagram.setGateway(m_settings.gateway);
-    for (int round = 0; round < m_patience.rounds; ++round) {
-        m_terminal.progress(
-            QStringLiteral("setting, attempt %1 of %2").arg(round + 1).arg(m_patience.rounds));
-        m_exchange.send(request, ways[static_cast<std::size_t>(round) % ways.size()]);
-        if (auto reply = m_exchange.nextAnswer(request, Clock::now() + m_patience.timeout))
-            return reply;
-    }
-    return std::nullopt;
-}
-
-bool Setter::verify(Panel &panel, const std::vector<Destination> &everywhere)
-{
-    const Request request = Request::toMac(MvdpCommand::Identify, panel.mac);
-    for (int round = 1; round <= m_patience.rounds; ++round) {
-        m_terminal.progress(QStringLiteral("checking, round %1 of %2").arg(round).arg(m_patience.rounds));
-        m_exchange.send(request, everywhere);
-        const auto deadline = Clock::now() + m_patience.timeout;
-        while (const auto answer = m_exchange.nextAnswer(request, deadline)) {
-            panel = Panel::fromReply(*answer);
-            m_heardAgain = true;
-            if (hasSettings(panel, m_settings))
-                return true;
-        }
-    }
-    return false;
-}
-
-void report(Outcome outcome, const NetworkSettings &wanted, const Panel &panel, const Transport &transport,
-            bool asJson, Terminal &terminal)
-{
-    const auto interfaceName = [&transport](unsigned index) { return transport.interfaceName(index); };
-    const OutcomeFacts &facts = factsOf(outcome);
-    const QString sentence =
-        QString::fromLatin1(facts.sentence).arg(macText(panel.mac), settingsText(wanted));
-    if (asJson) {
-        const QJsonObject document = {{QStringLiteral("result"), QString::fromLatin1(facts.name)},
-                                      {QStringLiteral("panel"), panelJson(panel, interfaceName)}};
-        terminal.printJson(QJsonDocument(document).toJson());
-    } else if (outcome == Outcome::Applied) {
-        terminal.print(sentence);
-    } else {
-        for (const QString &line : panelDetails(panel, interfaceName))
-            terminal.print(line);
-    }
-    if (outcome != Outcome::Applied)
-        throw Failure{facts.code, sentence, QString::fromLatin1(facts.advice)};
+    object(targetObjections(panel.mac, panels) + settingsObjections(settings) +
+               holderObjections(settings.address, panel.mac, panels.sorted(), session.transport.interfaces()),
+           force, session.terminal);
+    const QString now = settingsText({panel.address, panel.netmask, panel.gateway});
+    askConsent(
+        arguments, session.terminal,
+        QStringLiteral("Change %1 from %2 to %3?").arg(panelLabel(panel), now, settingsText(settings)));
+    const Outcome outcome = applySettings(session, panel, settings);
+    report(outcome, settings, panel, session);
+    return ExitCode::Done;
 }
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
-    const MacAddress mac = macArgument(arguments.words().first());
-    if (!arguments.isSet("address") && !arguments.isSet("netmask") && !arguments.isSet("gateway"))
+    const bool anySetting =
+        arguments.isSet("address") || arguments.isSet("netmask") || arguments.isSet("gateway");
+    const bool fromFile = arguments.isSet("from");
+    if (fromFile && (anySetting || !arguments.words().isEmpty()))
+        throwUsage(QStringLiteral("--from takes the panels and their settings from the file alone"));
+    if (!fromFile && arguments.words().isEmpty())
+        throwUsage(QStringLiteral("an argument is missing: name a panel, or give --from"));
+    if (!fromFile && !anySetting)
         throwUsage(QStringLiteral("give at least one of --address, --netmask and --gateway"));
-    wantedSettings(arguments, Panel()); // finds mistyped values before anything is sent
-    const auto through = arguments.address("to");
-    const Patience patience = arguments.patience(3, std::chrono::seconds(5));
-    const Patience searching = {
-        5, std::min<std::chrono::milliseconds>(patience.timeout, std::chrono::seconds(1))};
-
-    Transport transport(arguments.transportOptions());
-    Exchange exchange(transport, terminal);
-    std::vector<Destination> everywhere = transport.everywhere();
-    if (through) {
-        const auto towards = transport.towards(*through);
-        everywhere.insert(everywhere.end(), towards.begin(), towards.end());
+    std::vector<PlanEntry> entries;
+    if (fromFile) {
+        entries = readPlan(arguments.text("from"));
+    } else {
+        targetFromText(arguments.words().first());
+        wantedSettings(arguments, Panel()); // finds mistyped values before anything is sent
     }
-    const PanelList panels = discoverPanels(exchange, terminal, everywhere, searching);
-    const Panel *found = panels.find(mac);
-    if (found == nullptr)
-        throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel %1 answered").arg(macText(mac)),
-                      panels.isEmpty() ? exchange.noAnswerAdvice()
-                                       : QStringLiteral("See 'mvdpctl discover' for those that are there.")};
-
-    Panel panel = *found;
-    const NetworkSettings settings = wantedSettings(arguments, panel);
-    object(targetObjections(mac, panels) + settingsObjections(settings) +
-               holderObjections(settings.address, mac, panels.sorted(), transport.interfaces()),
-           arguments.isSet("force"), terminal);
-    Setter setter(exchange, terminal, patience, settings);
-    const Outcome outcome = setter.run(panel, waysTo(panel, through, transport), everywhere);
-    report(outcome, settings, panel, transport, arguments.isSet("json"), terminal);
-    return ExitCode::Done;
+    requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));
+    Session session(arguments, terminal);
+    return fromFile ? runPlan(entries, session) : runOne(arguments, session);
 }
 
 } // namespace
 
 const Command SetCommand = {
     "set",
-    "MAC [--address A] [--netmask M] [--gateway G]",
-    "Give a panel another address, netmask and gateway.",
-    "Looks for the panel, checks the new settings, sends them and asks the panel\n"
-    "again whether it shows them. What is not given stays as the panel has it.\n"
-    "--gateway 0.0.0.0 means none.",
+    "PANEL [--address A] [--netmask M] [--gateway G]\n       mvdpctl set --from FILE",
+    "Give panels another address, netmask and gateway.",
+    "Looks for the panel, checks the new settings, asks, sends them, and searches\n"
+    "again to see whether the panel shows them. What is not given stays as the panel\n"
+    "has it. --gateway 0.0.0.0 means none. --timeout (5 seconds) and --rounds (3) are\n"
+    "for the answer to the settings, and as long again for the panel to show them.\n"
+    "\n"
+    "FILE.csv or FILE.json is a plan for many panels, with the columns or members\n"
+    "mac, address, netmask and gateway; what 'discover --csv' or '--json' prints is\n"
+    "one to begin with. The plan is shown and asked about once. Panels that are as\n"
+    "planned already are skipped, so it can be run again. Exit status: 3 when any\n"
+    "panel refused, else 4 when this computer could not send, else 1 when any panel\n"
+    "is not as planned.",
     {{{"address", "ADDRESS", "The new address."},
       {"netmask", "NETMASK", "The new netmask, as 255.255.255.0 or as 24."},
       {"gateway", "ADDRESS", "The new gateway."},
+      {"from", "FILE", "Take panels and settings from FILE.csv or FILE.json."},
       {"to", "ADDRESS", "Reach the panel at this address, as through a router."},
       {"force", nullptr, "Send also settings that look wrong, with a warning."}},
-     1,
+     0,
      1},
     run,
 };

@@ -1,6 +1,6 @@
 #include "terminal.h"
 
-#include <QtCore/QStringList>
+#include "csv.h"
 
 #include <langinfo.h>
 #include <sys/ioctl.h>
@@ -12,6 +12,25 @@ namespace
 {
 
 const int DefaultColumns = 80;
+
+int columnsOf(int terminal)
+{
+    winsize size = {};
+    return ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : DefaultColumns;
+}
+
+bool isUnfit(QChar character)
+{
+    switch (character.category()) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
 
 } // namespace
 
@@ -35,10 +54,23 @@ void Terminal::print(const QString &line)
     write(stdout, line);
 }
 
+void Terminal::say(const QString &sentence)
+{
+    const QString safe = printable(sentence);
+    print(columns() > 0 ? wrapped(safe, columns()) : safe);
+}
+
 void Terminal::printJson(const QByteArray &json)
 {
     clearProgress();
     std::fwrite(json.constData(), 1, static_cast<std::size_t>(json.size()), stdout);
+    std::fflush(stdout);
+}
+
+void Terminal::printCsv(const QStringList &fields)
+{
+    clearProgress();
+    std::fputs(csvLine(fields).toUtf8().constData(), stdout);
     std::fflush(stdout);
 }
 
@@ -59,6 +91,14 @@ void Terminal::note(const QString &line)
         writeMessage(line);
 }
 
+void Terminal::noteTable(const QStringList &lines, bool evenIfQuiet)
+{
+    if (m_quiet && !evenIfQuiet)
+        return;
+    for (const QString &line : lines)
+        write(stderr, printable(line));
+}
+
 void Terminal::trace(const QString &lines)
 {
     if (m_verbose)
@@ -70,7 +110,9 @@ void Terminal::progress(const QString &line)
     if (m_quiet || m_verbose || isatty(STDERR_FILENO) == 0)
         return;
     clearProgress();
-    std::fputs(encode(line).constData(), stderr);
+    // A line that wraps could not be taken back.
+    std::fputs(encode(printable(m_progressPrefix + line).left(columnsOf(STDERR_FILENO) - 1)).constData(),
+               stderr);
     std::fflush(stderr);
     m_progressShown = true;
 }
@@ -83,7 +125,8 @@ bool Terminal::canAsk() const
 bool Terminal::ask(const QString &question)
 {
     clearProgress();
-    std::fputs(encode(question + QStringLiteral(" [y/N] ")).constData(), stderr);
+    const QString text = printable(question) + QStringLiteral(" [y/N] ");
+    std::fputs(encode(wrapped(text, columnsOf(STDERR_FILENO))).constData(), stderr);
     std::fflush(stderr);
     char answer[16] = {};
     if (std::fgets(answer, sizeof answer, stdin) == nullptr)
@@ -94,10 +137,7 @@ bool Terminal::ask(const QString &question)
 
 int Terminal::columns() const
 {
-    winsize size = {};
-    if (isatty(STDOUT_FILENO) == 0)
-        return 0;
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : DefaultColumns;
+    return isatty(STDOUT_FILENO) != 0 ? columnsOf(STDOUT_FILENO) : 0;
 }
 
 QByteArray Terminal::encode(const QString &text) const
@@ -122,10 +162,8 @@ void Terminal::write(FILE *stream, const QString &line)
 
 void Terminal::writeMessage(const QString &line)
 {
-    winsize size = {};
-    const bool isTerminal = isatty(STDERR_FILENO) != 0;
-    const bool knowsSize = isTerminal && ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    write(stderr, isTerminal ? wrapped(line, knowsSize ? size.ws_col : DefaultColumns) : line);
+    const QString safe = printable(line);
+    write(stderr, isatty(STDERR_FILENO) != 0 ? wrapped(safe, columnsOf(STDERR_FILENO)) : safe);
 }
 
 void Terminal::clearProgress()
@@ -135,6 +173,16 @@ void Terminal::clearProgress()
     std::fputs("\r\x1b[K", stderr);
     std::fflush(stderr);
     m_progressShown = false;
+}
+
+QString printable(const QString &line)
+{
+    QString text = line;
+    for (QChar &character : text) {
+        if (isUnfit(character))
+            character = QLatin1Char('?');
+    }
+    return text;
 }
 
 QByteArray toAscii(const QString &text)

@@ -3,6 +3,7 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <cstdio>
 
@@ -22,13 +23,20 @@ public:
     bool isVerbose() const { return m_verbose; }
 
     void print(const QString &line);    // result
+    void say(const QString &sentence);  // result; on a terminal broken between words
     void printJson(const QByteArray &); // result, UTF-8 in every locale
-    void error(const QString &line);    // "mvdpctl: line", always
-    void warn(const QString &line);     // "mvdpctl: line", not when quiet
-    void note(const QString &line);     // plain, not when quiet
-    void trace(const QString &lines);   // plain, only when verbose
+    // result, UTF-8 in every locale
+    void printCsv(const QStringList &fields);
+    void error(const QString &line);  // "mvdpctl: line", always
+    void warn(const QString &line);   // "mvdpctl: line", not when quiet
+    void note(const QString &line);   // plain, not when quiet
+    void trace(const QString &lines); // plain, only when verbose
+    // A table that belongs to a question or to progress: on standard error, not wrapped.
+    void noteTable(const QStringList &lines, bool evenIfQuiet);
     // What is going on, in one line that the next output replaces; only on a terminal.
     void progress(const QString &line);
+    // Stands before each line of progress from now on: which of many panels it is.
+    void setProgressPrefix(const QString &prefix) { m_progressPrefix = prefix; }
 
     // True when there is a person to ask.
     bool canAsk() const;
@@ -46,10 +54,15 @@ private:
 
     enum class CharacterSet { Utf8, Latin1, Ascii };
     CharacterSet m_characterSet;
+    QString m_progressPrefix;
     bool m_quiet = false;
     bool m_verbose = false;
     bool m_progressShown = false;
 };
+
+// The line without characters that steer a terminal, change the direction of text or begin a line of their
+// own; they become '?'. The last guard for texts from the command line and from files.
+QString printable(const QString &line);
 
 // The text in a character set that can be less than Unicode: what it lacks becomes '?'.
 QByteArray toAscii(const QString &text);

@@ -2,6 +2,7 @@
 
 #include "addresses.h"
 #include "failure.h"
+#include "interrupt.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -58,6 +59,46 @@ QString sendAdvice(int error)
     }
 }
 
+std::uint16_t portOf(int descriptor)
+{
+    sockaddr_in address = {};
+    socklen_t size = sizeof address;
+    const bool known = getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size) == 0;
+    return known ? ntohs(address.sin_port) : 0;
+}
+
+// Port 0 takes a free one, but never the panels' own, which the kernel hands out now and then: replies to
+// all, by broadcast or to the group, would reach the panels themselves, and an echo is one more request to
+// them.
+int boundSocket(std::uint16_t port)
+{
+    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+    if (descriptor < 0) {
+        throw Failure{
+            ExitCode::NetworkTrouble, QStringLiteral("no UDP socket: %1").arg(lastError()),
+            QStringLiteral("See what forbids it: a sandbox, a limit of open files, a security policy.")};
+    }
+    sockaddr_in address = socketAddress(INADDR_ANY, port);
+    if (bind(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+        const QString error = lastError();
+        close(descriptor);
+        throw Failure{ExitCode::NetworkTrouble,
+                      QStringLiteral("UDP port %1 cannot be used: %2").arg(port).arg(error),
+                      QStringLiteral("Give another --source-port, or leave it out to take any free port.")};
+    }
+    if (port != 0 || portOf(descriptor) != MvdpDatagram::Port)
+        return descriptor;
+    // Held until there is another one.
+    try {
+        const int other = boundSocket(0);
+        close(descriptor);
+        return other;
+    } catch (...) {
+        close(descriptor);
+        throw;
+    }
+}
+
 } // namespace
 
 QString wayName(Way way)
@@ -74,17 +115,13 @@ QString wayName(Way way)
 }
 
 Transport::Transport(const TransportOptions &options)
-    : m_socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP))
+    : m_socket(boundSocket(options.sourcePort))
+    , m_localPort(portOf(m_socket))
     , m_onlyOneInterface(!options.interface.isEmpty())
 {
-    if (m_socket < 0) {
-        throw Failure{ExitCode::NetworkTrouble, QStringLiteral("no UDP socket: %1").arg(lastError()),
-                      QString()};
-    }
     try {
         chooseInterfaces(options.interface);
         setOptions(options.interface);
-        bindTo(options.sourcePort);
         joinGroup();
     } catch (...) {
         close(m_socket);
@@ -127,19 +164,6 @@ void Transport::setOptions(const QString &interface)
         setsockopt(m_socket, SOL_SOCKET, SO_BINDTODEVICE, name.constData(),
                    static_cast<socklen_t>(name.size()));
     }
-}
-
-void Transport::bindTo(std::uint16_t port)
-{
-    sockaddr_in address = socketAddress(INADDR_ANY, port);
-    if (bind(m_socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
-        throw Failure{ExitCode::NetworkTrouble,
-                      QStringLiteral("UDP port %1 cannot be used: %2").arg(port).arg(lastError()),
-                      QStringLiteral("Give another --source-port, or leave it out to take any free port.")};
-    }
-    socklen_t size = sizeof address;
-    if (getsockname(m_socket, reinterpret_cast<sockaddr *>(&address), &size) == 0)
-        m_localPort = ntohs(address.sin_port);
 }
 
 void Transport::joinGroup()
@@ -207,6 +231,18 @@ std::vector<Destination> Transport::towards(std::uint32_t address) const
     return destinations;
 }
 
+bool Transport::hasRouteTo(std::uint32_t address)
+{
+    const int probe = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+    if (probe < 0)
+        return false;
+    // Sends nothing: the kernel only chooses the way.
+    const sockaddr_in peer = socketAddress(address, MvdpDatagram::Port);
+    const bool hasRoute = connect(probe, reinterpret_cast<const sockaddr *>(&peer), sizeof peer) == 0;
+    close(probe);
+    return hasRoute;
+}
+
 bool Transport::send(const std::uint8_t *bytes, std::size_t size, const Destination &destination)
 {
     sockaddr_in address = socketAddress(destination.address, MvdpDatagram::Port);
@@ -252,7 +288,11 @@ std::optional<Received> Transport::receive(Clock::time_point deadline)
             return std::nullopt;
         pollfd waiting = {m_socket, POLLIN, 0};
         const auto limit = std::min(left, std::chrono::milliseconds(std::chrono::hours(1)));
-        const int ready = poll(&waiting, 1, static_cast<int>(limit.count()));
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
+        timespec time = {};
+        time.tv_sec = seconds.count();
+        time.tv_nsec = std::chrono::nanoseconds(limit - seconds).count();
+        const int ready = ppoll(&waiting, 1, &time, InterruptGuard::waitMask());
         if (ready < 0)
             return std::nullopt;
         if (ready == 0)

@@ -63,6 +63,9 @@ public:
     // True for multicast and broadcast addresses, those of our own subnets included.
     bool reachesMany(std::uint32_t address) const { return wayTo(address) != Way::Unicast; }
 
+    // False when the routing table leads nowhere for the address.
+    static bool hasRouteTo(std::uint32_t address);
+
     // False when the kernel refused; problems() then has one more line, unless it had that one already.
     bool send(const std::uint8_t *bytes, std::size_t size, const Destination &destination);
 
@@ -75,14 +78,13 @@ public:
 private:
     void chooseInterfaces(const QString &name);
     void setOptions(const QString &interface);
-    void bindTo(std::uint16_t port);
     void joinGroup();
     void addProblem(const QString &problem);
     Way wayTo(std::uint32_t address) const;
     std::optional<Received> receiveWaiting();
 
     int m_socket;
-    std::uint16_t m_localPort = 0;
+    std::uint16_t m_localPort;
     std::vector<NetworkInterface> m_interfaces;
     bool m_onlyOneInterface;
     QStringList m_problems;

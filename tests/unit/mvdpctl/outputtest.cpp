@@ -3,6 +3,7 @@
 
 #include <QtTest/QtTest>
 
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
 namespace
@@ -13,14 +14,6 @@ QString interfaceName(unsigned index)
     return QStringLiteral("eth%1").arg(index);
 }
 
-PanelList listOf(std::initializer_list<Panel> panels)
-{
-    PanelList list;
-    for (const Panel &panel : panels)
-        list.add(panel);
-    return list;
-}
-
 } // namespace
 
 class OutputTest : public QObject
@@ -29,38 +22,48 @@ class OutputTest : public QObject
 
 private slots:
     void tableLinesUpItsColumns();
+    void marksStandBehindTheAddress();
     void longDescriptionIsCutOnATerminalOnly();
     void netmaskWithHolesIsShownInFull();
-    void unremarkablePanelsNeedNoNotes();
-    void addressHeldTwiceIsNoted();
-    void panelThatDoesNotKnowItselfIsNoted();
-    void replyFromAnotherAddressIsNoted();
-    void macAnsweringFromTwoAddressesIsNoted();
     void jsonHasItsPromisedShape();
     void unknownsAreNullInJson();
+    void csvHasTheMembersOfJson();
+    void csvFieldsAreText();
+    void messagesCannotSteerATerminal();
 };
 
 void OutputTest::tableLinesUpItsColumns()
 {
     Panel unknown;
-    const QStringList lines = panelTable({unknown, testPanel(2, 0x0A000001)}, 0);
+    const QStringList lines = panelTable({unknown, testPanel(2, 0x0A000001)}, {2, Marks()}, 0);
     QCOMPARE(lines, QStringList({
                         "MAC ADDRESS        ADDRESS      GATEWAY       VERSION     DESCRIPTION",
-                        "00:00:00:00:00:00  0.0.0.0/0    -             -           -",
+                        "00:00:00:00:00:00  0.0.0.0/0    -             unknown     -",
                         "02:00:5e:10:00:02  10.0.0.1/24  192.168.10.1  1.234.56.7  QM316-44LRNA",
                     }));
+}
+
+void OutputTest::marksStandBehindTheAddress()
+{
+    Marks shared;
+    shared.sharedAddress = true;
+    Marks both = shared;
+    both.foreignSubnet = true;
+    const QStringList lines = panelTable({testPanel(1), testPanel(2)}, {shared, both}, 0);
+    QVERIFY2(lines.at(1).contains(QStringLiteral("192.168.10.5/24 *   192")), qPrintable(lines.at(1)));
+    QVERIFY2(lines.at(2).contains(QStringLiteral("192.168.10.5/24 *!  192")), qPrintable(lines.at(2)));
 }
 
 void OutputTest::longDescriptionIsCutOnATerminalOnly()
 {
     Panel panel = testPanel();
     panel.description = QString(64, QLatin1Char('x'));
-    QVERIFY(panelTable({panel}, 0).last().endsWith(panel.description));
-    const QString cut = panelTable({panel}, 80).last();
+    QVERIFY(panelTable({panel}, {Marks()}, 0).last().endsWith(panel.description));
+    const QString cut = panelTable({panel}, {Marks()}, 80).last();
     QCOMPARE(cut.size(), 80);
     QVERIFY(cut.endsWith(QStringLiteral("x>")));
     // A narrow terminal wraps rather than losing the description.
-    QVERIFY(panelTable({panel}, 20).last().endsWith(QStringLiteral("  xxxxxxx>")));
+    QVERIFY(panelTable({panel}, {Marks()}, 20).last().endsWith(QStringLiteral("  xxx>")));
 }
 
 void OutputTest::netmaskWithHolesIsShownInFull()
@@ -68,42 +71,6 @@ void OutputTest::netmaskWithHolesIsShownInFull()
     Panel panel = testPanel();
     panel.netmask = 0xFF00FF00;
     QCOMPARE(addressWithNetmask(panel), QStringLiteral("192.168.10.5/255.0.255.0"));
-}
-
-void OutputTest::unremarkablePanelsNeedNoNotes()
-{
-    QCOMPARE(panelNotes(listOf({testPanel(1), testPanel(2, 0xC0A80A06)})), QStringList());
-}
-
-void OutputTest::addressHeldTwiceIsNoted()
-{
-    QCOMPARE(panelNotes(listOf({testPanel(1), testPanel(2), testPanel(3)})),
-             QStringList({"3 panels hold the address 192.168.10.5: give each its own with 'mvdpctl set'."}));
-}
-
-void OutputTest::panelThatDoesNotKnowItselfIsNoted()
-{
-    Panel unknown;
-    unknown.source = 0xC0A80A05;
-    QCOMPARE(panelNotes(listOf({unknown})),
-             QStringList({"The panel at 192.168.10.5 does not know itself: its platform service is down."}));
-}
-
-void OutputTest::replyFromAnotherAddressIsNoted()
-{
-    Panel panel = testPanel();
-    panel.source = 0x0A000001;
-    QCOMPARE(panelNotes(listOf({panel})),
-             QStringList({"02:00:5e:10:00:01 tells the address 192.168.10.5 but answered from 10.0.0.1."}));
-}
-
-void OutputTest::macAnsweringFromTwoAddressesIsNoted()
-{
-    Panel clone = testPanel();
-    clone.source = 0x0A000001;
-    QCOMPARE(panelNotes(listOf({testPanel(), clone})),
-             QStringList({"02:00:5e:10:00:01 answered from 2 addresses: two devices may share this MAC "
-                          "address."}));
 }
 
 void OutputTest::jsonHasItsPromisedShape()
@@ -126,6 +93,31 @@ void OutputTest::unknownsAreNullInJson()
     const QJsonObject json = panelJson(panel, interfaceName);
     QVERIFY(json.value(QStringLiteral("version")).isNull());
     QVERIFY(json.value(QStringLiteral("prefix")).isNull());
+}
+
+void OutputTest::csvHasTheMembersOfJson()
+{
+    QStringList columns = panelColumns();
+    columns.sort();
+    QCOMPARE(columns, panelJson(testPanel(), interfaceName).keys());
+    QCOMPARE(csvFields(panelJson(testPanel(), interfaceName), panelColumns()),
+             QStringList({"02:00:5e:10:00:01", "192.168.10.5", "255.255.255.0", "24", "192.168.10.1",
+                          "1.234.56.7", "QM316-44LRNA", "192.168.10.5", "eth2", "unicast"}));
+}
+
+void OutputTest::csvFieldsAreText()
+{
+    const QJsonObject object = {
+        {"null", QJsonValue()}, {"list", QJsonArray{"a", "b"}}, {"number", 0.25}, {"text", "x"}};
+    QCOMPARE(csvFields(object, {"text", "null", "list", "number", "missing"}),
+             QStringList({"x", "", "a b", "0.25", ""}));
+}
+
+void OutputTest::messagesCannotSteerATerminal()
+{
+    const QString hostile = QString::fromUtf8("a\x1b[2J\nb\r\x7f\u0085\u202e\u2028\ufeffz");
+    QCOMPARE(printable(hostile), QStringLiteral("a?[2J?b??????z"));
+    QCOMPARE(printable(QString::fromUtf8("Prüfstand 5\"")), QString::fromUtf8("Prüfstand 5\""));
 }
 
 QTEST_APPLESS_MAIN(OutputTest)

@@ -1,0 +1,257 @@
+"""mvdpctl sets many panels by a plan in a file."""
+
+import json
+import signal
+
+import pytest
+
+import fakepanel
+from fakepanel import Identity
+from mvdp import Command
+from mvdpctlrun import (  # pylint: disable=unused-import
+    fixture_fake, fixture_mvdpctl, fixture_wire, Terminal, program, DONE, MAC, MAC2, MAC3, NO_ANSWER, REFUSED,
+    SEARCHING, USAGE)
+from waiting import PATIENCE
+
+MACS = [MAC, MAC2, MAC3]
+OUTCOME_COLUMNS = ["mac", "result", "wantedAddress", "wantedNetmask", "wantedGateway"]
+
+
+def at(*last_bytes):
+    """The panels 1, 2, 3... at 192.168.10.X."""
+    return [Identity(mac=mac, address=f"192.168.10.{last}") for mac, last in zip(MACS, last_bytes)]
+
+
+@pytest.fixture(name="plan")
+def fixture_plan(tmp_path):
+    """Writes a plan for the panels 1, 2, 3...: the last byte of each one's address, None for nothing."""
+    def write(*last_bytes, kind="csv"):
+        rows = [(mac, f"192.168.10.{last}") for mac, last in zip(MACS, last_bytes) if last is not None]
+        path = tmp_path / f"plan.{kind}"
+        if kind == "csv":
+            path.write_text("mac,address\n" + "".join(f"{mac},{address}\n" for mac, address in rows))
+        else:
+            path.write_text(json.dumps([{"mac": mac, "address": address} for mac, address in rows]))
+        return path
+    return write
+
+
+def addresses(fake):
+    return [int(panel.address.rsplit(".", 1)[1]) for panel in sorted(fake.panels, key=lambda panel: panel.mac)]
+
+
+def order(fake):
+    """The panels that were sent settings, each time one was: 1, 2 or 3."""
+    return [request[25] for request in fake.requests if request[6] == Command.SET_ADDRESS]
+
+
+def results(result):
+    return [(record["mac"], record["result"]) for record in result.csv]
+
+
+@pytest.mark.parametrize("kind", ["csv", "json"])
+def test_plan_is_carried_out(fake, mvdpctl, plan, kind):
+    fake.panels = at(11, 12, 13)
+    result = mvdpctl("set", "--from", plan(21, 22, 23, kind=kind), "--yes", *SEARCHING)
+    assert result.code == DONE
+    assert result.lines == [f"{mac}  applied     192.168.10.{last}/24, gateway 192.168.10.1"
+                            for mac, last in zip(MACS, (21, 22, 23))]
+    assert f"{MAC}  192.168.10.11/24        -> 192.168.10.21/24\n" in result.err
+    assert result.err.endswith("3 of 3 panels are as planned.\n")
+    assert addresses(fake) == [21, 22, 23]
+
+
+def test_plan_can_be_run_again(fake, mvdpctl, plan):
+    fake.panels = at(11, 12, 13)
+    path = plan(21, 22, 23)
+    assert mvdpctl("set", "--from", path, "--yes", *SEARCHING).code == DONE
+    fake.requests.clear()
+    again = mvdpctl("set", "--from", path, "--yes", "--csv", *SEARCHING)
+    assert again.code == DONE
+    assert results(again) == [(mac, "already so") for mac in MACS]
+    assert order(fake) == []
+
+
+def test_one_failure_does_not_stop_the_rest(fake, mvdpctl, plan):
+    fake.panels = at(11, 12, 13)
+    fake.on_set = {MAC: fakepanel.REFUSE}
+    path = plan(21, 22, 23)
+    result = mvdpctl("set", "--from", path, "--yes", "--csv", *SEARCHING)
+    assert result.code == REFUSED
+    assert results(result) == [(MAC, "refused"), (MAC2, "applied"), (MAC3, "applied")]
+    assert "2 of 3 panels are as planned." in result.err
+    assert "1 refused: " in result.err
+    # What failed is done by the same command once its cause is gone; what was done is left alone.
+    fake.on_set = fakepanel.APPLY
+    fake.requests.clear()
+    assert mvdpctl("set", "--from", path, "--yes", *SEARCHING).code == DONE
+    assert set(order(fake)) == {1}
+    assert addresses(fake) == [21, 22, 23]
+
+
+@pytest.mark.parametrize("on_set, name, code", [
+    (fakepanel.REFUSE, "refused", REFUSED), (fakepanel.IGNORE, "unchanged", REFUSED),
+    (fakepanel.VANISH, "unverified", NO_ANSWER), (fakepanel.SILENT, "no answer", NO_ANSWER),
+    (fakepanel.APPLY_SILENTLY, "applied", DONE)])
+def test_every_kind_of_outcome(fake, mvdpctl, plan, on_set, name, code):
+    fake.panels = at(11, 12)
+    fake.on_set = {MAC: on_set}
+    result = mvdpctl("set", "--from", plan(21, 22), "--yes", "--json", "--timeout", "0.5", "--rounds", "6")
+    assert result.code == code
+    assert [(each["mac"], each["result"]) for each in result.json["results"]] == [(MAC, name), (MAC2, "applied")]
+
+
+def test_shape_of_the_results(fake, mvdpctl, plan):
+    fake.panels = at(11)
+    path = plan(21, 22)
+    document = mvdpctl("set", "--from", path, "--yes", "--json", *SEARCHING).json
+    assert document["ignored"] == 0
+    missing, done = document["results"]
+    assert missing == {"mac": MAC2, "result": "not found", "wantedAddress": "192.168.10.22",
+                       "wantedNetmask": "0.0.0.0", "wantedGateway": "0.0.0.0", "panel": None}
+    assert (done["result"], done["panel"]["address"]) == ("applied", "192.168.10.21")
+    table = mvdpctl("set", "--from", path, "--yes", "--csv", *SEARCHING)
+    done, missing = table.csv
+    assert table.columns[:6] == [*OUTCOME_COLUMNS, "address"]
+    assert (missing["mac"], missing["result"], missing["address"]) == (MAC2, "not found", "")
+    assert (done["result"], done["address"]) == ("already so", "192.168.10.21")
+
+
+def test_panel_that_is_not_there_is_told_and_the_rest_done(fake, mvdpctl, plan):
+    fake.panels = [panel for panel in at(11, 12, 13) if panel.mac != MAC2]
+    result = mvdpctl("set", "--from", plan(21, 22, 23), "--yes", *SEARCHING)
+    assert result.code == NO_ANSWER
+    assert f"{MAC2}  not found" in result.lines
+    assert "1 not found: Check its power and cable" in result.err
+    assert addresses(fake) == [21, 23]
+
+
+def test_discovered_table_is_a_plan(fake, mvdpctl, tmp_path):
+    fake.panels = [Identity(description=b'=1+1, "x"')]
+    for kind in ("csv", "json"):
+        path = tmp_path / f"plan.{kind}"
+        path.write_text(mvdpctl("discover", f"--{kind}", *SEARCHING).out)
+        result = mvdpctl("set", "--from", path, "--yes", "--csv", *SEARCHING)
+        assert (result.code, results(result)) == (DONE, [(MAC, "already so")])
+
+
+# Addresses that panels take from each other
+
+@pytest.mark.parametrize("wanted, expected", [((12, 13, 14), [3, 2, 1]), ((12, 11, 23), [3, 1, 2]),
+                                              ((12, 13, 11), [1, 3, 2])])
+def test_addresses_are_given_up_before_they_are_taken(fake, mvdpctl, plan, wanted, expected):
+    fake.panels = at(11, 12, 13)
+    result = mvdpctl("set", "--from", plan(*wanted), "--yes", *SEARCHING)
+    assert result.code == DONE
+    assert order(fake) == expected
+    assert addresses(fake) == list(wanted)
+
+
+def test_address_that_was_not_given_up_is_not_taken(fake, mvdpctl, plan):
+    fake.panels = at(11, 12)
+    fake.on_set = {MAC2: fakepanel.REFUSE}
+    result = mvdpctl("set", "--from", plan(12, 22), "--yes", "--csv", *SEARCHING)
+    assert result.code == REFUSED
+    assert results(result) == [(MAC2, "refused"), (MAC, "blocked")]
+    assert addresses(fake) == [11, 12]
+    assert "1 blocked: " in result.err
+
+
+def test_exchange_that_fails_half_way_is_told_plainly(fake, mvdpctl, plan):
+    fake.panels = at(11, 12)
+    fake.on_set = {MAC2: fakepanel.REFUSE}
+    result = mvdpctl("set", "--from", plan(12, 11), "--yes", "--csv", *SEARCHING)
+    assert result.code == REFUSED
+    assert results(result) == [(MAC, "applied"), (MAC2, "refused")]
+    assert f"{MAC} now shares the address 192.168.10.12 with another panel" in result.err
+
+
+@pytest.mark.parametrize("wanted, said", [
+    ((12,), "would be that of 02:00:5e:10:00:02, too"), ((20, 20), "would be that of 02:00:5e:10:00:01, too"),
+    ((255,), "is the broadcast address"), ((1,), "this computer's own, on eth0")])
+def test_plan_that_cannot_work_is_sent_by_force_only(fake, mvdpctl, plan, wanted, said):
+    fake.panels = at(11, 12)
+    path = plan(*wanted)
+    refused = mvdpctl("set", "--from", path, "--yes", *SEARCHING)
+    assert (refused.code, refused.out) == (USAGE, "")
+    assert f"line 2, {MAC}: " in refused.err and said in refused.err
+    assert "--force" in refused.err
+    assert order(fake) == []
+    forced = mvdpctl("set", "--from", path, "--yes", "--force", *SEARCHING)
+    assert forced.code == DONE
+    assert "warning: line 2" in forced.err
+    assert order(fake) != []
+
+
+# Files
+
+BROKEN_FILES = {
+    "empty.csv": b"", "zeros.csv": bytes(4096), "noise.csv": bytes(range(256)) * 16, "plan.txt": b"mac\n",
+    "utf16.csv": "mac,address\n".encode("utf-16"), "column.csv": b"mac,adress\n", "noise.json": b"\xff{[" * 100,
+    "deep.json": b"[" * 100000, "object.json": b"{}",
+    "twice.csv": f"mac,address\n{MAC},1.2.3.4\n{MAC},1.2.3.5\n".encode(),
+    "hostile.csv": f"mac,address\n{MAC},\x1b[2J\n\"\r\nmvdpctl: done\",x\n".encode(),
+    "large.csv": b"mac,address\n" + b"x" * (100 << 20)}
+
+
+@pytest.mark.parametrize("name", BROKEN_FILES)
+def test_broken_file_is_refused_before_anything_is_sent(fake, mvdpctl, tmp_path, name):
+    path = tmp_path / name
+    path.write_bytes(BROKEN_FILES[name])
+    result = mvdpctl("set", "--from", path, "--yes")
+    assert (result.code, result.out) == (USAGE, "")
+    assert all(line.startswith("mvdpctl: ") for line in result.err.splitlines())
+    assert len(result.err) < 5000
+    assert fake.requests == []
+
+
+# On a terminal
+
+@pytest.mark.parametrize("answer, code, expected", [(b"y\n", DONE, [22, 12]), (b"n\n", USAGE, [11, 12])])
+def test_plan_is_shown_and_asked_about_once(wire, fake, plan, answer, code, expected):
+    fake.panels = at(11, 12)
+    terminal = Terminal(wire[1], "set", "--from", plan(22, 12), *SEARCHING)
+    terminal.read_until(b"[y/N] ")
+    assert order(fake) == []
+    terminal.type(answer)
+    ended, lines = terminal.finish()
+    assert ended == code
+    assert lines[:3] == [f"{MAC2}  192.168.10.12/24        already as planned",
+                         f"{MAC}  192.168.10.11/24        -> 192.168.10.22/24",
+                         f"Change 1 panel? [y/N] {answer.decode().strip()}"]
+    assert " ".join(lines).count("[y/N]") == 1
+    assert addresses(fake) == expected
+
+
+def test_plan_is_refused_without_a_terminal(fake, mvdpctl, plan):
+    result = mvdpctl("set", "--from", plan(22))
+    assert result.code == USAGE
+    assert "there is no terminal to ask on" in result.err
+    assert fake.requests == []
+
+
+def test_nothing_is_asked_when_nothing_is_to_be_done(wire, fake, plan):
+    fake.panels = at(11)
+    code, lines = Terminal(wire[1], "set", "--from", plan(11), *SEARCHING).finish()
+    assert code == DONE
+    assert "[y/N]" not in " ".join(lines)
+
+
+def test_interrupted_plan_finishes_its_panel_and_reports_all(wire, fake, plan):
+    fake.panels = at(11, 12, 13)
+    process = None
+
+    def interrupt_at_first_setting(panel, answer, source, sender):
+        if answer[6] == Command.SET_ADDRESS and answer[25] == 1:
+            process.send_signal(signal.SIGINT)
+        panel.send_answer(answer, source, sender)
+
+    fake.deliver = interrupt_at_first_setting
+    process = wire[1].popen([program(), "set", "--from", plan(21, 22, 23), "--yes", "--csv", *SEARCHING],
+                            stdin=-3, stdout=-1, stderr=-1)
+    out, err = process.communicate(timeout=4 * PATIENCE)
+    assert process.returncode == NO_ANSWER
+    assert [line.split(",")[:2] for line in out.decode().splitlines()[1:]] == [
+        [MAC, "applied"], [MAC2, "not tried"], [MAC3, "not tried"]]
+    assert b"2 not tried: " in err
+    assert addresses(fake) == [21, 12, 13]

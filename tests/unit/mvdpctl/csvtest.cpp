@@ -1,0 +1,112 @@
+#include "csv.h"
+#include "failure.h"
+
+#include <QtTest/QtTest>
+
+class CsvTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void fieldsAreQuotedWhereTheyMustBe_data();
+    void fieldsAreQuotedWhereTheyMustBe();
+    void recordsAreRead_data();
+    void recordsAreRead();
+    void linesAreCounted();
+    void brokenTextIsRefused_data();
+    void brokenTextIsRefused();
+    void whatIsWrittenIsReadAgain();
+};
+
+void CsvTest::fieldsAreQuotedWhereTheyMustBe_data()
+{
+    QTest::addColumn<QStringList>("fields");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("plain") << QStringList{"a", "b c", ""} << "a,b c,\n";
+    QTest::newRow("separators") << QStringList{"a,b", "a;b"} << "\"a,b\",\"a;b\"\n";
+    QTest::newRow("quotes") << QStringList{"5\" screen"} << "\"5\"\" screen\"\n";
+    QTest::newRow("line end") << QStringList{"a\nb"} << "\"a\nb\"\n";
+    QTest::newRow("formulas") << QStringList{"=1+1", "+1", "-1", "@SUM(A1)"} << "'=1+1,'+1,'-1,'@SUM(A1)\n";
+    QTest::newRow("formula with quotes")
+        << QStringList{"=HYPERLINK(\"x\")"} << "\"'=HYPERLINK(\"\"x\"\")\"\n";
+    QTest::newRow("signs further on") << QStringList{"a=1", "QM316-44LRNA"} << "a=1,QM316-44LRNA\n";
+}
+
+void CsvTest::fieldsAreQuotedWhereTheyMustBe()
+{
+    QFETCH(QStringList, fields);
+    QFETCH(QString, line);
+    QCOMPARE(csvLine(fields), line);
+}
+
+void CsvTest::recordsAreRead_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("records"); // the fields of each joined by '|'
+    QTest::newRow("nothing") << "" << QStringList();
+    QTest::newRow("usual") << "a,b\n1,2\n" << QStringList{"a|b", "1|2"};
+    QTest::newRow("no line end at the end") << "a,b\n1,2" << QStringList{"a|b", "1|2"};
+    QTest::newRow("two-byte line ends") << "a,b\r\n1,2\r\n" << QStringList{"a|b", "1|2"};
+    QTest::newRow("old line ends") << "a,b\r1,2\r" << QStringList{"a|b", "1|2"};
+    QTest::newRow("semicolons") << "a;b\n1,5;2\n" << QStringList{"a|b", "1,5|2"};
+    QTest::newRow("tabs") << "a\tb\n1\t2\n" << QStringList{"a|b", "1|2"};
+    QTest::newRow("blank lines") << "\n\na,b\n  \n,\n1,2\n\n" << QStringList{"a|b", "1|2"};
+    QTest::newRow("empty fields") << "a,b,c\n,2,\n" << QStringList{"a|b|c", "|2|"};
+    QTest::newRow("quoted") << "\"a\",\"b,c\"\n\"d\"\"e\",\"\"\n" << QStringList{"a|b,c", "d\"e|"};
+    QTest::newRow("line end in quotes") << "a,b\n\"1\n2\",3\n" << QStringList{"a|b", "1\n2|3"};
+}
+
+void CsvTest::recordsAreRead()
+{
+    QFETCH(QString, text);
+    QFETCH(QStringList, records);
+    QStringList result;
+    for (const CsvRecord &record : csvRecords(text))
+        result << record.fields.join(QLatin1Char('|'));
+    QCOMPARE(result, records);
+}
+
+void CsvTest::linesAreCounted()
+{
+    const auto records = csvRecords(QStringLiteral("a\n\n\"1\n2\"\r\n3\n"));
+    QCOMPARE(records.size(), std::size_t(3));
+    QCOMPARE(records[0].line, 1);
+    QCOMPARE(records[1].line, 3);
+    QCOMPARE(records[2].line, 5);
+}
+
+void CsvTest::brokenTextIsRefused_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("complaint");
+    QTest::newRow("open quote") << "a\n\"b\nc"
+                                << "line 2 has a quotation mark without its partner";
+    QTest::newRow("text behind a quote") << "\"a\"b"
+                                         << "line 1 has text behind";
+    QTest::newRow("quote in the middle") << "a\"b"
+                                         << "line 1 has a quotation mark in the middle";
+    QTest::newRow("nothing but separators") << QString(100000, QLatin1Char(',')) << "line 1 has more fields";
+    QTest::newRow("no end of records") << QStringLiteral("a\n").repeated(20000) << "more panels";
+}
+
+void CsvTest::brokenTextIsRefused()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, complaint);
+    try {
+        csvRecords(text);
+        QFAIL("it was read");
+    } catch (const Failure &failure) {
+        QCOMPARE(int(failure.code), 2);
+        QVERIFY2(failure.message.contains(complaint), qPrintable(failure.message));
+    }
+}
+
+void CsvTest::whatIsWrittenIsReadAgain()
+{
+    const QStringList fields = {"a,b", "5\"", "", "x;y", "a\nb"};
+    QCOMPARE(csvRecords(QStringLiteral("1,2,3,4,5\n") + csvLine(fields)).at(1).fields, fields);
+}
+
+QTEST_APPLESS_MAIN(CsvTest)
+#include "csvtest.moc"

@@ -1,0 +1,135 @@
+#include "action.h"
+
+#include "confirm.h"
+#include "session.h"
+#include "settingscheck.h"
+#include "target.h"
+
+namespace
+{
+
+// The answer comes when the platform service has taken the command, which can take a while.
+const std::chrono::seconds AnswerTimeout(10);
+const int HarmlessRounds = 3;
+
+class ActionRun
+{
+public:
+    ActionRun(const Action &action, Session &session)
+        : m_action(action)
+        , m_session(session)
+    {
+    }
+
+    ExitCode run();
+
+private:
+    Panel find();
+    std::optional<Received> send(const Panel &panel);
+    std::vector<std::vector<Destination>> provenWays(const Panel &panel);
+    void report(const Panel &panel, bool isDone);
+
+    bool isHarmless() const { return m_action.question == nullptr; }
+
+    const Action &m_action;
+    Session &m_session;
+};
+
+ExitCode ActionRun::run()
+{
+    Panel panel = find();
+    if (!isHarmless())
+        askConsent(m_session.arguments, m_session.terminal,
+                   QString::fromLatin1(m_action.question).arg(panelLabel(panel)));
+    const auto answer = send(panel);
+    // The resets are answered with the request, which says nothing of the panel.
+    if (answer && !isAnsweredByTheRequest(static_cast<std::uint8_t>(m_action.command)))
+        panel = Panel::fromReply(*answer);
+    report(panel, answer.has_value());
+    return ExitCode::Done;
+}
+
+Panel ActionRun::find()
+{
+    if (isHarmless())
+        return findTarget(m_session);
+    const TargetName name = targetFromText(m_session.arguments.words().first());
+    const PanelList panels = searchFor(name, m_session);
+    Panel panel = onlyMatch(name, panels, m_session);
+    for (const QString &objection : targetObjections(panel.mac, panels))
+        m_session.terminal.error(QStringLiteral("warning: ") + objection);
+    return panel;
+}
+
+std::optional<Received> ActionRun::send(const Panel &panel)
+{
+    const auto ways = provenWays(panel);
+    const Patience patience = m_session.arguments.patience(isHarmless() ? HarmlessRounds : 1, AnswerTimeout);
+    const Request request = Request::toMac(m_action.command, panel.mac);
+    for (int round = 0; round < patience.rounds; ++round) {
+        m_session.terminal.progress(
+            QStringLiteral("%1, attempt %2 of %3").arg(m_action.name).arg(round + 1).arg(patience.rounds));
+        m_session.exchange.send(request, ways[static_cast<std::size_t>(round) % ways.size()]);
+        if (auto answer = m_session.exchange.nextAnswer(request, Clock::now() + patience.timeout))
+            return answer;
+    }
+    return std::nullopt;
+}
+
+// The way that a question and its answer have just travelled: a request that is sent once must not be lost to
+// a way that leads nowhere.
+std::vector<std::vector<Destination>> ActionRun::provenWays(const Panel &panel)
+{
+    const Request question = Request::toMac(MvdpCommand::Identify, panel.mac);
+    const auto ways = waysTo(panel, m_session);
+    const Patience patience = m_session.searchPatience();
+    for (int round = 0; round < patience.rounds; ++round) {
+        m_session.terminal.progress(QStringLiteral("looking for the way, round %1").arg(round + 1));
+        for (const auto &way : ways) {
+            if (m_session.exchange.trySend(question, way) &&
+                m_session.exchange.nextAnswer(question, Clock::now() + patience.timeout))
+                return {way};
+        }
+    }
+    throw Failure{ExitCode::NoAnswer,
+                  QStringLiteral("%1 is not heard any more; nothing was sent to it").arg(panelLabel(panel)),
+                  QStringLiteral("Look for it with 'mvdpctl discover'.")};
+}
+
+void ActionRun::report(const Panel &panel, bool isDone)
+{
+    const QJsonObject result = {
+        {QStringLiteral("command"), QLatin1String(m_action.name)},
+        {QStringLiteral("result"), isDone ? QStringLiteral("done") : QStringLiteral("no answer")}};
+    if (m_session.format == Format::Text && isDone)
+        m_session.terminal.say(QString::fromLatin1(m_action.done).arg(panelLabel(panel)));
+    else
+        printResult(result, panel, m_session.format, m_session.interfaceNames(), m_session.terminal);
+    m_session.noteIgnored();
+    if (isDone)
+        return;
+    const QString what = QStringLiteral("%1 did not answer to '%2'").arg(panelLabel(panel), m_action.name);
+    if (isHarmless())
+        throw Failure{ExitCode::NoAnswer, what, m_session.exchange.noAnswerAdvice()};
+    throw Failure{ExitCode::NoAnswer, what,
+                  QStringLiteral("It may have carried it out all the same and only its answer be lost: see "
+                                 "with 'mvdpctl discover' before you ask it again.")};
+}
+
+} // namespace
+
+const std::vector<Option> &actionOptions()
+{
+    static const std::vector<Option> options = {
+        {"to", "ADDRESS", "Reach the panel at this address, as through a router."}};
+    return options;
+}
+
+ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal)
+{
+    targetFromText(arguments.words().first());
+    if (action.question != nullptr)
+        requireConsent(arguments, terminal, QStringLiteral("'%1' changes the panel").arg(action.name));
+    Session session(arguments, terminal);
+    return ActionRun(action, session).run();
+}

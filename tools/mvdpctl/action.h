@@ -1,0 +1,24 @@
+#ifndef ACTION_H
+#define ACTION_H
+
+#include "arguments.h"
+#include "failure.h"
+#include "terminal.h"
+
+// A command that has one panel do something and carries no settings.
+struct Action {
+    MvdpCommand command;
+    const char *name;     // in JSON and CSV
+    const char *question; // %1 is the panel; null: harmless, no question
+    const char *done;     // %1 is the panel
+};
+
+// Finds the panel, asks if need be, sends the command, and reports it as done when the panel itself has said
+// so. A harmless command is repeated until it is answered; any other is sent once unless --rounds says
+// otherwise, since a panel whose answer was lost would be taken down a second time while it comes up.
+ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal);
+
+// The options of such a command: "to".
+const std::vector<Option> &actionOptions();
+
+#endif // ACTION_H

@@ -1,0 +1,15 @@
+#ifndef CONFIRM_H
+#define CONFIRM_H
+
+#include "arguments.h"
+#include "terminal.h"
+
+#include <QtCore/QString>
+
+// To be called before anything is sent: throws Failure when neither --yes is given nor anybody can be asked.
+void requireConsent(const Arguments &arguments, const Terminal &terminal, const QString &what);
+
+// Asks, unless --yes is given; throws Failure when the answer is no.
+void askConsent(const Arguments &arguments, Terminal &terminal, const QString &question);
+
+#endif // CONFIRM_H

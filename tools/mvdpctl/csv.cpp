@@ -1,0 +1,155 @@
+#include "csv.h"
+
+#include "failure.h"
+
+#include <algorithm>
+
+namespace
+{
+
+// More than anybody plans by hand; a file of nothing but separators must not eat the memory.
+const int FieldLimit = 64;
+const std::size_t RecordLimit = 10000;
+
+bool isFormula(const QString &text)
+{
+    static const QString starts = QStringLiteral("=+-@");
+    return !text.isEmpty() && starts.contains(text.at(0));
+}
+
+QString csvField(const QString &text)
+{
+    QString field = isFormula(text) ? QLatin1Char('\'') + text : text;
+    const bool needsQuotes = std::any_of(field.cbegin(), field.cend(), [](QChar character) {
+        return character == QLatin1Char(',') || character == QLatin1Char(';') ||
+               character == QLatin1Char('"') || character < QLatin1Char(' ');
+    });
+    if (!needsQuotes)
+        return field;
+    field.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+    return QLatin1Char('"') + field + QLatin1Char('"');
+}
+
+QChar separatorOf(const QString &text)
+{
+    for (const QChar character : text) {
+        if (character == QLatin1Char(',') || character == QLatin1Char(';') || character == QLatin1Char('\t'))
+            return character;
+        if (character == QLatin1Char('\n') || character == QLatin1Char('\r'))
+            break;
+    }
+    return QLatin1Char(',');
+}
+
+// Reads character by character; one object reads one text.
+class CsvReader
+{
+public:
+    explicit CsvReader(const QString &text)
+        : m_text(text)
+        , m_separator(separatorOf(text))
+    {
+    }
+
+    std::vector<CsvRecord> read();
+
+private:
+    bool atEnd() const { return m_at >= m_text.size(); }
+    bool isNext(char character) const { return !atEnd() && m_text.at(m_at) == QLatin1Char(character); }
+    bool atLineEnd() const { return atEnd() || isNext('\n') || isNext('\r'); }
+    void passLineEnd();
+    QString field();
+    QString quotedField();
+    [[noreturn]] static void fail(int line, const char *what);
+
+    const QString &m_text;
+    QChar m_separator;
+    decltype(QString().size()) m_at = 0;
+    int m_line = 1;
+};
+
+std::vector<CsvRecord> CsvReader::read()
+{
+    std::vector<CsvRecord> records;
+    while (!atEnd()) {
+        CsvRecord record = {m_line, {field()}};
+        while (!atLineEnd()) {
+            if (record.fields.size() >= FieldLimit)
+                fail(m_line, "more fields than any table of panels");
+            ++m_at; // the separator
+            record.fields << field();
+        }
+        passLineEnd();
+        const bool isBlank = std::all_of(record.fields.cbegin(), record.fields.cend(),
+                                         [](const QString &text) { return text.trimmed().isEmpty(); });
+        if (records.size() >= RecordLimit)
+            fail(m_line, "more panels before it than any network holds");
+        if (!isBlank)
+            records.push_back(std::move(record));
+    }
+    return records;
+}
+
+void CsvReader::passLineEnd()
+{
+    if (atEnd())
+        return;
+    const bool isPair = isNext('\r') && m_at + 1 < m_text.size() && m_text.at(m_at + 1) == QLatin1Char('\n');
+    m_at += isPair ? 2 : 1;
+    ++m_line;
+}
+
+QString CsvReader::field()
+{
+    if (isNext('"'))
+        return quotedField();
+    const auto start = m_at;
+    while (!atLineEnd() && m_text.at(m_at) != m_separator) {
+        if (isNext('"'))
+            fail(m_line, "a quotation mark in the middle of a field");
+        ++m_at;
+    }
+    return m_text.mid(start, m_at - start);
+}
+
+QString CsvReader::quotedField()
+{
+    const int firstLine = m_line;
+    QString text;
+    for (++m_at;; ++m_at) {
+        if (atEnd())
+            fail(firstLine, "a quotation mark without its partner");
+        if (isNext('"')) {
+            ++m_at;
+            if (!isNext('"'))
+                break;
+        }
+        if (isNext('\n'))
+            ++m_line;
+        text += m_text.at(m_at);
+    }
+    if (!atLineEnd() && m_text.at(m_at) != m_separator)
+        fail(m_line, "text behind a closing quotation mark");
+    return text;
+}
+
+void CsvReader::fail(int line, const char *what)
+{
+    throw Failure{ExitCode::Usage, QStringLiteral("line %1 has %2").arg(line).arg(QLatin1String(what)),
+                  QStringLiteral("A field that holds quotation marks is written \"like \"\"this\"\"\".")};
+}
+
+} // namespace
+
+QString csvLine(const QStringList &fields)
+{
+    QStringList written;
+    for (const QString &field : fields)
+        written << csvField(field);
+    return written.join(QLatin1Char(',')) + QLatin1Char('\n');
+}
+
+std::vector<CsvRecord> csvRecords(const QString &text)
+{
+    return CsvReader(text).read();
+}

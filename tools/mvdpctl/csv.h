@@ -1,0 +1,23 @@
+#ifndef CSV_H
+#define CSV_H
+
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+#include <vector>
+
+// One record and its line end. Fields are quoted where they must be. A text that a spreadsheet would take for
+// a formula gets an apostrophe in front: descriptions come from the network.
+QString csvLine(const QStringList &fields);
+
+struct CsvRecord {
+    int line; // on which it begins, counted from 1
+    QStringList fields;
+};
+
+// Records as spreadsheets write them: quotes, doubled quotes, line ends of any kind, also within quotes.
+// Blank lines, and lines of separators only, are left out. The separator is a comma, a semicolon or a tab,
+// whichever comes first in the first line. Throws Failure with ExitCode::Usage for quotes that do not match.
+std::vector<CsvRecord> csvRecords(const QString &text);
+
+#endif // CSV_H

@@ -1,0 +1,119 @@
+#include "discovery.h"
+
+#include <algorithm>
+#include <map>
+
+namespace
+{
+
+const int QuietRounds = 2;
+
+// How many of a round's requests each panel answered. One that answered more of them in an earlier round
+// shows that the network loses some.
+class AnswerCount
+{
+public:
+    void startRound() { m_thisRound.clear(); }
+    void add(const Panel &panel);
+    bool isAnyMissing() const;
+
+private:
+    using Key = std::pair<MacAddress, std::uint32_t>;
+
+    std::map<Key, int> m_thisRound;
+    std::map<Key, int> m_most;
+};
+
+void AnswerCount::add(const Panel &panel)
+{
+    const Key key(panel.mac, panel.mac == MacAddress() ? panel.source : 0);
+    const int count = ++m_thisRound[key];
+    int &most = m_most[key];
+    most = std::max(most, count);
+}
+
+bool AnswerCount::isAnyMissing() const
+{
+    return std::any_of(m_most.begin(), m_most.end(), [this](const auto &most) {
+        const auto count = m_thisRound.find(most.first);
+        return count == m_thisRound.end() || count->second < most.second;
+    });
+}
+
+class Discovery
+{
+public:
+    Discovery(Exchange &exchange, Terminal &terminal, const Search &search)
+        : m_exchange(exchange)
+        , m_terminal(terminal)
+        , m_search(search)
+    {
+    }
+
+    PanelList run();
+
+private:
+    void say(int round);
+    // True when something new came.
+    bool listen(int round);
+    bool isComplete() const { return m_search.isComplete && m_search.isComplete(m_panels); }
+
+    Exchange &m_exchange;
+    Terminal &m_terminal;
+    const Search &m_search;
+    const Request m_request = Request::toAll(MvdpCommand::Discover);
+    PanelList m_panels;
+    AnswerCount m_answers;
+};
+
+PanelList Discovery::run()
+{
+    int quiet = 0;
+    for (int round = 1; round <= m_search.patience.rounds; ++round) {
+        say(round);
+        m_exchange.send(m_request, m_search.destinations);
+        m_answers.startRound();
+        const bool anyNew = listen(round);
+        quiet = anyNew || m_answers.isAnyMissing() ? 0 : quiet + 1;
+        const bool nothingNew = !m_search.isComplete && !m_panels.isEmpty() && quiet >= QuietRounds;
+        if (nothingNew || isComplete())
+            break;
+    }
+    return m_panels;
+}
+
+bool Discovery::listen(int round)
+{
+    bool anyNew = false;
+    const auto deadline = Clock::now() + m_search.patience.timeout;
+    while (const auto reply = m_exchange.nextAnswer(m_request, deadline)) {
+        const Panel panel = Panel::fromReply(*reply);
+        if (m_panels.size() >= PanelLimit && !m_panels.knows(panel)) {
+            m_exchange.countIgnored(Verdict::Answer, *reply);
+            continue;
+        }
+        m_answers.add(panel);
+        if (m_panels.add(panel)) {
+            anyNew = true;
+            say(round);
+        }
+        if (isComplete())
+            break;
+    }
+    return anyNew;
+}
+
+void Discovery::say(int round)
+{
+    m_terminal.progress(QStringLiteral("searching, round %1 of at most %2, panels: %3")
+                            .arg(round)
+                            .arg(m_search.patience.rounds)
+                            .arg(m_panels.size()));
+}
+
+} // namespace
+
+PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const Search &search)
+{
+    return Discovery(exchange, terminal, search).run();
+}

@@ -1,0 +1,119 @@
+#include "marks.h"
+
+#include <algorithm>
+#include <map>
+
+namespace
+{
+
+bool isForeign(const Panel &panel, const std::vector<NetworkInterface> &interfaces)
+{
+    const auto heardOn =
+        std::find_if(interfaces.begin(), interfaces.end(), [&panel](const NetworkInterface &interface) {
+            return interface.index == panel.interfaceIndex;
+        });
+    return panel.address != 0 && heardOn != interfaces.end() &&
+           std::none_of(heardOn->addresses.begin(), heardOn->addresses.end(),
+                        [&panel](const InterfaceAddress &own) { return own.contains(panel.address); });
+}
+
+// How many panels hold each address.
+std::map<std::uint32_t, int> holders(const std::vector<Panel> &panels)
+{
+    std::map<std::uint32_t, int> counts;
+    for (const Panel &panel : panels) {
+        if (panel.address != 0)
+            ++counts[panel.address];
+    }
+    return counts;
+}
+
+// A sentence in the singular or the plural, with the number at %1.
+QString counted(int count, const char *one, const char *many)
+{
+    return QString::fromLatin1(count == 1 ? one : many).arg(count);
+}
+
+QString ownNote(const Panel &panel, const Marks &marks, std::size_t sources)
+{
+    if (marks.noIdentity)
+        return QStringLiteral("The panel at %1 does not know itself: its platform service is down.")
+            .arg(ipv4Text(panel.source));
+    if (marks.sharedMac)
+        return QStringLiteral("%1 answered from %2 addresses: two devices may share this MAC address.")
+            .arg(macText(panel.mac))
+            .arg(sources);
+    if (marks.otherSource)
+        return QStringLiteral("%1 tells the address %2 but answered from %3.")
+            .arg(macText(panel.mac), ipv4Text(panel.address), ipv4Text(panel.source));
+    return QString();
+}
+
+} // namespace
+
+std::vector<Marks> marksOf(const PanelList &panels, const std::vector<NetworkInterface> &interfaces)
+{
+    const std::vector<Panel> sorted = panels.sorted();
+    const auto counts = holders(sorted);
+    std::vector<Marks> all;
+    for (const Panel &panel : sorted) {
+        Marks marks;
+        marks.noIdentity = isZero(panel.mac);
+        marks.sharedAddress = panel.address != 0 && counts.at(panel.address) > 1;
+        marks.foreignSubnet = isForeign(panel, interfaces);
+        marks.unknownVersion = panel.partitionVersion == 0;
+        marks.sharedMac = !marks.noIdentity && panels.sourcesOf(panel.mac).size() > 1;
+        marks.otherSource = !marks.noIdentity && panel.source != panel.address;
+        all.push_back(marks);
+    }
+    return all;
+}
+
+QStringList markNames(const Marks &marks)
+{
+    QStringList names;
+    const auto add = [&names](bool isSet, const char *name) {
+        if (isSet)
+            names << QLatin1String(name);
+    };
+    add(marks.sharedAddress, "shared-address");
+    add(marks.foreignSubnet, "foreign-subnet");
+    add(marks.unknownVersion, "unknown-version");
+    add(marks.otherSource, "other-source");
+    add(marks.sharedMac, "shared-mac");
+    add(marks.noIdentity, "no-identity");
+    return names;
+}
+
+QStringList markNotes(const PanelList &panels, const std::vector<NetworkInterface> &interfaces)
+{
+    const std::vector<Panel> sorted = panels.sorted();
+    const std::vector<Marks> all = marksOf(panels, interfaces);
+    QStringList notes;
+    for (std::size_t index = 0; index < sorted.size(); ++index) {
+        const QString note = ownNote(sorted[index], all[index], panels.sourcesOf(sorted[index].mac).size());
+        if (!note.isEmpty())
+            notes << note;
+    }
+    for (const auto &[address, count] : holders(sorted)) {
+        if (count > 1)
+            notes << QStringLiteral(
+                         "* %1 panels hold the address %2: give each its own with 'mvdpctl set MAC'.")
+                         .arg(count)
+                         .arg(ipv4Text(address));
+    }
+    const auto count = [&all](bool Marks::*mark) {
+        return static_cast<int>(
+            std::count_if(all.begin(), all.end(), [mark](const Marks &marks) { return marks.*mark; }));
+    };
+    if (const int foreign = count(&Marks::foreignSubnet))
+        notes << counted(foreign,
+                         "! %1 panel is not on a subnet of the interface that hears it: this computer may "
+                         "not reach it by its address.",
+                         "! %1 panels are not on a subnet of the interface that hears them: this computer "
+                         "may not reach them by their addresses.");
+    if (const int unknown = count(&Marks::unknownVersion))
+        notes << counted(unknown, "%1 panel could not read its version.",
+                         "%1 panels could not read their versions.");
+    return notes;
+}

@@ -1,0 +1,154 @@
+#include "plan.h"
+
+#include "output.h"
+
+#include <algorithm>
+#include <list>
+#include <map>
+
+namespace
+{
+
+PlanStep stepOf(const PlanEntry &entry, const PanelList &panels)
+{
+    PlanStep step;
+    step.entry = entry;
+    const Panel *found = panels.find(entry.mac);
+    const Panel now = found != nullptr ? *found : Panel();
+    if (found != nullptr)
+        step.now = now;
+    step.wanted = {entry.address.value_or(now.address), entry.netmask.value_or(now.netmask),
+                   entry.gateway.value_or(now.gateway)};
+    return step;
+}
+
+QString titleOf(const PlanStep &step)
+{
+    return step.entry.place + QStringLiteral(", ") + macText(step.entry.mac) + QStringLiteral(": ");
+}
+
+// Who would hold each address when the plan is done.
+std::map<std::uint32_t, std::vector<MacAddress>> finalHolders(const std::vector<PlanStep> &steps,
+                                                              const PanelList &panels)
+{
+    std::map<std::uint32_t, std::vector<MacAddress>> holders;
+    std::map<MacAddress, bool> isPlanned;
+    for (const PlanStep &step : steps) {
+        isPlanned[step.entry.mac] = true;
+        if (step.wanted.address != 0)
+            holders[step.wanted.address].push_back(step.entry.mac);
+    }
+    for (const Panel &panel : panels.sorted()) {
+        if (panel.address != 0 && isPlanned.count(panel.mac) == 0)
+            holders[panel.address].push_back(panel.mac);
+    }
+    return holders;
+}
+
+QStringList objectionsTo(const PlanStep &step, const PanelList &panels,
+                         const std::vector<NetworkInterface> &interfaces)
+{
+    // Of this computer's own addresses only: the panels' are looked at together.
+    return targetObjections(step.entry.mac, panels) + settingsObjections(step.wanted) +
+           holderObjections(step.wanted.address, step.entry.mac, {}, interfaces);
+}
+
+QStringList objectionsTo(const std::vector<PlanStep> &steps, const PanelList &panels,
+                         const std::vector<NetworkInterface> &interfaces)
+{
+    QStringList objections;
+    const auto holders = finalHolders(steps, panels);
+    for (const PlanStep &step : steps) {
+        if (step.isChange()) {
+            for (const QString &objection : objectionsTo(step, panels, interfaces))
+                objections << titleOf(step) + objection;
+        }
+        const auto held = holders.find(step.wanted.address);
+        if (step.isAlreadySo() || held == holders.end())
+            continue;
+        for (const MacAddress &other : held->second) {
+            if (other != step.entry.mac)
+                objections << titleOf(step) + QStringLiteral("The address %1 would be that of %2, too.")
+                                                  .arg(ipv4Text(step.wanted.address), macText(other));
+        }
+    }
+    return objections;
+}
+
+// Puts the changes in an order in which whoever gives an address up comes before whoever takes it.
+void order(std::list<PlanStep> waiting, std::vector<PlanStep> &result)
+{
+    std::map<std::uint32_t, int> held; // by panels that have still to change
+    for (const PlanStep &step : waiting)
+        ++held[step.now->address];
+    const auto isFree = [&held](const PlanStep &step) {
+        return step.wanted.address == step.now->address || held[step.wanted.address] == 0;
+    };
+    while (!waiting.empty()) {
+        auto next = std::find_if(waiting.begin(), waiting.end(), isFree);
+        const bool isCircle = next == waiting.end();
+        if (isCircle)
+            next = waiting.begin();
+        next->opensCircle = isCircle;
+        --held[next->now->address];
+        result.push_back(std::move(*next));
+        waiting.erase(next);
+    }
+}
+
+} // namespace
+
+Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
+              const std::vector<NetworkInterface> &interfaces)
+{
+    std::vector<PlanStep> steps;
+    steps.reserve(entries.size());
+    for (const PlanEntry &entry : entries)
+        steps.push_back(stepOf(entry, panels));
+    Plan plan;
+    plan.objections = objectionsTo(steps, panels, interfaces);
+    std::list<PlanStep> changes;
+    for (PlanStep &step : steps) {
+        if (step.isChange())
+            changes.push_back(std::move(step));
+        else
+            plan.steps.push_back(std::move(step));
+    }
+    order(std::move(changes), plan.steps);
+    return plan;
+}
+
+QStringList planLines(const Plan &plan)
+{
+    const int macColumns = 19;
+    const int addressColumns = 24;
+    QStringList lines;
+    for (const PlanStep &step : plan.steps) {
+        const QString mac = macText(step.entry.mac).leftJustified(macColumns);
+        if (!step.isFound()) {
+            lines << mac + QStringLiteral("not found");
+            continue;
+        }
+        Panel wanted = *step.now;
+        wanted.address = step.wanted.address;
+        wanted.netmask = step.wanted.netmask;
+        const QString now = addressWithNetmask(*step.now);
+        if (step.isAlreadySo()) {
+            lines << mac + now.leftJustified(addressColumns) + QStringLiteral("already as planned");
+            continue;
+        }
+        QStringList changes;
+        if (addressWithNetmask(wanted) != now)
+            changes << now.leftJustified(addressColumns) + QStringLiteral("-> ") + addressWithNetmask(wanted);
+        if (step.wanted.gateway != step.now->gateway)
+            changes << QStringLiteral("gateway ") +
+                           ipv4Text(step.now->gateway).leftJustified(addressColumns - 8) +
+                           QStringLiteral("-> ") + ipv4Text(step.wanted.gateway);
+        for (int index = 0; index < static_cast<int>(changes.size()); ++index)
+            lines << (index == 0 ? mac : QString(macColumns, QLatin1Char(' '))) + changes.at(index);
+        if (step.opensCircle)
+            lines << QString(macColumns, QLatin1Char(' ')) +
+                         QStringLiteral("(still held by another panel until that one's turn)");
+    }
+    return lines;
+}

@@ -1,0 +1,40 @@
+#ifndef PLAN_H
+#define PLAN_H
+
+#include "planfile.h"
+#include "settingscheck.h"
+
+#include <QtCore/QStringList>
+
+#include <optional>
+#include <vector>
+
+// One panel of a plan beside what a search found of it.
+struct PlanStep {
+    PlanEntry entry;
+    std::optional<Panel> now; // nothing: not found
+    NetworkSettings wanted = {};
+    // It takes the address of a panel that in turn waits for another one's, round in a circle. One of them
+    // has to go first, and two panels then hold one address for a moment.
+    bool opensCircle = false;
+
+    bool isFound() const { return now.has_value(); }
+    bool isAlreadySo() const { return now && hasSettings(*now, wanted); }
+    bool isChange() const { return now && !hasSettings(*now, wanted); }
+};
+
+struct Plan {
+    // First those that need nothing or were not found, then the changes in an order in which every address is
+    // given up before it is taken.
+    std::vector<PlanStep> steps;
+    // Why the plan would not work. Looks at the end of the plan: panels may exchange addresses.
+    QStringList objections;
+};
+
+Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
+              const std::vector<NetworkInterface> &interfaces);
+
+// The plan for people, a line or two a panel.
+QStringList planLines(const Plan &plan);
+
+#endif // PLAN_H

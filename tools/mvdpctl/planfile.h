@@ -1,0 +1,32 @@
+#ifndef PLANFILE_H
+#define PLANFILE_H
+
+#include "addresses.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+// What a plan asks of one panel. What is not given stays as the panel has it.
+struct PlanEntry {
+    QString place; // "line 3" or "entry 2", for messages
+    MacAddress mac = {};
+    std::optional<std::uint32_t> address;
+    std::optional<std::uint32_t> netmask;
+    std::optional<std::uint32_t> gateway;
+};
+
+enum class PlanFormat { Csv, Json };
+
+// Pure functions of the bytes. Both take what 'discover' prints as well, and overlook the columns in it that
+// nobody can set. Throw Failure with ExitCode::Usage, which names every mistake (the first twenty) by its
+// place.
+std::vector<PlanEntry> parsePlan(const QByteArray &bytes, PlanFormat format);
+
+// Reads a file whose name ends in .csv or .json.
+std::vector<PlanEntry> readPlan(const QString &path);
+
+#endif // PLANFILE_H

@@ -1,0 +1,175 @@
+#include "planrun.h"
+
+#include "confirm.h"
+#include "discovery.h"
+#include "interrupt.h"
+#include "plan.h"
+#include "setter.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+
+#include <algorithm>
+#include <map>
+
+namespace
+{
+
+const int ResultColumns = 31;
+
+class PlanRun
+{
+public:
+    PlanRun(Plan plan, const PanelList &panels, Session &session);
+
+    ExitCode run();
+
+private:
+    Outcome carryOut(PlanStep &step);
+    bool isHeldByAnother(std::uint32_t address, const MacAddress &own) const;
+    void report(const PlanStep &step, Outcome outcome);
+    void conclude();
+    void warnOfSharedAddresses();
+
+    Plan m_plan;
+    Session &m_session;
+    std::map<MacAddress, std::uint32_t> m_addresses; // of all panels, as far as known by now
+    std::map<Outcome, int> m_counts;
+    QJsonArray m_results;
+};
+
+PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
+    : m_plan(std::move(plan))
+    , m_session(session)
+{
+    for (const Panel &panel : panels.sorted())
+        m_addresses[panel.mac] = panel.address;
+}
+
+ExitCode PlanRun::run()
+{
+    if (m_session.format == Format::Csv)
+        m_session.terminal.printCsv(outcomeColumns());
+    const InterruptGuard guard;
+    int number = 0;
+    for (PlanStep &step : m_plan.steps) {
+        m_session.terminal.setProgressPrefix(
+            QStringLiteral("panel %1 of %2: ").arg(++number).arg(m_plan.steps.size()));
+        const bool skipped = step.isChange() && guard.isInterrupted();
+        report(step, skipped ? Outcome::NotTried : carryOut(step));
+    }
+    conclude();
+    for (const ExitCode code : {ExitCode::Refused, ExitCode::NetworkTrouble, ExitCode::NoAnswer}) {
+        if (std::any_of(m_counts.begin(), m_counts.end(),
+                        [code](const auto &count) { return outcomeCode(count.first) == code; }))
+            return code;
+    }
+    return ExitCode::Done;
+}
+
+Outcome PlanRun::carryOut(PlanStep &step)
+{
+    if (!step.isFound())
+        return Outcome::NotFound;
+    if (step.isAlreadySo())
+        return Outcome::AlreadySo;
+    const bool movesIn = step.now->address != step.wanted.address;
+    if (movesIn && isHeldByAnother(step.wanted.address, step.entry.mac) && !step.opensCircle &&
+        !m_session.arguments.isSet("force"))
+        return Outcome::Blocked;
+    try {
+        const Outcome outcome = applySettings(m_session, *step.now, step.wanted);
+        m_addresses[step.entry.mac] = step.now->address;
+        return outcome;
+    } catch (const Failure &failure) {
+        m_session.terminal.error(failure.message);
+        return Outcome::Trouble;
+    }
+}
+
+bool PlanRun::isHeldByAnother(std::uint32_t address, const MacAddress &own) const
+{
+    return std::any_of(m_addresses.begin(), m_addresses.end(), [address, &own](const auto &holder) {
+        return holder.first != own && holder.second == address;
+    });
+}
+
+void PlanRun::report(const PlanStep &step, Outcome outcome)
+{
+    ++m_counts[outcome];
+    const QJsonObject object = outcomeJson(outcome, step.entry.mac, step.wanted, step.now, m_session);
+    switch (m_session.format) {
+    case Format::Json:
+        m_results.append(object);
+        break;
+    case Format::Csv:
+        m_session.terminal.printCsv(outcomeFields(object));
+        break;
+    case Format::Text: {
+        QString text = macText(step.entry.mac) + QStringLiteral("  ") + QLatin1String(outcomeName(outcome));
+        if (step.now)
+            text = text.leftJustified(ResultColumns) +
+                   settingsText({step.now->address, step.now->netmask, step.now->gateway});
+        m_session.terminal.print(text);
+    }
+    }
+}
+
+void PlanRun::conclude()
+{
+    if (m_session.format == Format::Json) {
+        const QJsonObject document = {{QStringLiteral("results"), m_results},
+                                      {QStringLiteral("ignored"), m_session.exchange.ignored()}};
+        m_session.terminal.printJson(QJsonDocument(document).toJson());
+    }
+    const auto total = m_plan.steps.size();
+    const auto good = m_counts[Outcome::Applied] + m_counts[Outcome::AlreadySo];
+    m_session.terminal.note(QStringLiteral("%1 of %2 panels are as planned.").arg(good).arg(total));
+    m_session.noteIgnored();
+    warnOfSharedAddresses();
+    for (const auto &[outcome, count] : m_counts) {
+        if (count > 0 && outcomeCode(outcome) != ExitCode::Done)
+            m_session.terminal.error(QStringLiteral("%1 %2: %3")
+                                         .arg(count)
+                                         .arg(QLatin1String(outcomeName(outcome)), outcomeAdvice(outcome)));
+    }
+}
+
+// Left behind when a panel of a circle failed after another had taken its address.
+void PlanRun::warnOfSharedAddresses()
+{
+    for (const PlanStep &step : m_plan.steps) {
+        if (step.now && step.isAlreadySo() && isHeldByAnother(step.now->address, step.entry.mac))
+            m_session.terminal.error(
+                QStringLiteral("%1 now shares the address %2 with another panel: give that one another")
+                    .arg(macText(step.entry.mac), ipv4Text(step.now->address)));
+    }
+}
+
+void confirm(const Plan &plan, Session &session)
+{
+    const auto changes = std::count_if(plan.steps.begin(), plan.steps.end(),
+                                       [](const PlanStep &step) { return step.isChange(); });
+    session.terminal.noteTable(planLines(plan), !session.arguments.isSet("yes"));
+    for (const QString &objection : plan.objections)
+        session.terminal.error((session.arguments.isSet("force") ? QStringLiteral("warning: ") : QString()) +
+                               objection);
+    if (!plan.objections.isEmpty() && !session.arguments.isSet("force"))
+        throwUsage(QStringLiteral("nothing was sent"),
+                   QStringLiteral("Correct the plan, or send it all the same with --force."));
+    if (changes > 0)
+        askConsent(session.arguments, session.terminal,
+                   changes == 1 ? QStringLiteral("Change 1 panel?")
+                                : QStringLiteral("Change %1 panels?").arg(changes));
+}
+
+} // namespace
+
+ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
+{
+    const Search search = {session.everywhere(), session.searchPatience(), {}};
+    const PanelList panels = discoverPanels(session.exchange, session.terminal, search);
+    const Plan plan = makePlan(entries, panels, session.transport.interfaces());
+    confirm(plan, session);
+    return PlanRun(plan, panels, session).run();
+}

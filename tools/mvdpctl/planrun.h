@@ -1,0 +1,13 @@
+#ifndef PLANRUN_H
+#define PLANRUN_H
+
+#include "failure.h"
+#include "planfile.h"
+#include "session.h"
+
+// 'set --from': shows the plan, asks once, and sets one panel after the other. Goes on when one fails; the
+// exit code is 3 when any panel refused, else 4 when this computer could not send, else 1 when any is not as
+// planned.
+ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session);
+
+#endif // PLANRUN_H

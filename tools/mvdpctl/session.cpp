@@ -1,0 +1,51 @@
+#include "session.h"
+
+#include "discovery.h"
+
+#include <algorithm>
+
+namespace
+{
+
+// A command's --timeout can be long, for panels that take their time to apply settings; nobody wants to wait
+// that long in each round of the search before it.
+const std::chrono::milliseconds LongestSearchRound = std::chrono::seconds(2);
+
+} // namespace
+
+Session::Session(const Arguments &commandLine, Terminal &ownTerminal)
+    : arguments(commandLine)
+    , terminal(ownTerminal)
+    , format(commandLine.format())
+    , transport(commandLine.transportOptions())
+    , exchange(transport, ownTerminal)
+{
+}
+
+InterfaceNames Session::interfaceNames() const
+{
+    return [this](unsigned index) { return transport.interfaceName(index); };
+}
+
+Patience Session::searchPatience() const
+{
+    Patience patience = arguments.patience(SearchRounds, SearchTimeout);
+    patience.timeout = std::min(patience.timeout, LongestSearchRound);
+    return patience;
+}
+
+std::vector<Destination> Session::everywhere() const
+{
+    std::vector<Destination> destinations = transport.everywhere();
+    if (const auto address = through()) {
+        const auto towards = transport.towards(*address);
+        destinations.insert(destinations.end(), towards.begin(), towards.end());
+    }
+    return destinations;
+}
+
+void Session::noteIgnored()
+{
+    if (exchange.ignored() > 0)
+        terminal.note(exchange.ignoredText());
+}

@@ -1,0 +1,39 @@
+#ifndef SESSION_H
+#define SESSION_H
+
+#include "arguments.h"
+#include "exchange.h"
+#include "output.h"
+#include "terminal.h"
+#include "transport.h"
+
+#include <QtCore/QJsonObject>
+
+// What a command that talks to panels works with.
+class Session
+{
+public:
+    // Throws Failure when the network cannot be used as the options want it.
+    Session(const Arguments &commandLine, Terminal &ownTerminal);
+
+    const Arguments &arguments;
+    Terminal &terminal;
+    const Format format;
+    Transport transport;
+    Exchange exchange;
+
+    InterfaceNames interfaceNames() const;
+    QJsonObject json(const Panel &panel) const { return panelJson(panel, interfaceNames()); }
+
+    // How the panel is looked for before a command is sent to it.
+    Patience searchPatience() const;
+    // --to, the address at which the panel is reached.
+    std::optional<std::uint32_t> through() const { return arguments.address("to"); }
+    // Every way out, and towards --to.
+    std::vector<Destination> everywhere() const;
+
+    // Says on standard error what was ignored, if anything was.
+    void noteIgnored();
+};
+
+#endif // SESSION_H

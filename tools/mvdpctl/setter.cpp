@@ -1,0 +1,188 @@
+#include "setter.h"
+
+#include "discovery.h"
+#include "target.h"
+
+#include <algorithm>
+
+namespace
+{
+
+// A panel changes its settings within a second or two; asking more often than this finds out no sooner.
+const std::chrono::milliseconds CheckTimeout(1000);
+
+class Setter
+{
+public:
+    Setter(Session &session, const NetworkSettings &settings)
+        : m_session(session)
+        , m_settings(settings)
+        , m_patience(session.arguments.patience(SetRounds, SetTimeout))
+    {
+    }
+
+    Outcome run(Panel &panel);
+
+private:
+    std::optional<Received> sendSettings(const Panel &panel);
+    bool verify(Panel &panel);
+
+    Session &m_session;
+    NetworkSettings m_settings;
+    Patience m_patience;
+    bool m_heardAgain = false;
+};
+
+Outcome Setter::run(Panel &panel)
+{
+    const auto reply = sendSettings(panel);
+    if (reply) {
+        panel = Panel::fromReply(*reply);
+        if (reply->datagram.packetType() == static_cast<std::uint8_t>(MvdpPacketType::ReplyNotApplied))
+            return Outcome::Refused;
+    }
+    // The reply alone proves little, and its absence too: the panel's interface goes down while it changes.
+    if (verify(panel))
+        return Outcome::Applied;
+    if (!reply)
+        return Outcome::NoAnswer;
+    return m_heardAgain ? Outcome::Unchanged : Outcome::Unverified;
+}
+
+std::optional<Received> Setter::sendSettings(const Panel &panel)
+{
+    Request request = Request::toMac(MvdpCommand::SetAddress, panel.mac);
+    request.datagram.setIpAddress(m_settings.address);
+    request.datagram.setNetmask(m_settings.netmask);
+    request.datagram.setGateway(m_settings.gateway);
+    const auto ways = waysTo(panel, m_session);
+    bool anySent = false;
+    for (int round = 0; round < m_patience.rounds; ++round) {
+        m_session.terminal.progress(QStringLiteral("setting %1, attempt %2 of %3")
+                                        .arg(macText(panel.mac))
+                                        .arg(round + 1)
+                                        .arg(m_patience.rounds));
+        const auto &way = ways[static_cast<std::size_t>(round) % ways.size()];
+        if (!m_session.exchange.trySend(request, way))
+            continue;
+        anySent = true;
+        if (auto reply = m_session.exchange.nextAnswer(request, Clock::now() + m_patience.timeout))
+            return reply;
+    }
+    if (!anySent)
+        m_session.exchange.send(request, ways.front()); // throws with the reason
+    return std::nullopt;
+}
+
+bool Setter::verify(Panel &panel)
+{
+    m_session.terminal.progress(QStringLiteral("checking %1").arg(macText(panel.mac)));
+    const auto wait = m_patience.timeout * m_patience.rounds;
+    Search search = {m_session.everywhere(), {1, std::min(m_patience.timeout, CheckTimeout)}, {}};
+    search.patience.rounds = static_cast<int>((wait + search.patience.timeout) / search.patience.timeout);
+    const auto hasTaken = [this, &panel](const PanelList &panels) {
+        const Panel *now = panels.find(panel.mac);
+        return now != nullptr && hasSettings(*now, m_settings);
+    };
+    search.isComplete = hasTaken;
+    const PanelList panels = discoverPanels(m_session.exchange, m_session.terminal, search);
+    const Panel *now = panels.find(panel.mac);
+    m_heardAgain = now != nullptr;
+    if (m_heardAgain)
+        panel = *now;
+    return hasTaken(panels);
+}
+
+struct OutcomeFacts {
+    const char *name;
+    ExitCode code;
+    const char *sentence; // %1 the panel, %2 settings asked for
+    const char *advice;
+};
+
+const OutcomeFacts &factsOf(Outcome outcome)
+{
+    static const OutcomeFacts facts[] = {
+        {"applied", ExitCode::Done, "%1 now has %2.", ""},
+        {"already so", ExitCode::Done, "%1 already has %2.", ""},
+        {"refused", ExitCode::Refused, "%1 could not apply %2",
+         "Its platform service refused the settings; what it shows now is above."},
+        {"unchanged", ExitCode::Refused, "%1 accepted %2 but still shows other settings",
+         "It may need a restart, or its platform service ignores the change; what it shows now is above."},
+        {"unverified", ExitCode::NoAnswer, "%1 accepted %2 but was not heard again",
+         "Look for it with 'mvdpctl discover'; its new subnet may keep its answers from this computer."},
+        {"no answer", ExitCode::NoAnswer, "%1 did not answer to the new settings %2",
+         "See with 'mvdpctl discover' which settings it has now, and try again."},
+        {"not found", ExitCode::NoAnswer, "%1 was not found, so it did not get %2",
+         "Check its power and cable, and its MAC address in the plan; see 'mvdpctl discover'."},
+        {"blocked", ExitCode::NoAnswer, "%1 did not get %2: another panel still holds the address",
+         "First have that other panel take its own new address; then run the plan again."},
+        {"trouble", ExitCode::NetworkTrouble, "%1 did not get %2: this computer could not send",
+         "Look at 'ip -4 address' and the cable, then run the plan again."},
+        {"not tried", ExitCode::NoAnswer, "%1 did not get %2: interrupted before",
+         "Run the plan again: what is done is skipped."},
+    };
+    return facts[static_cast<std::size_t>(outcome)];
+}
+
+} // namespace
+
+const char *outcomeName(Outcome outcome)
+{
+    return factsOf(outcome).name;
+}
+
+ExitCode outcomeCode(Outcome outcome)
+{
+    return factsOf(outcome).code;
+}
+
+QString outcomeSentence(Outcome outcome, const MacAddress &mac, const NetworkSettings &wanted)
+{
+    return QString::fromLatin1(factsOf(outcome).sentence).arg(macText(mac), settingsText(wanted));
+}
+
+QString outcomeAdvice(Outcome outcome)
+{
+    return QString::fromLatin1(factsOf(outcome).advice);
+}
+
+Outcome applySettings(Session &session, Panel &panel, const NetworkSettings &settings)
+{
+    return Setter(session, settings).run(panel);
+}
+
+QString settingsText(const NetworkSettings &settings)
+{
+    Panel wanted;
+    wanted.address = settings.address;
+    wanted.netmask = settings.netmask;
+    return addressWithNetmask(wanted) + (settings.gateway == 0
+                                             ? QStringLiteral(", no gateway")
+                                             : QStringLiteral(", gateway ") + ipv4Text(settings.gateway));
+}
+
+QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const NetworkSettings &wanted,
+                        const std::optional<Panel> &panel, const Session &session)
+{
+    return {
+        {QStringLiteral("mac"), macText(mac)},
+        {QStringLiteral("result"), QLatin1String(outcomeName(outcome))},
+        {QStringLiteral("wantedAddress"), ipv4Text(wanted.address)},
+        {QStringLiteral("wantedNetmask"), ipv4Text(wanted.netmask)},
+        {QStringLiteral("wantedGateway"), ipv4Text(wanted.gateway)},
+        {QStringLiteral("panel"), panel ? QJsonValue(session.json(*panel)) : QJsonValue()},
+    };
+}
+
+QStringList outcomeColumns()
+{
+    QStringList columns = {QStringLiteral("mac"), QStringLiteral("result"), QStringLiteral("wantedAddress"),
+                           QStringLiteral("wantedNetmask"), QStringLiteral("wantedGateway")};
+    return columns + panelColumns().mid(1);
+}
+
+QStringList outcomeFields(const QJsonObject &outcome)
+{
+    return csvFields(merged(outcome, outcome.value(QStringLiteral("panel")).toObject()), outcomeColumns());
+}

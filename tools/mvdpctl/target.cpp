@@ -1,0 +1,151 @@
+#include "target.h"
+
+#include "discovery.h"
+#include "failure.h"
+
+#include <netinet/in.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace
+{
+
+const std::size_t MostCandidates = 20;
+
+bool fits(const TargetName &name, const Panel &panel)
+{
+    if (name.mac)
+        return panel.mac == *name.mac;
+    if (name.address)
+        return panel.address == *name.address || panel.source == *name.address;
+    return panel.description.contains(name.text, Qt::CaseInsensitive);
+}
+
+void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
+{
+    for (std::size_t index = 0; index < panels.size() && index < MostCandidates; ++index)
+        terminal.error(QStringLiteral("  ") + panelLabel(panels[index]));
+    if (panels.size() > MostCandidates)
+        terminal.error(QStringLiteral("  and %1 more").arg(panels.size() - MostCandidates));
+}
+
+[[noreturn]] void failWithoutMatch(const TargetName &name, const PanelList &panels, Session &session)
+{
+    session.noteIgnored();
+    const QString kind = name.mac ? QStringLiteral("no panel with the MAC address %1 answered")
+                         : name.address
+                             ? QStringLiteral("no panel with the address %1 answered")
+                             : QStringLiteral("no panel that answered has '%1' in its description");
+    if (panels.isEmpty())
+        throw Failure{ExitCode::NoAnswer, kind.arg(name.text), session.exchange.noAnswerAdvice()};
+    session.terminal.error(kind.arg(name.text));
+    listPanels(panels.sorted(), session.terminal);
+    throw Failure{ExitCode::NoAnswer,
+                  panels.size() == 1 ? QStringLiteral("that is the only one that did")
+                                     : QStringLiteral("those are the ones that did"),
+                  QStringLiteral("Name one of them, by its MAC address for example; 'mvdpctl discover' shows "
+                                 "more of them.")};
+}
+
+[[noreturn]] void failAmbiguous(const TargetName &name, const std::vector<Panel> &found, Session &session)
+{
+    session.terminal.error(QStringLiteral("'%1' fits %2 panels").arg(name.text).arg(found.size()));
+    listPanels(found, session.terminal);
+    throw Failure{ExitCode::Usage, QStringLiteral("nothing was sent to any of them"),
+                  isZero(found.front().mac)
+                      ? QStringLiteral("Name the panel by the address that it answers from.")
+                      : QStringLiteral("Name the panel by its MAC address, for example %1.")
+                            .arg(macText(found.front().mac))};
+}
+
+// A panel that is asked by its MAC address, at --to alone if that is given.
+std::optional<Panel> askByMac(const MacAddress &mac, Session &session)
+{
+    const auto through = session.through();
+    const auto destinations = through ? session.transport.towards(*through) : session.transport.everywhere();
+    const auto answer = session.exchange.ask(Request::toMac(MvdpCommand::Identify, mac), destinations,
+                                             session.searchPatience());
+    return answer ? std::optional<Panel>(Panel::fromReply(*answer)) : std::nullopt;
+}
+
+} // namespace
+
+TargetName targetFromText(const QString &text)
+{
+    const QString word = text.trimmed();
+    if (word.isEmpty())
+        throwUsage(QStringLiteral("an empty word names no panel"),
+                   QStringLiteral("Give a MAC address, an IP address or a piece of a description."));
+    return {word, macFromText(word), ipv4FromText(word)};
+}
+
+std::vector<Panel> matches(const TargetName &name, const PanelList &panels)
+{
+    const std::vector<Panel> all = panels.sorted();
+    std::vector<Panel> found;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(found),
+                 [&name](const Panel &panel) { return fits(name, panel); });
+    return found;
+}
+
+Panel onlyMatch(const TargetName &name, const PanelList &panels, Session &session)
+{
+    const std::vector<Panel> found = matches(name, panels);
+    if (found.empty())
+        failWithoutMatch(name, panels, session);
+    if (found.size() > 1)
+        failAmbiguous(name, found, session);
+    return found.front();
+}
+
+PanelList searchFor(const TargetName &name, Session &session)
+{
+    if (name.address && session.through())
+        throwUsage(QStringLiteral("--to goes with a MAC address or a description"));
+    if (name.address && session.transport.reachesMany(*name.address))
+        throwUsage(QStringLiteral("%1 is not the address of one panel").arg(name.text));
+    Search search = {session.everywhere(), session.searchPatience(), {}};
+    const bool hasRoute = name.address && session.transport.hasRouteTo(*name.address);
+    if (hasRoute)
+        search.destinations.push_back({*name.address, 0, 0});
+    return discoverPanels(session.exchange, session.terminal, search);
+}
+
+Panel findTarget(Session &session)
+{
+    const TargetName name = targetFromText(session.arguments.words().first());
+    if (!name.mac || isZero(*name.mac))
+        return onlyMatch(name, searchFor(name, session), session);
+    const auto panel = askByMac(*name.mac, session);
+    if (!panel)
+        failWithoutMatch(name, PanelList(), session);
+    return *panel;
+}
+
+QString panelLabel(const Panel &panel)
+{
+    const std::uint32_t address = panel.address != 0 ? panel.address : panel.source;
+    QString facts = ipv4Text(address);
+    if (!panel.description.isEmpty())
+        facts += QStringLiteral(", ") + panel.description;
+    return QStringLiteral("%1 (%2)").arg(macText(panel.mac), facts);
+}
+
+std::vector<std::vector<Destination>> waysTo(const Panel &panel, const Session &session)
+{
+    if (const auto through = session.through())
+        return {session.transport.towards(*through)};
+    std::vector<std::vector<Destination>> ways;
+    for (const NetworkInterface &interface : session.transport.interfaces()) {
+        // Panels that do not know their MAC address would all feel addressed by a broadcast.
+        if (interface.index != panel.interfaceIndex || isZero(panel.mac))
+            continue;
+        if (interface.canBroadcast)
+            ways.push_back({{INADDR_BROADCAST, interface.index, 0}});
+        if (interface.canMulticast)
+            ways.push_back({{MvdpDatagram::MulticastGroup, interface.index, 0}});
+    }
+    ways.push_back({{panel.source, 0, 0}});
+    return ways;
+}

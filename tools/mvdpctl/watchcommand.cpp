@@ -1,0 +1,168 @@
+#include "command.h"
+#include "discovery.h"
+#include "interrupt.h"
+#include "panelwatch.h"
+#include "session.h"
+
+#include <QtCore/QDateTime>
+#include <QtCore/QJsonDocument>
+
+namespace
+{
+
+const int DefaultMissedRounds = 3;
+const std::chrono::seconds DefaultRound(2);
+
+// Prints events as they come, one a line.
+class EventPrinter
+{
+public:
+    explicit EventPrinter(Session &session)
+        : m_session(session)
+    {
+    }
+
+    void begin();
+    void print(const PanelEvent &event);
+
+private:
+    static QStringList columns();
+    void printText(const PanelEvent &event, const QDateTime &now);
+
+    Session &m_session;
+};
+
+void EventPrinter::begin()
+{
+    if (m_session.format == Format::Csv)
+        m_session.terminal.printCsv(columns());
+}
+
+void EventPrinter::print(const PanelEvent &event)
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    if (m_session.format == Format::Text)
+        return printText(event, now);
+    const QJsonObject facts = m_session.json(event.panel);
+    const QJsonObject object = {
+        {QStringLiteral("time"), now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)},
+        {QStringLiteral("event"), QLatin1String(eventName(event.kind))}};
+    if (m_session.format == Format::Csv)
+        return m_session.terminal.printCsv(csvFields(merged(object, facts), columns()));
+    QJsonObject document = merged(object, {{QStringLiteral("panel"), facts}});
+    if (event.kind == PanelEvent::Changed)
+        document.insert(QStringLiteral("before"), m_session.json(event.before));
+    m_session.terminal.printJson(QJsonDocument(document).toJson(QJsonDocument::Compact) + '\n');
+}
+
+QStringList EventPrinter::columns()
+{
+    return QStringList{QStringLiteral("time"), QStringLiteral("event")} + panelColumns();
+}
+
+void EventPrinter::printText(const PanelEvent &event, const QDateTime &now)
+{
+    const Panel &panel = event.panel;
+    const QString facts = event.kind == PanelEvent::Changed ? changesText(event.before, panel)
+                                                            : QStringLiteral("%1  %2  %3")
+                                                                  .arg(addressWithNetmask(panel), -18)
+                                                                  .arg(versionOrUnknown(panel), -10)
+                                                                  .arg(panel.description);
+    const QString line = QStringLiteral("%1 %2  %3  %4")
+                             .arg(now.toString(QStringLiteral("HH:mm:ss")))
+                             .arg(QLatin1String(eventName(event.kind)), -8)
+                             .arg(macText(panel.mac), facts);
+    const int columns = m_session.terminal.columns();
+    m_session.terminal.print(columns > 0 ? cutTo(line, columns) : line);
+}
+
+class Watcher
+{
+public:
+    explicit Watcher(Session &session)
+        : m_session(session)
+        , m_printer(session)
+        , m_patience(session.arguments.patience(DefaultMissedRounds, DefaultRound))
+        , m_watch(m_patience.rounds)
+    {
+    }
+
+    void run();
+
+private:
+    void ask();
+    void listen(const InterruptGuard &guard);
+
+    Session &m_session;
+    EventPrinter m_printer;
+    Patience m_patience;
+    PanelWatch m_watch;
+    const Request m_request = Request::toAll(MvdpCommand::Discover);
+    bool m_couldSend = true;
+};
+
+void Watcher::run()
+{
+    const InterruptGuard guard;
+    const auto everywhere = m_session.transport.everywhere();
+    m_session.exchange.send(m_request, everywhere); // throws: a network that does not work is told at once
+    m_printer.begin();
+    for (;;) {
+        listen(guard);
+        if (guard.isInterrupted())
+            break;
+        for (const PanelEvent &event : m_watch.endRound())
+            m_printer.print(event);
+        ask();
+    }
+    m_session.terminal.note(QStringLiteral("Panels at the end: %1.").arg(m_watch.size()));
+    m_session.noteIgnored();
+}
+
+// A cable that is pulled is no reason to stop: that the panels vanish is what the user wants to see.
+void Watcher::ask()
+{
+    const bool canSend = m_session.exchange.trySend(m_request, m_session.transport.everywhere());
+    if (m_couldSend && !canSend)
+        m_session.terminal.warn(QStringLiteral("nothing can be sent at the moment; still watching"));
+    m_couldSend = canSend;
+}
+
+void Watcher::listen(const InterruptGuard &guard)
+{
+    const auto deadline = Clock::now() + m_patience.timeout;
+    while (!guard.isInterrupted()) {
+        const auto reply = m_session.exchange.nextAnswer(m_request, deadline);
+        if (!reply) {
+            if (Clock::now() >= deadline)
+                return;
+            continue;
+        }
+        const Panel panel = Panel::fromReply(*reply);
+        if (m_watch.size() >= PanelLimit && !m_watch.knows(panel))
+            m_session.exchange.countIgnored(Verdict::Answer, *reply);
+        else if (const auto event = m_watch.hear(panel))
+            m_printer.print(*event);
+    }
+}
+
+ExitCode run(const Arguments &arguments, Terminal &terminal)
+{
+    Session session(arguments, terminal);
+    Watcher(session).run();
+    return ExitCode::Done;
+}
+
+} // namespace
+
+const Command WatchCommand = {
+    "watch",
+    "",
+    "Show panels appear, change and vanish, until Ctrl-C.",
+    "Asks every --timeout (2) seconds by broadcast and multicast on every network\n"
+    "interface, and prints one line for each event with the time. A panel has\n"
+    "vanished when it did not answer --rounds (3) times in a row. With --json each\n"
+    "line is an object. Ctrl-C ends with exit status 0.",
+    {{}, 0, 0},
+    run,
+};
