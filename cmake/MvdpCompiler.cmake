@@ -24,6 +24,14 @@ if(MVDP_COVERAGE)
     add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
     add_link_options(-fprofile-instr-generate)
 endif()
+if(MVDP_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "MVDP_FUZZ needs clang++ (this is ${CMAKE_CXX_COMPILER_ID}): use the preset 'fuzz', "
+            "or configure anew with -DCMAKE_CXX_COMPILER=clang++")
+    endif()
+    # A fuzzer sees its way through all that is compiled here; its main() comes with the linking of the fuzzers.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 
 function(mvdp_own_code target)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)

@@ -1,0 +1,223 @@
+// Replies as mvdpctl hears them: which of them answer its request, and what it then prints. An input is
+//   1  command of the request
+//   1  bit 0: the request is for one MAC address, 02:00:5e:10:00:01
+//   1  how many bytes of it were sent, less 8 (for the commands that are answered by the request)
+// and any number of datagrams, each of
+//   4  where it came from, in the order of the dotted text
+//   1  the port there: 0 is the protocol's, anything else another
+//   1  number of the interface, and in the two highest bits how it was addressed
+//   2  length as it travelled, low byte first
+// and as many bytes as that, up to 256; what the input lacks of them is zero.
+
+#include "fuzztarget.h"
+
+#include "csv.h"
+#include "dump.h"
+#include "marks.h"
+#include "output.h"
+#include "panel.h"
+#include "request.h"
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <QStringList>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace
+{
+
+// The input, taken from its beginning; zeros once it is used up.
+class Input
+{
+public:
+    Input(const std::uint8_t *data, std::size_t size)
+        : m_data(data)
+        , m_size(size)
+    {
+    }
+
+    bool isEmpty() const { return m_size == 0; }
+    std::uint8_t byte()
+    {
+        std::uint8_t value = 0;
+        bytes(&value, 1);
+        return value;
+    }
+    void bytes(std::uint8_t *target, std::size_t count)
+    {
+        const std::size_t taken = std::min(count, m_size);
+        std::copy_n(m_data, taken, target);
+        std::fill(target + taken, target + count, std::uint8_t(0));
+        m_data += taken;
+        m_size -= taken;
+    }
+
+private:
+    const std::uint8_t *m_data;
+    std::size_t m_size;
+};
+
+Request takeRequest(Input &input)
+{
+    const MvdpCommand command = static_cast<MvdpCommand>(input.byte());
+    const bool forOneMac = (input.byte() & 1) != 0;
+    Request request =
+        forOneMac ? Request::toMac(command, {0x02, 0x00, 0x5E, 0x10, 0x00, 0x01}) : Request::toAll(command);
+    request.length = 8 + input.byte() % (MvdpDatagram::Size - 7);
+    return request;
+}
+
+Received takeReceived(Input &input)
+{
+    Received received;
+    for (int i = 0; i < 4; ++i)
+        received.source = received.source << 8 | input.byte();
+    received.sourcePort = input.byte() == 0 ? 58553 : 49152;
+    const std::uint8_t arrival = input.byte();
+    received.interfaceIndex = arrival & 0x3F;
+    received.way = static_cast<Way>(std::min(arrival >> 6, 2));
+    received.length = input.byte();
+    received.length += std::size_t(256) * input.byte();
+    input.bytes(received.datagram.data(), std::min<std::size_t>(received.length, MvdpDatagram::Size));
+    return received;
+}
+
+// Written down from the protocol, and not from the code.
+bool isExpectedAnswer(const Request &request, const Received &received)
+{
+    const std::uint8_t *sent = request.datagram.data();
+    const std::uint8_t *bytes = received.datagram.data();
+    const std::uint8_t magic[] = {0x5E, 0x13, 0x06, 0x03};
+    if (received.length != 256 || received.sourcePort != 58553 || bytes[6] != sent[6])
+        return false;
+    if (sent[6] == 2)
+        return std::memcmp(bytes, sent, request.length) == 0;
+    if (sent[6] == 14 || sent[6] == 15)
+        return bytes[5] == 2 && std::memcmp(bytes, sent, 5) == 0 &&
+               std::memcmp(bytes + 6, sent + 6, request.length - 6) == 0;
+    return std::memcmp(bytes, magic, sizeof magic) == 0 && bytes[4] == 4 &&
+           (bytes[5] == 2 || (bytes[5] == 3 && sent[6] == 5)) &&
+           (!request.forOneMac || std::memcmp(bytes + 20, sent + 20, 6) == 0);
+}
+
+// Nothing that could steer a terminal, turn the direction of a text or begin a line.
+bool isPrintable(const QString &line)
+{
+    const bool harmless = std::all_of(line.begin(), line.end(), [](QChar character) {
+        switch (character.category()) {
+        case QChar::Other_Control:
+        case QChar::Other_Format:
+        case QChar::Other_Surrogate:
+        case QChar::Separator_Line:
+        case QChar::Separator_Paragraph:
+            return false;
+        default:
+            return true;
+        }
+    });
+    return harmless && QString::fromUtf8(line.toUtf8()) == line;
+}
+
+bool arePrintable(const QStringList &lines)
+{
+    return std::all_of(lines.begin(), lines.end(), isPrintable);
+}
+
+QString interfaceName(unsigned index)
+{
+    return QStringLiteral("eth%1").arg(index);
+}
+
+void checkTrace(const Received &received)
+{
+    const std::size_t shown = std::min<std::size_t>(received.length, MvdpDatagram::Size);
+    REQUIRE(arePrintable(fieldLines(received.datagram, shown).split(QLatin1Char('\n'))));
+    REQUIRE(arePrintable(hexLines(received.datagram.data(), shown).split(QLatin1Char('\n'))));
+}
+
+void checkPanel(const Panel &panel, const Received &reply)
+{
+    const std::uint8_t *bytes = reply.datagram.data();
+    REQUIRE(std::memcmp(panel.mac.data(), bytes + 20, 6) == 0);
+    REQUIRE(panel.source == reply.source && panel.way == reply.way);
+    REQUIRE(isPrintable(panel.description) && panel.description.size() <= 64);
+    REQUIRE(!panel.description.endsWith(QLatin1Char(' ')));
+    REQUIRE(macFromText(macText(panel.mac)) == panel.mac);
+    REQUIRE(ipv4FromText(ipv4Text(panel.address)) == panel.address);
+    REQUIRE(panel.versionText().isEmpty() == (panel.partitionVersion == 0));
+}
+
+// What scripts read: JSON that says of the panel what the panel is, and CSV that says the same.
+void checkForScripts(const Panel &panel)
+{
+    const QJsonObject object = panelJson(panel, interfaceName);
+    QJsonParseError error;
+    const QJsonDocument again = QJsonDocument::fromJson(QJsonDocument(object).toJson(), &error);
+    REQUIRE(error.error == QJsonParseError::NoError && again.object() == object);
+    REQUIRE(object.value(QStringLiteral("description")).toString() == panel.description);
+    REQUIRE(netmaskFromText(object.value(QStringLiteral("netmask")).toString()) == panel.netmask);
+
+    const QStringList columns = panelColumns();
+    const QStringList fields = csvFields(object, columns);
+    const QString line = csvLine(fields);
+    REQUIRE(line.endsWith(QLatin1Char('\n')) && isPrintable(line.chopped(1)));
+    const std::vector<CsvRecord> records = csvRecords(csvLine(columns) + line);
+    REQUIRE(records.size() == 2 && records[0].fields == columns);
+    REQUIRE(records[1].fields.size() == fields.size());
+    for (int i = 0; i < fields.size(); ++i) {
+        const QString &told = records[1].fields.at(i);
+        // An apostrophe keeps a spreadsheet from taking a text for a formula.
+        const QString &field = fields.at(i);
+        const bool isFormula = !field.isEmpty() && QStringLiteral("=+-@").contains(field.at(0));
+        REQUIRE(told == (isFormula ? QLatin1Char('\'') + field : field));
+    }
+}
+
+void checkForPeople(const PanelList &panels)
+{
+    NetworkInterface own;
+    own.index = 2;
+    own.addresses = {{0xC0A80A02, 0xFFFFFF00}}; // 192.168.10.2/24
+    const std::vector<Panel> sorted = panels.sorted();
+    const std::vector<Marks> marks = marksOf(panels, {own});
+    REQUIRE(sorted.size() == panels.size() && marks.size() == sorted.size());
+    for (const int columns : {0, 80}) {
+        const QStringList table = panelTable(sorted, marks, columns);
+        REQUIRE(static_cast<std::size_t>(table.size()) == sorted.size() + 1 && arePrintable(table));
+    }
+    REQUIRE(arePrintable(markNotes(panels, {own})));
+    for (const Panel &panel : sorted)
+        REQUIRE(arePrintable(panelDetails(panel, interfaceName)));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    Input input(data, size);
+    const Request request = takeRequest(input);
+    PanelList panels;
+    // A MAC address is one panel; without one, a source is.
+    std::set<std::pair<MacAddress, std::uint32_t>> expectedPanels;
+    while (!input.isEmpty()) {
+        const Received received = takeReceived(input);
+        checkTrace(received);
+        const bool answers = judge(request, received) == Verdict::Answer;
+        REQUIRE(answers == isExpectedAnswer(request, received));
+        if (!answers)
+            continue;
+        const Panel panel = Panel::fromReply(received);
+        checkPanel(panel, received);
+        checkForScripts(panel);
+        const bool isNew = expectedPanels.insert({panel.mac, isZero(panel.mac) ? panel.source : 0}).second;
+        REQUIRE(panels.add(panel) == isNew);
+    }
+    REQUIRE(panels.size() == expectedPanels.size());
+    checkForPeople(panels);
+    return 0;
+}
