@@ -24,8 +24,8 @@ struct Search {
     std::function<bool(const PanelList &)> isComplete;
 };
 
-// Looks for panels in rounds. Once one has answered, two rounds in a row that bring nothing new and in which no
-// panel answered less than before end the search: where answers go missing, panels may be missing too. All
+// Looks for panels in rounds. Once one has answered, two rounds in a row that bring nothing new and in which
+// no panel answered less than before end the search: where answers go missing, panels may be missing too. All
 // rounds are spent when none answers.
 PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const Search &search);
 
