@@ -90,7 +90,7 @@ class Fleet:
         return self.panels[number].sim.interface()["actual_ip_address"]
 
     def memory_kib(self):
-        """What each of the panels' services has for itself (Pss), in the order of the panels."""
+        """The memory of each panel's service (Pss: what is shared counts in equal parts), in the order of the panels."""
         def pss(process):
             with open(f"/proc/{process.pid}/smaps_rollup", encoding="ascii") as rollup:
                 return next(int(line.split()[1]) for line in rollup if line.startswith("Pss:"))

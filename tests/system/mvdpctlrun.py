@@ -145,9 +145,9 @@ class Terminal:
 class Watch:
     """The tool at watch; its lines as they come."""
 
-    def __init__(self, namespace, *arguments):
+    def __init__(self, namespace, *arguments, timeout="0.5"):
         ours, theirs = socket.socketpair()
-        self.process = namespace.popen([program(), "watch", "--timeout", "0.5", "--rounds", "8", *arguments],
+        self.process = namespace.popen([program(), "watch", "--timeout", timeout, "--rounds", "8", *arguments],
                                        stdin=-3, stdout=theirs, stderr=-1)
         theirs.close()
         ours.settimeout(4 * PATIENCE)

@@ -28,15 +28,16 @@ def fixture_fleet(wires):
 
 
 @pytest.mark.parametrize("run", [1, 2])
-def test_discovery_is_complete(fleet, wires, run):
+def test_discovery_is_complete(fleet, wires, run):  # pylint: disable=unused-argument
     lost, doubled = wires[0].lost, wires[0].doubled
-    assert run and fleet.discover("--rounds", "24") == fleet.expected()
+    assert fleet.discover("--rounds", "24") == fleet.expected()
     assert wires[0].lost > lost and wires[0].doubled > doubled
 
 
-@pytest.mark.parametrize("loss", [LOSS, 0.6, 0.9])
-def test_success_is_never_told_of_what_did_not_happen(fleet, wires, loss):
-    """At a fifth most succeed, beyond that many fail; whoever is told of success has it."""
+@pytest.mark.parametrize("loss, seen", [(LOSS, True), (0.6, None), (0.9, False)])
+def test_success_is_never_told_of_what_did_not_happen(fleet, wires, loss, seen):
+    """Whoever is told of success has it. At a fifth lost some succeed, at nine tenths some fail: else this shows
+    nothing."""
     results = set()
     for number in range(SIZE):
         new = address_of(512 + number + int(loss * 100))
@@ -49,5 +50,4 @@ def test_success_is_never_told_of_what_did_not_happen(fleet, wires, loss):
         assert in_force in (before, new)
         assert code != 0 or in_force == new, (out, err)
         results.add(code == 0)
-    # Both kinds of end were seen, or the test shows nothing.
-    assert (True if loss == LOSS else False) in results
+    assert seen is None or seen in results

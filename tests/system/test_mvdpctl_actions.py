@@ -11,7 +11,7 @@ from fakepanel import FakePanel, Identity
 from mvdp import Command
 from mvdpctlrun import (  # pylint: disable=unused-import
     fixture_fake, fixture_mvdpctl, fixture_wire, Result, Terminal, program, DONE, HASTY, HEADINGS, LINE, MAC,
-    MAC2, NOBODY, NO_ANSWER, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT, REFUSED, SEARCHING,
+    MAC2, NOBODY, NO_ANSWER, NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT, REFUSED, SEARCHING,
     TOOL_ADDRESS, TROUBLE, USAGE)
 from netns import Namespace, join
 from waiting import PATIENCE, wait_for
@@ -38,6 +38,14 @@ def test_altered_echo_is_found(fake, mvdpctl):
     assert result.code == TROUBLE
     assert (result.json["sent"], result.json["answered"], result.json["altered"]) == (2, 0, 2)
     assert "sent back other bytes" in result.err
+
+
+def test_altered_echoes_that_come_twice_are_not_less_than_none_lost(fake, mvdpctl):
+    fake.copies = 3
+    fake.alter = lambda data: data[:200] + bytes((data[200] ^ 0x10,)) + data[201:]
+    result = mvdpctl("echo", MAC, "--count", "2", "--interval", "0.3", "--json", *PATIENT)
+    assert result.code == TROUBLE
+    assert (result.json["answered"], result.json["lost"]) == (0, 0)
 
 
 def test_second_copy_of_an_echo_is_no_answer_to_another(fake, mvdpctl):
@@ -369,3 +377,41 @@ def test_verbose_shows_each_datagram(fake, mvdpctl):
     assert "< from 192.168.10.5:58553 on eth0 by unicast, 256 bytes\n" in result.err
     assert "  address 192.168.10.5, netmask 255.255.255.0, gateway 192.168.10.1\n" in result.err
     assert "   16  01 0a a8 c0 02 00 5e 10 00 01 58 02 0f 27 8d 01\n" in result.err
+
+
+def test_panel_without_a_mac_address_is_not_taken_for_another(fake, mvdpctl):
+    """Two that do not know themselves: one has the settings already that the other is to get, and does not take."""
+    fake.panels = [Identity(mac=NO_MAC, source=PANEL_ADDRESS),
+                   Identity(mac=NO_MAC, address=OTHER_ADDRESS, source=OTHER_ADDRESS)]
+    fake.on_set = fakepanel.IGNORE
+    result = mvdpctl("set", OTHER_ADDRESS, "--address", PANEL_ADDRESS, "--force", "--yes", *HASTY)
+    assert result.code not in (DONE, USAGE)
+    assert "now has" not in result.out
+
+
+def test_address_of_a_panel_that_does_not_know_itself_is_held(fake, mvdpctl):
+    fake.panels = [Identity(mac=MAC, address="192.168.10.11"),
+                   Identity(mac=NO_MAC, address="0.0.0.0", netmask="0.0.0.0", gateway="0.0.0.0",
+                            source=OTHER_ADDRESS)]
+    result = mvdpctl("set", MAC, "--address", OTHER_ADDRESS, "--yes", *SEARCHING)
+    assert result.code == USAGE
+    assert f"The address {OTHER_ADDRESS} is held by the panel {NO_MAC}" in result.err
+    assert all(request[6] != Command.SET_ADDRESS for request in fake.requests)
+
+
+@pytest.mark.parametrize("arguments", [["--json"], ["--csv"], []])
+def test_result_that_cannot_be_written_is_trouble(wire, fake, arguments):
+    assert fake
+    completed = wire[1].run(["sh", "-c", '"$0" discover "$@" >/dev/full', program(), *arguments, *SEARCHING],
+                            capture_output=True, timeout=4 * PATIENCE)
+    assert completed.returncode == TROUBLE
+    assert b"mvdpctl: the result could not be written\n" in completed.stderr
+
+
+@pytest.mark.parametrize("arguments", [["set", MAC, "--address", "192.168.10.7", "--address", "192.168.10.8"],
+                                       ["discover", "--interface", "eth0", "--interface", "eth9"]])
+def test_option_that_is_there_twice_is_refused(fake, mvdpctl, arguments):
+    result = mvdpctl(*arguments, "--yes")
+    assert result.code == USAGE
+    assert "is there more than once" in result.err
+    assert fake.requests == []

@@ -9,8 +9,8 @@ import fakepanel
 from fakepanel import Identity
 from mvdp import Command
 from mvdpctlrun import (  # pylint: disable=unused-import
-    fixture_fake, fixture_mvdpctl, fixture_wire, Terminal, program, DONE, MAC, MAC2, MAC3, NO_ANSWER, REFUSED,
-    SEARCHING, USAGE)
+    fixture_fake, fixture_mvdpctl, fixture_wire, Terminal, program, DONE, MAC, MAC2, MAC3, NO_ANSWER, NO_MAC,
+    OTHER_ADDRESS, REFUSED, SEARCHING, USAGE)
 from waiting import PATIENCE
 
 MACS = [MAC, MAC2, MAC3]
@@ -255,3 +255,12 @@ def test_interrupted_plan_finishes_its_panel_and_reports_all(wire, fake, plan):
         [MAC, "applied"], [MAC2, "not tried"], [MAC3, "not tried"]]
     assert b"2 not tried: " in err
     assert addresses(fake) == [21, 12, 13]
+
+
+def test_address_of_a_panel_that_does_not_know_itself_is_held(fake, mvdpctl, plan):
+    fake.panels = [*at(11), Identity(mac=NO_MAC, address="0.0.0.0", netmask="0.0.0.0", gateway="0.0.0.0",
+                                     source=OTHER_ADDRESS)]
+    result = mvdpctl("set", "--from", plan(6), "--yes", *SEARCHING)
+    assert result.code == USAGE
+    assert f"The address {OTHER_ADDRESS} would be that of {NO_MAC}, too." in result.err
+    assert order(fake) == []

@@ -53,7 +53,7 @@ def test_events_in_csv(wire, fake):
 
 def test_nobody_is_watched_for_as_well(wire):
     capture = wire[0].capture("eth0")
-    watch = Watch(wire[1], "--timeout", "3600")
+    watch = Watch(wire[1], timeout="3600")
     capture.next(lambda packet: packet.destination_port == mvdp.PORT, "the first request")
     # No wait for the end of an hour's round.
     assert watch.end() == (DONE, "Panels at the end: 0.\n")
@@ -61,6 +61,7 @@ def test_nobody_is_watched_for_as_well(wire):
 
 def test_flood_does_not_keep_it_from_ending(wire, fake):
     def flood(panel, answer, source, sender):
+        panel.send(b"junk", sender)
         panel.send_answer(answer, source, sender)
         while not panel.is_closing():
             panel.send(b"junk", sender)

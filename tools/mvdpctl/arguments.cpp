@@ -75,6 +75,11 @@ Arguments::Arguments(const QStringList &words, const Grammar &grammar)
     m_words = parser.positionalArguments();
     if (isSet("help"))
         return;
+    for (const Option &option : options) {
+        // Which of two was meant cannot be known.
+        if (!option.isRepeatable && texts(option.name).size() > 1)
+            throwUsage(QStringLiteral("--%1 is there more than once").arg(QLatin1String(option.name)));
+    }
     if (m_words.size() > grammar.mostWords)
         throwUsage(QStringLiteral("'%1' is one argument too many").arg(m_words.at(grammar.mostWords)));
     if (m_words.size() < grammar.leastWords)

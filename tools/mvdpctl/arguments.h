@@ -18,6 +18,7 @@ struct Option {
     const char *name;
     const char *value; // placeholder of its value; null: takes none
     const char *help;
+    bool isRepeatable = false;
 };
 
 enum class Format { Text, Json, Csv };

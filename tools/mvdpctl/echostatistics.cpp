@@ -10,14 +10,19 @@ void EchoStatistics::addAnswer(double milliseconds)
     ++m_answered;
 }
 
+// Altered ones may have come more than once each.
+int EchoStatistics::lost() const
+{
+    return std::max(0, m_sent - m_answered - m_altered);
+}
+
 QStringList EchoStatistics::lines() const
 {
-    const int lost = std::max(0, m_sent - m_answered - m_altered);
     QString counts = QStringLiteral("%1 sent, %2 came back, %3 lost (%4 %)")
                          .arg(m_sent)
                          .arg(m_answered)
-                         .arg(lost)
-                         .arg(m_sent == 0 ? 0 : 100 * lost / m_sent);
+                         .arg(lost())
+                         .arg(m_sent == 0 ? 0 : 100 * lost() / m_sent);
     if (m_altered > 0)
         counts += QStringLiteral(", %1 altered").arg(m_altered);
     if (m_duplicates > 0)
@@ -36,7 +41,7 @@ QJsonObject EchoStatistics::json() const
 {
     QJsonObject object = {{QStringLiteral("sent"), m_sent},
                           {QStringLiteral("answered"), m_answered},
-                          {QStringLiteral("lost"), m_sent - m_answered - m_altered},
+                          {QStringLiteral("lost"), lost()},
                           {QStringLiteral("altered"), m_altered},
                           {QStringLiteral("duplicates"), m_duplicates}};
     if (m_answered > 0) {

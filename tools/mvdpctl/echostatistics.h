@@ -21,6 +21,7 @@ public:
     QJsonObject json() const;
 
 private:
+    int lost() const;
     double mean() const { return m_sum / m_answered; }
 
     int m_sent = 0;

@@ -5,6 +5,7 @@
 #include <QtCore/QStringList>
 
 #include <clocale>
+#include <cstdio>
 
 namespace
 {
@@ -59,7 +60,13 @@ int main(int argc, char *argv[])
     for (int index = 1; index < argc; ++index)
         words << QString::fromUtf8(argv[index]);
     try {
-        return static_cast<int>(run(words, terminal));
+        const ExitCode code = run(words, terminal);
+        // Every failed write of the run is remembered there.
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+            throw Failure{ExitCode::NetworkTrouble, QStringLiteral("the result could not be written"),
+                          QStringLiteral("See whether the disk is full; what was sent to panels was sent.")};
+        }
+        return static_cast<int>(code);
     } catch (const Failure &failure) {
         terminal.error(failure.message);
         if (!failure.advice.isEmpty())

@@ -22,8 +22,8 @@ std::map<std::uint32_t, int> holders(const std::vector<Panel> &panels)
 {
     std::map<std::uint32_t, int> counts;
     for (const Panel &panel : panels) {
-        if (panel.address != 0)
-            ++counts[panel.address];
+        if (panel.heldAddress() != 0)
+            ++counts[panel.heldAddress()];
     }
     return counts;
 }
@@ -59,7 +59,7 @@ std::vector<Marks> marksOf(const PanelList &panels, const std::vector<NetworkInt
     for (const Panel &panel : sorted) {
         Marks marks;
         marks.noIdentity = isZero(panel.mac);
-        marks.sharedAddress = panel.address != 0 && counts.at(panel.address) > 1;
+        marks.sharedAddress = panel.heldAddress() != 0 && counts.at(panel.heldAddress()) > 1;
         marks.foreignSubnet = isForeign(panel, interfaces);
         marks.unknownVersion = panel.partitionVersion == 0;
         marks.sharedMac = !marks.noIdentity && panels.sourcesOf(panel.mac).size() > 1;

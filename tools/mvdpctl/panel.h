@@ -28,6 +28,8 @@ struct Panel {
     static Panel fromReply(const Received &reply);
     // "1.234.56.7"; empty when unknown.
     QString versionText() const;
+    // The address that it has on the network: a panel whose platform service is down tells none.
+    std::uint32_t heldAddress() const { return address != 0 ? address : source; }
 };
 
 // True when both tell of the same panel: by the MAC address, or by where the replies come from if it is zero.

@@ -39,8 +39,8 @@ std::map<std::uint32_t, std::vector<MacAddress>> finalHolders(const std::vector<
             holders[step.wanted.address].push_back(step.entry.mac);
     }
     for (const Panel &panel : panels.sorted()) {
-        if (panel.address != 0 && isPlanned.count(panel.mac) == 0)
-            holders[panel.address].push_back(panel.mac);
+        if (panel.heldAddress() != 0 && isPlanned.count(panel.mac) == 0)
+            holders[panel.heldAddress()].push_back(panel.mac);
     }
     return holders;
 }

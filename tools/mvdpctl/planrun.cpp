@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -33,7 +35,7 @@ private:
 
     Plan m_plan;
     Session &m_session;
-    std::map<MacAddress, std::uint32_t> m_addresses; // of all panels, as far as known by now
+    std::vector<std::pair<MacAddress, std::uint32_t>> m_addresses; // of all panels, as far as known by now
     std::map<Outcome, int> m_counts;
     QJsonArray m_results;
 };
@@ -43,7 +45,7 @@ PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
     , m_session(session)
 {
     for (const Panel &panel : panels.sorted())
-        m_addresses[panel.mac] = panel.address;
+        m_addresses.emplace_back(panel.mac, panel.heldAddress());
 }
 
 ExitCode PlanRun::run()
@@ -79,7 +81,10 @@ Outcome PlanRun::carryOut(PlanStep &step)
         return Outcome::Blocked;
     try {
         const Outcome outcome = applySettings(m_session, *step.now, step.wanted);
-        m_addresses[step.entry.mac] = step.now->address;
+        for (auto &[mac, address] : m_addresses) {
+            if (mac == step.entry.mac)
+                address = step.now->heldAddress();
+        }
         return outcome;
     } catch (const Failure &failure) {
         m_session.terminal.error(failure.message);

@@ -80,13 +80,17 @@ bool Setter::verify(Panel &panel)
     const auto wait = m_patience.timeout * m_patience.rounds;
     Search search = {m_session.everywhere(), {1, std::min(m_patience.timeout, CheckTimeout)}, {}};
     search.patience.rounds = static_cast<int>((wait + search.patience.timeout) / search.patience.timeout);
-    const auto hasTaken = [this, &panel](const PanelList &panels) {
-        const Panel *now = panels.find(panel.mac);
+    // Zeros name no panel: what another one tells must not pass for this one's answer.
+    const auto find = [mac = panel.mac](const PanelList &panels) {
+        return isZero(mac) ? nullptr : panels.find(mac);
+    };
+    const auto hasTaken = [this, find](const PanelList &panels) {
+        const Panel *now = find(panels);
         return now != nullptr && hasSettings(*now, m_settings);
     };
     search.isComplete = hasTaken;
     const PanelList panels = discoverPanels(m_session.exchange, m_session.terminal, search);
-    const Panel *now = panels.find(panel.mac);
+    const Panel *now = find(panels);
     m_heardAgain = now != nullptr;
     if (m_heardAgain)
         panel = *now;

@@ -91,7 +91,7 @@ QStringList holderObjections(std::uint32_t address, const MacAddress &own, const
 {
     QStringList objections;
     for (const Panel &panel : others) {
-        if (panel.mac != own && panel.address == address)
+        if (panel.mac != own && panel.heldAddress() == address)
             objections << QStringLiteral("The address %1 is held by the panel %2 (%3).")
                               .arg(ipv4Text(address), macText(panel.mac), panel.description);
     }

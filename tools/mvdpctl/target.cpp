@@ -41,16 +41,18 @@ void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
         throw Failure{ExitCode::NoAnswer, kind.arg(name.text), session.exchange.noAnswerAdvice()};
     session.terminal.error(kind.arg(name.text));
     listPanels(panels.sorted(), session.terminal);
-    throw Failure{ExitCode::NoAnswer,
-                  panels.size() == 1 ? QStringLiteral("that is the only one that did")
-                                     : QStringLiteral("those are the ones that did"),
-                  QStringLiteral("Name one of them, by its MAC address for example; 'mvdpctl discover' shows "
-                                 "more of them.")};
+    throw Failure{
+        ExitCode::NoAnswer,
+        panels.size() == 1 ? QStringLiteral("only this panel answered")
+                           : QStringLiteral("only these panels answered"),
+        QStringLiteral("Name a panel by its MAC address, for example; 'mvdpctl discover' shows more "
+                       "of them.")};
 }
 
 [[noreturn]] void failAmbiguous(const TargetName &name, const std::vector<Panel> &found, Session &session)
 {
-    session.terminal.error(QStringLiteral("'%1' fits %2 panels").arg(name.text).arg(found.size()));
+    session.terminal.error(
+        QStringLiteral("'%1' fits %2 panels").arg(name.text, QString::number(found.size())));
     listPanels(found, session.terminal);
     throw Failure{ExitCode::Usage, QStringLiteral("nothing was sent to any of them"),
                   isZero(found.front().mac)

@@ -129,8 +129,11 @@ bool Terminal::ask(const QString &question)
     std::fputs(encode(wrapped(text, columnsOf(STDERR_FILENO))).constData(), stderr);
     std::fflush(stderr);
     char answer[16] = {};
-    if (std::fgets(answer, sizeof answer, stdin) == nullptr)
+    if (std::fgets(answer, sizeof answer, stdin) == nullptr) {
+        // What is said next does not belong on the question's line.
+        std::fputc('\n', stderr);
         return false;
+    }
     const QByteArray word = QByteArray(answer).trimmed().toLower();
     return word == "y" || word == "yes";
 }

@@ -9,7 +9,8 @@
 namespace
 {
 
-const Grammar TestGrammar = {{{"mac", "MAC", ""}, {"netmask", "NETMASK", ""}, {"hex", "BYTES", ""}}, 1, 2};
+const Grammar TestGrammar = {
+    {{"mac", "MAC", ""}, {"netmask", "NETMASK", ""}, {"hex", "BYTES", "", true}}, 1, 2};
 
 Arguments parsed(const QStringList &words)
 {
@@ -65,6 +66,7 @@ void ArgumentsTest::repeatedOptionsAreAllKept()
 void ArgumentsTest::unfitCommandLinesAreUsageErrors_data()
 {
     QTest::addColumn<QStringList>("words");
+    QTest::newRow("option twice") << QStringList{"x", "--netmask", "24", "--netmask", "24"};
     QTest::newRow("word missing") << QStringList();
     QTest::newRow("word too many") << QStringList({"one", "two", "three"});
     QTest::newRow("unknown option") << QStringList({"one", "--colour"});
