@@ -170,9 +170,10 @@ std::vector<PlanEntry> fromCsv(const QString &text)
 bool cellOf(const QJsonValue &value, QString &text)
 {
     if (value.isDouble()) {
-        const double number = value.toDouble();
-        text = QString::number(static_cast<int>(number));
-        return number >= 0 && number <= 32 && text.toDouble() == number;
+        // No such number, as 33 is none, stands for fractions and what no integer can hold.
+        const int length = value.toInt(33);
+        text = QString::number(length);
+        return length >= 0 && length <= 32;
     }
     text = value.toString().trimmed();
     return value.isString() || value.isNull();
