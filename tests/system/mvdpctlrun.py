@@ -142,6 +142,20 @@ class Terminal:
         return self.process.wait(PATIENCE), lines[:-1] if lines[-1] == "" else lines
 
 
+def process_state(process):
+    """"S": it sleeps, waiting for something; "R": it runs or would like to."""
+    return _status(process)["State"][0]
+
+
+def is_caught(process, number):
+    return bool(int(_status(process)["SigCgt"], 16) >> (number - 1) & 1)
+
+
+def _status(process):
+    with open(f"/proc/{process.pid}/status", encoding="utf-8") as status:
+        return dict(line.rstrip("\n").split(":\t", 1) for line in status if ":\t" in line)
+
+
 class Watch:
     """The tool at watch; its lines as they come."""
 

@@ -11,7 +11,7 @@ from mvdp import Command
 from mvdpctlrun import (  # pylint: disable=unused-import
     fixture_fake, fixture_mvdpctl, fixture_wire, DONE, FAR_ADDRESS, HASTY, HEADINGS, LINE, MAC, MAC2,
     MAC3, NOBODY, NO_ANSWER, NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT,
-    SEARCHING, TOOL_ADDRESS)
+    SEARCHING, TOOL_ADDRESS, TROUBLE)
 
 
 # discover
@@ -143,6 +143,25 @@ def test_reverse_path_filter_is_pointed_out(wire, mvdpctl):
         assert "rp_filter is not 0 for: eth0" in mvdpctl("discover", *HASTY).err
     finally:
         wire[1].call(set_filter, "0")
+
+
+def test_interface_without_address_is_pointed_out(wire, mvdpctl):
+    assert "IPv4" not in mvdpctl("discover", *HASTY).err
+    wire[1].ip("link add spare1 type veth peer name spare2", "link set spare1 up", "link set spare2 up")
+    try:
+        wire[1].wait_running("spare1")
+        wire[1].wait_running("spare2")
+        assert re.search(r"Nothing was asked on spare[12], spare[12], ", mvdpctl("discover", *HASTY).err)
+        assert "Nothing was asked on" not in mvdpctl("discover", "--interface", "eth0", *HASTY).err
+        result = mvdpctl("discover", "--interface", "spare1", *HASTY)
+        assert result.code == TROUBLE
+        assert "the interface 'spare1' has no IPv4 address" in result.err
+        wire[1].ip("link set spare1 down")
+        result = mvdpctl("discover", "--interface", "spare1", *HASTY)
+        assert result.code == TROUBLE
+        assert "there is no interface 'spare1' that is up" in result.err
+    finally:
+        wire[1].ip("link delete spare1")
 
 
 @pytest.mark.parametrize("run", range(4))

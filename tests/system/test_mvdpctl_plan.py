@@ -9,9 +9,9 @@ import fakepanel
 from fakepanel import Identity
 from mvdp import Command
 from mvdpctlrun import (  # pylint: disable=unused-import
-    fixture_fake, fixture_mvdpctl, fixture_wire, Terminal, program, DONE, MAC, MAC2, MAC3, NO_ANSWER, NO_MAC,
+    fixture_fake, fixture_mvdpctl, fixture_wire, is_caught, Terminal, program, DONE, MAC, MAC2, MAC3, NO_ANSWER, NO_MAC,
     OTHER_ADDRESS, REFUSED, SEARCHING, USAGE)
-from waiting import PATIENCE
+from waiting import PATIENCE, wait_for
 
 MACS = [MAC, MAC2, MAC3]
 OUTCOME_COLUMNS = ["mac", "result", "wantedAddress", "wantedNetmask", "wantedGateway"]
@@ -255,6 +255,21 @@ def test_interrupted_plan_finishes_its_panel_and_reports_all(wire, fake, plan):
         [MAC, "applied"], [MAC2, "not tried"], [MAC3, "not tried"]]
     assert b"2 not tried: " in err
     assert addresses(fake) == [21, 12, 13]
+
+
+def test_second_interrupt_does_not_wait_for_the_panel(wire, fake, plan):
+    fake.panels = at(11)
+    fake.on_set = fakepanel.SILENT
+    process = wire[1].popen([program(), "set", "--from", plan(21), "--yes", "--timeout", "3600"],
+                            stdin=-3, stdout=-1, stderr=-1)
+    fake.wait_for_command(Command.SET_ADDRESS)
+    assert is_caught(process, signal.SIGINT)
+    process.send_signal(signal.SIGINT)
+    wait_for(lambda: not is_caught(process, signal.SIGINT), "the first interrupt to be taken")
+    assert process.poll() is None
+    process.send_signal(signal.SIGINT)
+    process.communicate(timeout=PATIENCE)
+    assert process.returncode == -signal.SIGINT
 
 
 def test_address_of_a_panel_that_does_not_know_itself_is_held(fake, mvdpctl, plan):

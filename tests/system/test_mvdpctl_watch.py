@@ -1,5 +1,7 @@
 """mvdpctl watches panels appear, change and vanish."""
 
+import contextlib
+import os
 import re
 import signal
 
@@ -8,21 +10,23 @@ import pytest
 import mvdp
 from fakepanel import Identity
 from mvdpctlrun import (  # pylint: disable=unused-import
-    fixture_fake, fixture_wire, Watch, DONE, MAC, MAC2, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS)
+    fixture_fake, fixture_wire, process_state, program, Terminal, Watch, DONE, MAC, MAC2, OTHER_ADDRESS,
+    PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, TROUBLE)
+from waiting import PATIENCE, wait_for
 
 TIME = r"\d\d\d\d-\d\d-\d\dT\d\d:\d\d:\d\d(Z|[+-]\d\d:\d\d)"
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
 def test_events_are_lines(wire, fake, number):
     watch = Watch(wire[1])
-    assert re.fullmatch(rf"\d\d:\d\d:\d\d appeared  {MAC}  192\.168\.10\.5/24     1\.234\.56\.7  QM316-44LRNA",
+    assert re.fullmatch(rf"\d\d:\d\d:\d\d appeared {MAC} 192\.168\.10\.5/24    1\.234\.56\.7 QM316-44LRNA",
                         watch.line())
     fake.panels[0].address = OTHER_ADDRESS
-    assert re.fullmatch(rf"\d\d:\d\d:\d\d changed   {MAC}  192\.168\.10\.5/24 -> 192\.168\.10\.6/24", watch.line())
+    assert re.fullmatch(rf"\d\d:\d\d:\d\d changed  {MAC} 192\.168\.10\.5/24 -> 192\.168\.10\.6/24", watch.line())
     fake.panels.append(Identity(mac=MAC2, description=b"\x1b[2J\r\nx"))
-    assert re.fullmatch(rf"\d\d:\d\d:\d\d appeared  {MAC2}  .*  \?\[2J\?\?x", watch.line())
+    assert re.fullmatch(rf"\d\d:\d\d:\d\d appeared {MAC2} .* \?\[2J\?\?x", watch.line())
     del fake.panels[0]
-    assert re.fullmatch(rf"\d\d:\d\d:\d\d vanished  {MAC}  192\.168\.10\.6/24     .*", watch.line())
+    assert re.fullmatch(rf"\d\d:\d\d:\d\d vanished {MAC} 192\.168\.10\.6/24    .*", watch.line())
     assert watch.end(number) == (DONE, "Panels at the end: 1.\n")
 
 
@@ -71,6 +75,48 @@ def test_flood_does_not_keep_it_from_ending(wire, fake):
     code, err = watch.end()
     assert code == DONE
     assert "of the wrong length" in err
+
+
+def test_full_disk_ends_it(wire, fake):
+    assert fake
+    completed = wire[1].run(["sh", "-c", '"$0" watch >/dev/full', program()], capture_output=True, timeout=4 * PATIENCE)
+    assert completed.returncode == TROUBLE
+    assert b"mvdpctl: the result could not be written\n" in completed.stderr
+
+
+def test_reader_that_stalls_does_not_keep_it_from_ending(wire, fake):
+    unread, full = os.pipe()
+    os.set_blocking(full, False)
+    with contextlib.suppress(BlockingIOError):
+        while True:
+            os.write(full, bytes(4096))
+    os.set_blocking(full, True)
+    process = wire[1].popen([program(), "watch", "--csv"], stdin=-3, stdout=full, stderr=-1)
+    os.close(full)
+    # It has asked, and what it would do next is write its first line.
+    fake.wait_for_command(mvdp.Command.DISCOVER)
+    wait_for(lambda: process_state(process) == "S", "it to wait for its reader")
+    process.send_signal(signal.SIGTERM)
+    _, err = process.communicate(timeout=PATIENCE)
+    os.close(unread)
+    assert process.returncode == TROUBLE
+    assert b"mvdpctl: the result could not be written\n" in err
+
+
+def test_long_change_is_broken_between_words(wire, fake):
+    terminal = Terminal(wire[1], "watch", "--timeout", "0.5", "--rounds", "8")
+    terminal.read_until(b"QM316-44LRNA\r\n")
+    fake.panels[0].gateway = "192.168.10.254"
+    fake.panels[0].description = b"QM316-44LRNA at the far end of the row"
+    terminal.read_until(b"row'\r\n")
+    terminal.process.send_signal(signal.SIGINT)
+    code, lines = terminal.finish()
+    assert code == DONE
+    assert all(len(line) <= 80 for line in lines)
+    assert re.fullmatch(
+        rf"\d\d:\d\d:\d\d changed  {MAC} gateway 192\.168\.10\.1 -> 192\.168\.10\.254, "
+        r"description 'QM316-44LRNA' -> 'QM316-44LRNA at the far end of the row'",
+        " ".join(line.strip() for line in lines[1:-1]))
 
 
 def test_cable_that_is_pulled_is_watched_on(wire, fake):

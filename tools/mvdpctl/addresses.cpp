@@ -3,16 +3,25 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QRegularExpression>
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 
 std::optional<std::uint32_t> ipv4FromText(const QString &text)
 {
-    in_addr address = {};
-    if (text.contains(QChar(0)) || inet_pton(AF_INET, text.toUtf8().constData(), &address) != 1)
+    // Not QHostAddress: it takes octal and hexadecimal parts, and fewer than four.
+    static const QRegularExpression form(
+        QStringLiteral("\\A(0|[1-9][0-9]{0,2})\\.(0|[1-9][0-9]{0,2})\\.(0|[1-9][0-9]{0,2})\\."
+                       "(0|[1-9][0-9]{0,2})\\z"));
+    const QRegularExpressionMatch match = form.match(text);
+    if (!match.hasMatch())
         return std::nullopt;
-    return ntohl(address.s_addr);
+    std::uint32_t address = 0;
+    for (int part = 1; part <= 4; ++part) {
+        const unsigned number = match.captured(part).toUInt();
+        if (number > 255)
+            return std::nullopt;
+        address = address << 8 | number;
+    }
+    return address;
 }
 
 QString ipv4Text(std::uint32_t address)

@@ -78,7 +78,7 @@ EchoStatistics EchoRun::run(int count, std::chrono::milliseconds interval, std::
 void EchoRun::listen(Clock::time_point deadline, bool untilAllAnswered)
 {
     while (!m_guard.isInterrupted() && !(untilAllAnswered && m_statistics.isComplete())) {
-        const auto received = m_exchange.nextDatagram(deadline);
+        const auto received = m_exchange.nextDatagram(InterruptGuard::nextLook(deadline));
         if (received)
             take(*received);
         else if (Clock::now() >= deadline)

@@ -51,7 +51,8 @@ void Exchange::send(const Request &request, const std::vector<Destination> &dest
     const QStringList problems = m_transport.problems();
     throw Failure{ExitCode::NetworkTrouble,
                   problems.isEmpty() ? QStringLiteral("no network interface to send on") : problems.last(),
-                  QStringLiteral("Look at 'ip -4 address' and the cable, or choose with --interface.")};
+                  QStringLiteral("See which addresses this computer has, look at the cable, or choose with "
+                                 "--interface.")};
 }
 
 bool Exchange::trySend(const Request &request, const std::vector<Destination> &destinations)
@@ -150,6 +151,11 @@ QString Exchange::noAnswerAdvice() const
         QStringLiteral("Check power and cable of the panel. A firewall here must let UDP answers in: "
                        "fix their port with --source-port and open it (it was %1 this time).")
             .arg(m_transport.localPort());
+    const QStringList mute = m_transport.interfacesWithoutAddress();
+    if (!mute.isEmpty())
+        advice +=
+            QStringLiteral(" Nothing was asked on %1, which has a cable but no IPv4 address: give it one.")
+                .arg(mute.join(QStringLiteral(", ")));
     QStringList filtered;
     for (const NetworkInterface &interface : m_transport.interfaces()) {
         if (std::max(reversePathFilter(interface.name), reversePathFilter(QStringLiteral("all"))) > 0)

@@ -27,7 +27,7 @@ public:
     void send(const Request &request, const std::vector<Destination> &destinations);
     // The same, with a warning for what cannot be sent; false when nothing could.
     bool trySend(const Request &request, const std::vector<Destination> &destinations);
-    // The next answer before the deadline; nothing when there is none, or when a signal came.
+    // The next answer before the deadline.
     std::optional<Received> nextAnswer(const Request &request, Clock::time_point deadline);
     // The same for a request of which the caller judges the answers by itself.
     std::optional<Received> nextDatagram(Clock::time_point deadline);

@@ -14,17 +14,18 @@ struct InterfaceAddress {
     bool contains(std::uint32_t other) const { return ((address ^ other) & netmask) == 0; }
 };
 
-// A network interface of this computer that is up and has at least one IPv4 address.
+// A network interface of this computer that is up.
 struct NetworkInterface {
     unsigned index = 0;
     QString name;
     bool isLoopback = false;
+    bool hasCarrier = false;
     bool canBroadcast = false;
     bool canMulticast = false;
-    std::vector<InterfaceAddress> addresses;
+    std::vector<InterfaceAddress> addresses; // IPv4; with none of them nothing can be sent
 };
 
-// In the order of their indices, loopback included. Throws Failure when the kernel does not tell.
+// In the order of their indices, loopback included. Empty when the system does not tell.
 std::vector<NetworkInterface> upInterfaces();
 
 #endif // INTERFACES_H

@@ -1,52 +1,44 @@
 #include "interrupt.h"
 
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+
 namespace
 {
 
-volatile std::sig_atomic_t interrupted = 0;
-const sigset_t *currentMask = nullptr;
+// On some systems the handler runs in a thread of its own.
+std::atomic<bool> interrupted(false);
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait");
+
+const std::chrono::milliseconds LookInterval(100);
 
 void interrupt(int)
 {
-    interrupted = 1;
+    interrupted = true;
 }
 
 } // namespace
 
 InterruptGuard::InterruptGuard()
 {
-    interrupted = 0;
-    sigset_t ours;
-    sigemptyset(&ours);
-    sigaddset(&ours, SIGINT);
-    sigaddset(&ours, SIGTERM);
-    sigprocmask(SIG_BLOCK, &ours, &m_maskBefore);
-    currentMask = &m_maskBefore;
-
-    struct sigaction action = {};
-    action.sa_handler = interrupt; // without SA_RESTART: the wait must end
-    sigaction(SIGINT, &action, &m_interruptBefore);
-    sigaction(SIGTERM, &action, &m_terminateBefore);
+    interrupted = false;
+    m_interruptBefore = catchNextSignal(SIGINT, interrupt);
+    m_terminateBefore = catchNextSignal(SIGTERM, interrupt);
 }
 
 InterruptGuard::~InterruptGuard()
 {
-    // A signal that is still waiting is taken by our handler here, not by the one that ends the program.
-    sigprocmask(SIG_SETMASK, &m_maskBefore, nullptr);
-    currentMask = nullptr;
-    sigaction(SIGINT, &m_interruptBefore, nullptr);
-    sigaction(SIGTERM, &m_terminateBefore, nullptr);
+    std::signal(SIGINT, m_interruptBefore);
+    std::signal(SIGTERM, m_terminateBefore);
 }
 
 bool InterruptGuard::isInterrupted() const
 {
-    // Under a flood of datagrams no wait ever begins, so the signal stays pending.
-    sigset_t pending;
-    sigpending(&pending);
-    return interrupted != 0 || sigismember(&pending, SIGINT) == 1 || sigismember(&pending, SIGTERM) == 1;
+    return interrupted;
 }
 
-const sigset_t *InterruptGuard::waitMask()
+Clock::time_point InterruptGuard::nextLook(Clock::time_point deadline)
 {
-    return currentMask;
+    return std::min(deadline, Clock::now() + LookInterval);
 }

@@ -1,10 +1,12 @@
 #ifndef INTERRUPT_H
 #define INTERRUPT_H
 
-#include <csignal>
+#include "clock.h"
+#include "platform.h"
 
-// While one lives, Ctrl-C and a request to terminate no longer end the program: they cut short what waits for
-// datagrams, and the command ends by itself, in order. One at a time, in a program of one thread.
+// While one lives, the first Ctrl-C and the first request to terminate do not end the program: the command
+// sees them and ends by itself, in order. The second ends the program at once, for a command that does not
+// come to its end. One guard at a time.
 class InterruptGuard
 {
 public:
@@ -15,14 +17,12 @@ public:
 
     bool isInterrupted() const;
 
-    // The signals that may interrupt a wait, for ppoll(): they are blocked at all other times, so that none
-    // is lost between a look at isInterrupted() and the wait. Null without a guard.
-    static const sigset_t *waitMask();
+    // When a wait until `deadline` must end to have isInterrupted() looked at soon enough for a person.
+    static Clock::time_point nextLook(Clock::time_point deadline);
 
 private:
-    sigset_t m_maskBefore = {};
-    struct sigaction m_interruptBefore = {};
-    struct sigaction m_terminateBefore = {};
+    SignalHandler m_interruptBefore;
+    SignalHandler m_terminateBefore;
 };
 
 #endif // INTERRUPT_H

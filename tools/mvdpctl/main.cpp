@@ -1,10 +1,11 @@
 #include "command.h"
 #include "failure.h"
+#include "platform.h"
 #include "terminal.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QStringList>
 
-#include <clocale>
 #include <cstdio>
 
 namespace
@@ -49,18 +50,19 @@ ExitCode run(const QStringList &words, Terminal &terminal)
     }
 }
 
+// Qt's own remarks, on the locale or on an option that a socket lacks, are not for the tool's user: what of
+// it matters is told as a Failure.
+void dropRemark(QtMsgType, const QMessageLogContext &, const QString &) {}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    // For the character set of the terminal only: numbers are read and written the same way everywhere.
-    std::setlocale(LC_CTYPE, "");
-    Terminal terminal;
-    QStringList words;
-    for (int index = 1; index < argc; ++index)
-        words << QString::fromUtf8(argv[index]);
+    Terminal terminal(prepareStreams());
+    qInstallMessageHandler(dropRemark);
+    const QCoreApplication application(argc, argv);
     try {
-        const ExitCode code = run(words, terminal);
+        const ExitCode code = run(commandLineWords(argc, argv), terminal);
         // Every failed write of the run is remembered there.
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
             throw Failure{ExitCode::NetworkTrouble, QStringLiteral("the result could not be written"),

@@ -122,7 +122,7 @@ const OutcomeFacts &factsOf(Outcome outcome)
         {"blocked", ExitCode::NoAnswer, "%1 did not get %2: another panel still holds the address",
          "First have that other panel take its own new address; then run the plan again."},
         {"trouble", ExitCode::NetworkTrouble, "%1 did not get %2: this computer could not send",
-         "Look at 'ip -4 address' and the cable, then run the plan again."},
+         "See which addresses this computer has, look at the cable, and run the plan again."},
         {"not tried", ExitCode::NoAnswer, "%1 did not get %2: interrupted before",
          "Run the plan again: what is done is skipped."},
     };

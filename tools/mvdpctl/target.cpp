@@ -3,8 +3,6 @@
 #include "discovery.h"
 #include "failure.h"
 
-#include <netinet/in.h>
-
 #include <algorithm>
 #include <iterator>
 
@@ -108,9 +106,10 @@ PanelList searchFor(const TargetName &name, Session &session)
     if (name.address && session.transport.reachesMany(*name.address))
         throwUsage(QStringLiteral("%1 is not the address of one panel").arg(name.text));
     Search search = {session.everywhere(), session.searchPatience(), {}};
-    const bool hasRoute = name.address && session.transport.hasRouteTo(*name.address);
-    if (hasRoute)
-        search.destinations.push_back({*name.address, 0, 0});
+    if (name.address && Transport::hasRouteTo(*name.address)) {
+        const auto towards = session.transport.towards(*name.address);
+        search.destinations.insert(search.destinations.end(), towards.begin(), towards.end());
+    }
     return discoverPanels(session.exchange, session.terminal, search);
 }
 
@@ -144,10 +143,10 @@ std::vector<std::vector<Destination>> waysTo(const Panel &panel, const Session &
         if (interface.index != panel.interfaceIndex || isZero(panel.mac))
             continue;
         if (interface.canBroadcast)
-            ways.push_back({{INADDR_BROADCAST, interface.index, 0}});
+            ways.push_back({{LimitedBroadcast, interface.index, 0}});
         if (interface.canMulticast)
             ways.push_back({{MvdpDatagram::MulticastGroup, interface.index, 0}});
     }
-    ways.push_back({{panel.source, 0, 0}});
+    ways.push_back(session.transport.towards(panel.source));
     return ways;
 }

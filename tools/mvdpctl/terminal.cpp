@@ -2,22 +2,8 @@
 
 #include "csv.h"
 
-#include <langinfo.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-#include <cstring>
-
 namespace
 {
-
-const int DefaultColumns = 80;
-
-int columnsOf(int terminal)
-{
-    winsize size = {};
-    return ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : DefaultColumns;
-}
 
 bool isUnfit(QChar character)
 {
@@ -34,14 +20,9 @@ bool isUnfit(QChar character)
 
 } // namespace
 
-Terminal::Terminal()
-    : m_characterSet(CharacterSet::Ascii)
+Terminal::Terminal(CharacterSet characterSet)
+    : m_characterSet(characterSet)
 {
-    const char *name = nl_langinfo(CODESET);
-    if (std::strcmp(name, "UTF-8") == 0)
-        m_characterSet = CharacterSet::Utf8;
-    else if (std::strcmp(name, "ISO-8859-1") == 0)
-        m_characterSet = CharacterSet::Latin1;
 }
 
 Terminal::~Terminal()
@@ -107,11 +88,11 @@ void Terminal::trace(const QString &lines)
 
 void Terminal::progress(const QString &line)
 {
-    if (m_quiet || m_verbose || isatty(STDERR_FILENO) == 0)
+    if (m_quiet || m_verbose || !isTerminal(stderr))
         return;
     clearProgress();
     // A line that wraps could not be taken back.
-    std::fputs(encode(printable(m_progressPrefix + line).left(columnsOf(STDERR_FILENO) - 1)).constData(),
+    std::fputs(encode(printable(m_progressPrefix + line).left(terminalColumns(stderr) - 1)).constData(),
                stderr);
     std::fflush(stderr);
     m_progressShown = true;
@@ -119,14 +100,14 @@ void Terminal::progress(const QString &line)
 
 bool Terminal::canAsk() const
 {
-    return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
+    return isTerminal(stdin) && isTerminal(stderr);
 }
 
 bool Terminal::ask(const QString &question)
 {
     clearProgress();
     const QString text = printable(question) + QStringLiteral(" [y/N] ");
-    std::fputs(encode(wrapped(text, columnsOf(STDERR_FILENO))).constData(), stderr);
+    std::fputs(encode(wrapped(text, terminalColumns(stderr))).constData(), stderr);
     std::fflush(stderr);
     char answer[16] = {};
     if (std::fgets(answer, sizeof answer, stdin) == nullptr) {
@@ -138,9 +119,14 @@ bool Terminal::ask(const QString &question)
     return word == "y" || word == "yes";
 }
 
+bool Terminal::canPrint() const
+{
+    return std::ferror(stdout) == 0;
+}
+
 int Terminal::columns() const
 {
-    return isatty(STDOUT_FILENO) != 0 ? columnsOf(STDOUT_FILENO) : 0;
+    return isTerminal(stdout) ? terminalColumns(stdout) : 0;
 }
 
 QByteArray Terminal::encode(const QString &text) const
@@ -166,7 +152,7 @@ void Terminal::write(FILE *stream, const QString &line)
 void Terminal::writeMessage(const QString &line)
 {
     const QString safe = printable(line);
-    write(stderr, isatty(STDERR_FILENO) != 0 ? wrapped(safe, columnsOf(STDERR_FILENO)) : safe);
+    write(stderr, isTerminal(stderr) ? wrapped(safe, terminalColumns(stderr)) : safe);
 }
 
 void Terminal::clearProgress()

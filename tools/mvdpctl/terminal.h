@@ -1,6 +1,8 @@
 #ifndef TERMINAL_H
 #define TERMINAL_H
 
+#include "platform.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -12,8 +14,7 @@
 class Terminal
 {
 public:
-    // Reads the locale's character set, so the locale must have been set.
-    Terminal();
+    explicit Terminal(CharacterSet characterSet);
     ~Terminal();
     Terminal(const Terminal &) = delete;
     Terminal &operator=(const Terminal &) = delete;
@@ -43,6 +44,9 @@ public:
     // True when the answer was "yes" or "y".
     bool ask(const QString &question);
 
+    // False once a result could not be written: nobody reads it any more, or the disk is full.
+    bool canPrint() const;
+
     // Columns of standard output; 0 when it is no terminal, that is, when nothing need be cut.
     int columns() const;
 
@@ -52,7 +56,6 @@ private:
     void writeMessage(const QString &line);
     void clearProgress();
 
-    enum class CharacterSet { Utf8, Latin1, Ascii };
     CharacterSet m_characterSet;
     QString m_progressPrefix;
     bool m_quiet = false;

@@ -2,13 +2,11 @@
 
 #include "addresses.h"
 #include "failure.h"
-#include "interrupt.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <QtCore/QVariant>
+#include <QtNetwork/QNetworkDatagram>
+#include <QtNetwork/QNetworkInterface>
+#include <QtNetwork/QUdpSocket>
 
 #include <algorithm>
 #include <cerrno>
@@ -22,33 +20,18 @@ const int GroupHopLimit = 16;
 // Forty panels answer a broadcast at the same moment, each three times.
 const int ReceiveBufferBytes = 1 << 20;
 
-QString lastError()
-{
-    return QString::fromLocal8Bit(std::strerror(errno));
-}
-
-sockaddr_in socketAddress(std::uint32_t address, std::uint16_t port)
-{
-    sockaddr_in result = {};
-    result.sin_family = AF_INET;
-    result.sin_addr.s_addr = htonl(address);
-    result.sin_port = htons(port);
-    return result;
-}
-
 bool isMulticast(std::uint32_t address)
 {
     return address >> 28 == 0xE;
 }
 
-bool setIntOption(int socket, int level, int option, int value)
-{
-    return setsockopt(socket, level, option, &value, sizeof value) == 0;
-}
-
-QString sendAdvice(int error)
+// Qt has one sentence for every reason why a datagram cannot be sent; where sockets are POSIX, the reason
+// itself is in errno, which was 0 before.
+QString reasonText(const QUdpSocket &socket, int error)
 {
     switch (error) {
+    case 0:
+        return socket.errorString();
     case ENETUNREACH:
     case EHOSTUNREACH:
         return QStringLiteral("there is no route to it");
@@ -59,44 +42,22 @@ QString sendAdvice(int error)
     }
 }
 
-std::uint16_t portOf(int descriptor)
+// Port 0 takes a free one, but never the panels' own, which systems hand out now and then: replies to all, by
+// broadcast or to the group, would reach the panels themselves, and an echo is one more request to them.
+std::unique_ptr<QUdpSocket> boundSocket(std::uint16_t port)
 {
-    sockaddr_in address = {};
-    socklen_t size = sizeof address;
-    const bool known = getsockname(descriptor, reinterpret_cast<sockaddr *>(&address), &size) == 0;
-    return known ? ntohs(address.sin_port) : 0;
-}
-
-// Port 0 takes a free one, but never the panels' own, which the kernel hands out now and then: replies to
-// all, by broadcast or to the group, would reach the panels themselves, and an echo is one more request to
-// them.
-int boundSocket(std::uint16_t port)
-{
-    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-    if (descriptor < 0) {
+    auto socket = std::make_unique<QUdpSocket>();
+    if (!socket->bind(QHostAddress(QHostAddress::AnyIPv4), port, QAbstractSocket::DontShareAddress)) {
         throw Failure{
-            ExitCode::NetworkTrouble, QStringLiteral("no UDP socket: %1").arg(lastError()),
-            QStringLiteral("See what forbids it: a sandbox, a limit of open files, a security policy.")};
+            ExitCode::NetworkTrouble,
+            QStringLiteral("UDP port %1 cannot be used: %2").arg(port).arg(socket->errorString()),
+            port == 0 ? QStringLiteral("See what forbids it: a sandbox, a limit of open files, a security "
+                                       "policy.")
+                      : QStringLiteral("Give another --source-port, or leave it out to take any free port.")};
     }
-    sockaddr_in address = socketAddress(INADDR_ANY, port);
-    if (bind(descriptor, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
-        const QString error = lastError();
-        close(descriptor);
-        throw Failure{ExitCode::NetworkTrouble,
-                      QStringLiteral("UDP port %1 cannot be used: %2").arg(port).arg(error),
-                      QStringLiteral("Give another --source-port, or leave it out to take any free port.")};
-    }
-    if (port != 0 || portOf(descriptor) != MvdpDatagram::Port)
-        return descriptor;
-    // Held until there is another one.
-    try {
-        const int other = boundSocket(0);
-        close(descriptor);
-        return other;
-    } catch (...) {
-        close(descriptor);
-        throw;
-    }
+    if (port != 0 || socket->localPort() != MvdpDatagram::Port)
+        return socket;
+    return boundSocket(0); // `socket` holds the port until there is another one
 }
 
 } // namespace
@@ -116,54 +77,51 @@ QString wayName(Way way)
 
 Transport::Transport(const TransportOptions &options)
     : m_socket(boundSocket(options.sourcePort))
-    , m_localPort(portOf(m_socket))
     , m_onlyOneInterface(!options.interface.isEmpty())
 {
-    try {
-        chooseInterfaces(options.interface);
-        setOptions(options.interface);
-        joinGroup();
-    } catch (...) {
-        close(m_socket);
-        throw;
-    }
+    chooseInterfaces(options.interface);
+    setOptions();
+    joinGroup();
 }
 
-Transport::~Transport()
-{
-    close(m_socket);
-}
+Transport::~Transport() = default;
 
 void Transport::chooseInterfaces(const QString &name)
 {
-    QStringList names;
-    for (const NetworkInterface &interface : upInterfaces()) {
-        names << interface.name;
-        if (name.isEmpty() ? !interface.isLoopback : interface.name == name)
+    const std::vector<NetworkInterface> all = upInterfaces();
+    for (const NetworkInterface &interface : all) {
+        if (name.isEmpty() ? interface.isLoopback : interface.name != name)
+            continue;
+        if (!interface.addresses.empty())
             m_interfaces.push_back(interface);
+        else if (interface.hasCarrier)
+            m_interfacesWithoutAddress << interface.name;
     }
-    if (!name.isEmpty() && m_interfaces.empty()) {
-        throw Failure{
-            ExitCode::NetworkTrouble,
-            QStringLiteral("there is no interface '%1' that is up and has an IPv4 address").arg(name),
-            names.isEmpty() ? QStringLiteral("This computer has none at all: see 'ip -4 address'.")
-                            : QStringLiteral("Choose one of: %1.").arg(names.join(QStringLiteral(", ")))};
-    }
+    if (!name.isEmpty() && m_interfaces.empty())
+        failWithoutInterface(name, all);
 }
 
-void Transport::setOptions(const QString &interface)
+void Transport::failWithoutInterface(const QString &name, const std::vector<NetworkInterface> &all)
 {
-    setIntOption(m_socket, SOL_SOCKET, SO_BROADCAST, 1);
-    setIntOption(m_socket, SOL_SOCKET, SO_RCVBUF, ReceiveBufferBytes);
-    setIntOption(m_socket, IPPROTO_IP, IP_MULTICAST_TTL, GroupHopLimit);
-    // Tells with each datagram on which interface it came and how it was addressed.
-    setIntOption(m_socket, IPPROTO_IP, IP_PKTINFO, 1);
-    if (!interface.isEmpty()) {
-        // Older kernels allow this to root only. Without it receive() sorts out the other interfaces.
-        const QByteArray name = interface.toLocal8Bit();
-        setsockopt(m_socket, SOL_SOCKET, SO_BINDTODEVICE, name.constData(),
-                   static_cast<socklen_t>(name.size()));
+    QStringList usable;
+    for (const NetworkInterface &interface : all) {
+        if (!interface.addresses.empty())
+            usable << interface.name;
+        else if (interface.name == name)
+            throw Failure{ExitCode::NetworkTrouble,
+                          QStringLiteral("the interface '%1' has no IPv4 address").arg(name),
+                          QStringLiteral("Give it one: any will do, also outside the panels' subnets.")};
     }
+    throw Failure{ExitCode::NetworkTrouble, QStringLiteral("there is no interface '%1' that is up").arg(name),
+                  usable.isEmpty()
+                      ? QStringLiteral("This computer has none with an IPv4 address.")
+                      : QStringLiteral("Choose one of: %1.").arg(usable.join(QStringLiteral(", ")))};
+}
+
+void Transport::setOptions()
+{
+    m_socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, ReceiveBufferBytes);
+    m_socket->setSocketOption(QAbstractSocket::MulticastTtlOption, GroupHopLimit);
 }
 
 void Transport::joinGroup()
@@ -171,14 +129,19 @@ void Transport::joinGroup()
     for (const NetworkInterface &interface : m_interfaces) {
         if (!interface.canMulticast)
             continue;
-        ip_mreqn membership = {};
-        membership.imr_multiaddr.s_addr = htonl(MvdpDatagram::MulticastGroup);
-        membership.imr_ifindex = static_cast<int>(interface.index);
-        if (setsockopt(m_socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) != 0) {
+        errno = 0;
+        const auto index = static_cast<int>(interface.index);
+        if (!m_socket->joinMulticastGroup(QHostAddress(MvdpDatagram::MulticastGroup),
+                                          QNetworkInterface::interfaceFromIndex(index))) {
             addProblem(QStringLiteral("answers to the multicast group are not heard on %1: %2")
-                           .arg(interface.name, lastError()));
+                           .arg(interface.name, reasonText(*m_socket, errno)));
         }
     }
+}
+
+std::uint16_t Transport::localPort() const
+{
+    return m_socket->localPort();
 }
 
 void Transport::addProblem(const QString &problem)
@@ -201,7 +164,7 @@ std::vector<Destination> Transport::everywhere() const
     std::vector<Destination> destinations;
     for (const NetworkInterface &interface : m_interfaces) {
         if (interface.canBroadcast) {
-            destinations.push_back({INADDR_BROADCAST, interface.index, 0});
+            destinations.push_back({LimitedBroadcast, interface.index, 0});
             for (const InterfaceAddress &own : interface.addresses) {
                 // Subnets of one or two addresses have no broadcast address.
                 if (~own.netmask > 1)
@@ -216,13 +179,13 @@ std::vector<Destination> Transport::everywhere() const
 
 std::vector<Destination> Transport::limitedBroadcasts() const
 {
-    return towards(INADDR_BROADCAST);
+    return towards(LimitedBroadcast);
 }
 
 std::vector<Destination> Transport::towards(std::uint32_t address) const
 {
-    if (!isMulticast(address) && address != INADDR_BROADCAST)
-        return {{address, 0, 0}};
+    if (!isMulticast(address) && address != LimitedBroadcast)
+        return {{address, m_onlyOneInterface ? m_interfaces.front().index : 0, 0}};
     std::vector<Destination> destinations;
     for (const NetworkInterface &interface : m_interfaces) {
         if (isMulticast(address) ? interface.canMulticast : interface.canBroadcast)
@@ -233,49 +196,28 @@ std::vector<Destination> Transport::towards(std::uint32_t address) const
 
 bool Transport::hasRouteTo(std::uint32_t address)
 {
-    const int probe = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-    if (probe < 0)
-        return false;
-    // Sends nothing: the kernel only chooses the way.
-    const sockaddr_in peer = socketAddress(address, MvdpDatagram::Port);
-    const bool hasRoute = connect(probe, reinterpret_cast<const sockaddr *>(&peer), sizeof peer) == 0;
-    close(probe);
-    return hasRoute;
+    // Sends nothing: the system only chooses the way.
+    QUdpSocket probe;
+    probe.connectToHost(QHostAddress(address), MvdpDatagram::Port);
+    return probe.state() == QAbstractSocket::ConnectedState;
 }
 
 bool Transport::send(const std::uint8_t *bytes, std::size_t size, const Destination &destination)
 {
-    sockaddr_in address = socketAddress(destination.address, MvdpDatagram::Port);
-    iovec part = {const_cast<std::uint8_t *>(bytes), size};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(in_pktinfo))] = {};
-    msghdr message = {};
-    message.msg_name = &address;
-    message.msg_namelen = sizeof address;
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    if (destination.interfaceIndex != 0) {
-        in_pktinfo information = {};
-        information.ipi_ifindex = static_cast<int>(destination.interfaceIndex);
-        information.ipi_spec_dst.s_addr = htonl(destination.sourceAddress);
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        cmsghdr *header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = IPPROTO_IP;
-        header->cmsg_type = IP_PKTINFO;
-        header->cmsg_len = CMSG_LEN(sizeof information);
-        std::memcpy(CMSG_DATA(header), &information, sizeof information);
-    }
-    ssize_t sent;
-    do
-        sent = sendmsg(m_socket, &message, 0);
-    while (sent < 0 && errno == EINTR);
-    if (sent >= 0)
+    QNetworkDatagram datagram(QByteArray(reinterpret_cast<const char *>(bytes), static_cast<int>(size)),
+                              QHostAddress(destination.address), MvdpDatagram::Port);
+    datagram.setInterfaceIndex(destination.interfaceIndex);
+    if (destination.sourceAddress != 0)
+        datagram.setSender(QHostAddress(destination.sourceAddress));
+    errno = 0;
+    if (m_socket->writeDatagram(datagram) >= 0)
         return true;
     const int error = errno;
     const QString name = interfaceName(destination.interfaceIndex);
     addProblem(QStringLiteral("nothing can be sent to %1%2: %3")
                    .arg(ipv4Text(destination.address),
-                        name.isEmpty() ? QString() : QStringLiteral(" on ") + name, sendAdvice(error)));
+                        name.isEmpty() ? QString() : QStringLiteral(" on ") + name,
+                        reasonText(*m_socket, error)));
     return false;
 }
 
@@ -286,16 +228,8 @@ std::optional<Received> Transport::receive(Clock::time_point deadline)
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         if (left.count() <= 0)
             return std::nullopt;
-        pollfd waiting = {m_socket, POLLIN, 0};
         const auto limit = std::min(left, std::chrono::milliseconds(std::chrono::hours(1)));
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
-        timespec time = {};
-        time.tv_sec = seconds.count();
-        time.tv_nsec = std::chrono::nanoseconds(limit - seconds).count();
-        const int ready = ppoll(&waiting, 1, &time, InterruptGuard::waitMask());
-        if (ready < 0)
-            return std::nullopt;
-        if (ready == 0)
+        if (!m_socket->hasPendingDatagrams() && !m_socket->waitForReadyRead(static_cast<int>(limit.count())))
             continue;
         std::optional<Received> received = receiveWaiting();
         if (received && !(m_onlyOneInterface && received->interfaceIndex != m_interfaces.front().index))
@@ -305,33 +239,18 @@ std::optional<Received> Transport::receive(Clock::time_point deadline)
 
 std::optional<Received> Transport::receiveWaiting()
 {
-    Received received;
-    sockaddr_in source = {};
-    iovec part = {received.datagram.data(), MvdpDatagram::Size};
-    alignas(cmsghdr) char control[256];
-    msghdr message = {};
-    message.msg_name = &source;
-    message.msg_namelen = sizeof source;
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    // MSG_TRUNC: the length as it travelled, also when it was longer than the buffer.
-    const ssize_t length = recvmsg(m_socket, &message, MSG_DONTWAIT | MSG_TRUNC);
-    if (length < 0)
+    const QNetworkDatagram datagram = m_socket->receiveDatagram();
+    if (!datagram.isValid())
         return std::nullopt;
-    received.length = static_cast<std::size_t>(length);
-    received.source = ntohl(source.sin_addr.s_addr);
-    received.sourcePort = ntohs(source.sin_port);
-    for (cmsghdr *header = CMSG_FIRSTHDR(&message); header != nullptr;
-         header = CMSG_NXTHDR(&message, header)) {
-        if (header->cmsg_level == IPPROTO_IP && header->cmsg_type == IP_PKTINFO) {
-            in_pktinfo information;
-            std::memcpy(&information, CMSG_DATA(header), sizeof information);
-            received.interfaceIndex = static_cast<unsigned>(information.ipi_ifindex);
-            received.way = wayTo(ntohl(information.ipi_addr.s_addr));
-        }
-    }
+    const QByteArray bytes = datagram.data();
+    Received received;
+    received.length = static_cast<std::size_t>(bytes.size());
+    std::copy_n(bytes.constData(), std::min<std::size_t>(received.length, MvdpDatagram::Size),
+                received.datagram.data());
+    received.source = datagram.senderAddress().toIPv4Address();
+    received.sourcePort = static_cast<std::uint16_t>(datagram.senderPort());
+    received.interfaceIndex = datagram.interfaceIndex();
+    received.way = wayTo(datagram.destinationAddress().toIPv4Address());
     return received;
 }
 
@@ -339,7 +258,7 @@ Way Transport::wayTo(std::uint32_t address) const
 {
     if (isMulticast(address))
         return Way::Multicast;
-    if (address == INADDR_BROADCAST)
+    if (address == LimitedBroadcast)
         return Way::Broadcast;
     for (const NetworkInterface &interface : m_interfaces) {
         for (const InterfaceAddress &own : interface.addresses) {

@@ -1,28 +1,31 @@
 #ifndef TRANSPORT_H
 #define TRANSPORT_H
 
+#include "clock.h"
 #include "interfaces.h"
 #include "mvdpdatagram.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-#include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
-using Clock = std::chrono::steady_clock;
+class QUdpSocket;
+
+constexpr std::uint32_t LimitedBroadcast = 0xFFFFFFFF;
 
 struct TransportOptions {
     QString interface;            // empty: every interface that is up, without loopback
-    std::uint16_t sourcePort = 0; // 0: the kernel chooses
+    std::uint16_t sourcePort = 0; // 0: the system chooses
 };
 
 struct Destination {
     std::uint32_t address = 0;
     unsigned interfaceIndex = 0;     // 0: the routing table decides
-    std::uint32_t sourceAddress = 0; // 0: the kernel decides
+    std::uint32_t sourceAddress = 0; // 0: the system decides
 };
 
 // How a datagram was addressed to us. A panel answers senders outside its own subnet by broadcast or to the
@@ -50,15 +53,19 @@ public:
     Transport(const Transport &) = delete;
     Transport &operator=(const Transport &) = delete;
 
+    // Those that are used.
     const std::vector<NetworkInterface> &interfaces() const { return m_interfaces; }
+    // Those that would be used if they had an IPv4 address.
+    const QStringList &interfacesWithoutAddress() const { return m_interfacesWithoutAddress; }
     QString interfaceName(unsigned index) const;
-    std::uint16_t localPort() const { return m_localPort; }
+    std::uint16_t localPort() const;
 
     // Limited broadcast, the directed broadcast of each address and the group, on each interface.
     std::vector<Destination> everywhere() const;
     // Limited broadcast alone, once on each interface: for requests that must not be carried out thrice.
     std::vector<Destination> limitedBroadcasts() const;
-    // One address, whatever it is: broadcast and multicast addresses go out on each interface.
+    // One address, whatever it is: broadcast and multicast addresses go out on each interface, any other on
+    // the one that was chosen, or else as the routing table has it.
     std::vector<Destination> towards(std::uint32_t address) const;
     // True for multicast and broadcast addresses, those of our own subnets included.
     bool reachesMany(std::uint32_t address) const { return wayTo(address) != Way::Unicast; }
@@ -66,10 +73,10 @@ public:
     // False when the routing table leads nowhere for the address.
     static bool hasRouteTo(std::uint32_t address);
 
-    // False when the kernel refused; problems() then has one more line, unless it had that one already.
+    // False when the system refused; problems() then has one more line, unless it had that one already.
     bool send(const std::uint8_t *bytes, std::size_t size, const Destination &destination);
 
-    // The next datagram that is there before `deadline`. Nothing when there is none, or when a signal came.
+    // The next datagram that is there before `deadline`.
     std::optional<Received> receive(Clock::time_point deadline);
 
     // What does not work as it should but does not stop the program, each problem once.
@@ -77,15 +84,18 @@ public:
 
 private:
     void chooseInterfaces(const QString &name);
-    void setOptions(const QString &interface);
+    [[noreturn]] static void failWithoutInterface(const QString &name,
+                                                  const std::vector<NetworkInterface> &all);
+    void setOptions();
     void joinGroup();
+    unsigned onlyInterface() const;
     void addProblem(const QString &problem);
     Way wayTo(std::uint32_t address) const;
     std::optional<Received> receiveWaiting();
 
-    int m_socket;
-    std::uint16_t m_localPort;
+    std::unique_ptr<QUdpSocket> m_socket;
     std::vector<NetworkInterface> m_interfaces;
+    QStringList m_interfacesWithoutAddress;
     bool m_onlyOneInterface;
     QStringList m_problems;
 };

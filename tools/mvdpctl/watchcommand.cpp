@@ -63,17 +63,16 @@ QStringList EventPrinter::columns()
 void EventPrinter::printText(const PanelEvent &event, const QDateTime &now)
 {
     const Panel &panel = event.panel;
+    const QString start = QStringLiteral("%1 %2 %3 ")
+                              .arg(now.toString(QStringLiteral("HH:mm:ss")))
+                              .arg(QLatin1String(eventName(event.kind)), -8)
+                              .arg(macText(panel.mac));
     const QString facts = event.kind == PanelEvent::Changed ? changesText(event.before, panel)
-                                                            : QStringLiteral("%1  %2  %3")
+                                                            : QStringLiteral("%1 %2 %3")
                                                                   .arg(addressWithNetmask(panel), -18)
                                                                   .arg(versionOrUnknown(panel), -10)
                                                                   .arg(panel.description);
-    const QString line = QStringLiteral("%1 %2  %3  %4")
-                             .arg(now.toString(QStringLiteral("HH:mm:ss")))
-                             .arg(QLatin1String(eventName(event.kind)), -8)
-                             .arg(macText(panel.mac), facts);
-    const int columns = m_session.terminal.columns();
-    m_session.terminal.print(columns > 0 ? cutTo(line, columns) : line);
+    m_session.terminal.say(start + facts);
 }
 
 class Watcher
@@ -109,7 +108,7 @@ void Watcher::run()
     m_printer.begin();
     for (;;) {
         listen(guard);
-        if (guard.isInterrupted())
+        if (guard.isInterrupted() || !m_session.terminal.canPrint())
             break;
         for (const PanelEvent &event : m_watch.endRound())
             m_printer.print(event);
@@ -131,8 +130,8 @@ void Watcher::ask()
 void Watcher::listen(const InterruptGuard &guard)
 {
     const auto deadline = Clock::now() + m_patience.timeout;
-    while (!guard.isInterrupted()) {
-        const auto reply = m_session.exchange.nextAnswer(m_request, deadline);
+    while (!guard.isInterrupted() && m_session.terminal.canPrint()) {
+        const auto reply = m_session.exchange.nextAnswer(m_request, InterruptGuard::nextLook(deadline));
         if (!reply) {
             if (Clock::now() >= deadline)
                 return;

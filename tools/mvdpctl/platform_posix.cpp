@@ -1,0 +1,55 @@
+#include "platform.h"
+
+#include <langinfo.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <cstring>
+
+namespace
+{
+
+const int DefaultColumns = 80;
+
+} // namespace
+
+CharacterSet prepareStreams()
+{
+    // For the character set only: numbers are read and written the same way everywhere.
+    std::setlocale(LC_CTYPE, "");
+    const char *name = nl_langinfo(CODESET);
+    if (std::strcmp(name, "UTF-8") == 0)
+        return CharacterSet::Utf8;
+    return std::strcmp(name, "ISO-8859-1") == 0 ? CharacterSet::Latin1 : CharacterSet::Ascii;
+}
+
+bool isTerminal(std::FILE *stream)
+{
+    return isatty(fileno(stream)) != 0;
+}
+
+int terminalColumns(std::FILE *stream)
+{
+    winsize size = {};
+    return ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : DefaultColumns;
+}
+
+QStringList commandLineWords(int argc, char *argv[])
+{
+    QStringList words;
+    for (int index = 1; index < argc; ++index)
+        words << QString::fromUtf8(argv[index]);
+    return words;
+}
+
+SignalHandler catchNextSignal(int number, SignalHandler handler)
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = static_cast<int>(SA_RESETHAND); // and no SA_RESTART: a write must end
+    struct sigaction before = {};
+    sigaction(number, &action, &before);
+    return before.sa_handler;
+}

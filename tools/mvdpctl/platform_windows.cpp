@@ -1,0 +1,56 @@
+#include "platform.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <windows.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <io.h>
+
+namespace
+{
+
+const int DefaultColumns = 80;
+
+HANDLE handleOf(std::FILE *stream)
+{
+    return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+}
+
+} // namespace
+
+CharacterSet prepareStreams()
+{
+    // Lines end in a line feed alone, as in every other system's output.
+    _setmode(_fileno(stdout), _O_BINARY);
+    DWORD mode = 0;
+    // For the escape sequence that takes a line of progress back.
+    if (GetConsoleMode(handleOf(stderr), &mode))
+        SetConsoleMode(handleOf(stderr), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    return GetConsoleOutputCP() == CP_UTF8 ? CharacterSet::Utf8 : CharacterSet::Ascii;
+}
+
+bool isTerminal(std::FILE *stream)
+{
+    return _isatty(_fileno(stream)) != 0;
+}
+
+int terminalColumns(std::FILE *stream)
+{
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    return GetConsoleScreenBufferInfo(handleOf(stream), &info) ? info.srWindow.Right - info.srWindow.Left + 1
+                                                               : DefaultColumns;
+}
+
+QStringList commandLineWords(int, char *[])
+{
+    // argv lacks what the code page cannot say; Qt asks for the command line itself.
+    return QCoreApplication::arguments().mid(1);
+}
+
+SignalHandler catchNextSignal(int number, SignalHandler handler)
+{
+    // One signal a call is what std::signal() means here; nothing can cut a write short.
+    return std::signal(number, handler);
+}
