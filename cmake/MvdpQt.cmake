@@ -1,6 +1,7 @@
 # Finds one Qt major and hides which one behind targets of our own:
 #   mvdp::QtCore mvdp::QtNetwork mvdp::QtDBus mvdp::QtWidgets mvdp::QtTest
-# and the variables MVDP_QT_MAJOR and MVDP_QDBUSXML2CPP (the proxy generator's program).
+# and the variables MVDP_QT_MAJOR and MVDP_QDBUSXML2CPP (the proxy generator's program). Without MVDP_SERVICE
+# only Core, Network and Test are there.
 
 set(MVDP_QT "" CACHE STRING "Qt major version (6, 5 or 4); empty takes the newest found")
 set_property(CACHE MVDP_QT PROPERTY STRINGS "" 6 5 4)
@@ -13,13 +14,18 @@ else()
     message(FATAL_ERROR "MVDP_QT is '${MVDP_QT}'; it takes 6, 5 or 4")
 endif()
 
+set(modules Core Network)
+if(MVDP_SERVICE)
+    list(APPEND modules DBus Gui Widgets)
+endif()
+
 set(MVDP_QT_MAJOR "")
 foreach(major IN LISTS candidates)
     if(major EQUAL 4)
         find_package(Qt4 4.8 QUIET COMPONENTS QtCore QtGui QtNetwork QtDBus)
         set(found ${QT4_FOUND})
     else()
-        find_package(Qt${major} QUIET COMPONENTS Core Gui Widgets Network DBus)
+        find_package(Qt${major} QUIET COMPONENTS ${modules})
         set(found ${Qt${major}_FOUND})
     endif()
     if(found)
@@ -47,7 +53,8 @@ if(MVDP_QT_MAJOR EQUAL 4)
     set(MVDP_QDBUSXML2CPP "${QT_DBUSXML2CPP_EXECUTABLE}")
     set(qt_version "${QTVERSION}")
 else()
-    foreach(module Core Network DBus Widgets)
+    list(REMOVE_ITEM modules Gui)
+    foreach(module IN LISTS modules)
         target_link_libraries(mvdp_qt${module} INTERFACE Qt${MVDP_QT_MAJOR}::${module})
     endforeach()
     if(BUILD_TESTING OR NOT DEFINED BUILD_TESTING)

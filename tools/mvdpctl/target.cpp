@@ -138,14 +138,11 @@ std::vector<std::vector<Destination>> waysTo(const Panel &panel, const Session &
     if (const auto through = session.through())
         return {session.transport.towards(*through)};
     std::vector<std::vector<Destination>> ways;
-    for (const NetworkInterface &interface : session.transport.interfaces()) {
-        // Panels that do not know their MAC address would all feel addressed by a broadcast.
-        if (interface.index != panel.interfaceIndex || isZero(panel.mac))
-            continue;
-        if (interface.canBroadcast)
-            ways.push_back({{LimitedBroadcast, interface.index, 0}});
-        if (interface.canMulticast)
-            ways.push_back({{MvdpDatagram::MulticastGroup, interface.index, 0}});
+    for (const std::uint32_t toAll : {LimitedBroadcast, std::uint32_t(MvdpDatagram::MulticastGroup)}) {
+        const auto way = session.transport.towardsOn(panel.interfaceIndex, toAll);
+        // Panels that do not know their MAC address would all feel addressed.
+        if (!way.empty() && !isZero(panel.mac))
+            ways.push_back(way);
     }
     ways.push_back(session.transport.towards(panel.source));
     return ways;

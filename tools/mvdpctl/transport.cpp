@@ -42,6 +42,13 @@ QString reasonText(const QUdpSocket &socket, int error)
     }
 }
 
+// The system would find a source address by itself, but some choose the interface by the source address
+// alone.
+Destination throughInterface(const NetworkInterface &interface, std::uint32_t address)
+{
+    return {address, interface.index, interface.addresses.front().address};
+}
+
 // Port 0 takes a free one, but never the panels' own, which systems hand out now and then: replies to all, by
 // broadcast or to the group, would reach the panels themselves, and an echo is one more request to them.
 std::unique_ptr<QUdpSocket> boundSocket(std::uint16_t port)
@@ -164,7 +171,7 @@ std::vector<Destination> Transport::everywhere() const
     std::vector<Destination> destinations;
     for (const NetworkInterface &interface : m_interfaces) {
         if (interface.canBroadcast) {
-            destinations.push_back({LimitedBroadcast, interface.index, 0});
+            destinations.push_back(throughInterface(interface, LimitedBroadcast));
             for (const InterfaceAddress &own : interface.addresses) {
                 // Subnets of one or two addresses have no broadcast address.
                 if (~own.netmask > 1)
@@ -172,7 +179,7 @@ std::vector<Destination> Transport::everywhere() const
             }
         }
         if (interface.canMulticast)
-            destinations.push_back({MvdpDatagram::MulticastGroup, interface.index, 0});
+            destinations.push_back(throughInterface(interface, MvdpDatagram::MulticastGroup));
     }
     return destinations;
 }
@@ -188,10 +195,20 @@ std::vector<Destination> Transport::towards(std::uint32_t address) const
         return {{address, m_onlyOneInterface ? m_interfaces.front().index : 0, 0}};
     std::vector<Destination> destinations;
     for (const NetworkInterface &interface : m_interfaces) {
-        if (isMulticast(address) ? interface.canMulticast : interface.canBroadcast)
-            destinations.push_back({address, interface.index, 0});
+        const auto towards = towardsOn(interface.index, address);
+        destinations.insert(destinations.end(), towards.begin(), towards.end());
     }
     return destinations;
+}
+
+std::vector<Destination> Transport::towardsOn(unsigned interfaceIndex, std::uint32_t address) const
+{
+    for (const NetworkInterface &interface : m_interfaces) {
+        if (interface.index == interfaceIndex &&
+            (isMulticast(address) ? interface.canMulticast : interface.canBroadcast))
+            return {throughInterface(interface, address)};
+    }
+    return {};
 }
 
 bool Transport::hasRouteTo(std::uint32_t address)

@@ -67,6 +67,8 @@ public:
     // One address, whatever it is: broadcast and multicast addresses go out on each interface, any other on
     // the one that was chosen, or else as the routing table has it.
     std::vector<Destination> towards(std::uint32_t address) const;
+    // The limited broadcast or a multicast address on one interface; nothing where that cannot carry it.
+    std::vector<Destination> towardsOn(unsigned interfaceIndex, std::uint32_t address) const;
     // True for multicast and broadcast addresses, those of our own subnets included.
     bool reachesMany(std::uint32_t address) const { return wayTo(address) != Way::Unicast; }
 
@@ -88,7 +90,6 @@ private:
                                                   const std::vector<NetworkInterface> &all);
     void setOptions();
     void joinGroup();
-    unsigned onlyInterface() const;
     void addProblem(const QString &problem);
     Way wayTo(std::uint32_t address) const;
     std::optional<Received> receiveWaiting();
