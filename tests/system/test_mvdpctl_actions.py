@@ -10,9 +10,9 @@ import mvdp
 from fakepanel import FakePanel, Identity
 from mvdp import Command
 from mvdpctlrun import (  # pylint: disable=unused-import
-    fixture_fake, fixture_mvdpctl, fixture_wire, Result, Terminal, program, DONE, HASTY, HEADINGS, LINE, MAC,
-    MAC2, NOBODY, NO_ANSWER, NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT, REFUSED, SEARCHING,
-    TOOL_ADDRESS, TROUBLE, USAGE)
+    fixture_fake, fixture_mvdpctl, fixture_wire, Result, Terminal, program, DONE, FAR_ADDRESS, HASTY, HEADINGS, LINE, MAC,
+    MAC2, NOBODY, NO_ANSWER, NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT, REFUSED,
+    SEARCHING, TOOL_ADDRESS, TROUBLE, USAGE)
 from netns import Namespace, join
 from waiting import PATIENCE, wait_for
 
@@ -62,6 +62,20 @@ def test_lost_echoes_are_no_answer(fake, mvdpctl):
     assert result.code == NO_ANSWER
     assert "2 sent, 0 came back, 2 lost (100 %)" in result.lines
     assert "no echo from 192.168.10.5" in result.err
+
+
+def test_silence_of_a_panel_in_a_foreign_subnet_is_explained(wire, fake, mvdpctl):
+    fake.panels = [Identity(address=FAR_ADDRESS, source=FAR_ADDRESS)]
+    fake.way = "broadcast"
+    fake.unanswered = {Command.ECHO}
+    wire[1].route("10.9.0.0/24 dev eth0")
+    try:
+        result = mvdpctl("echo", MAC, "--count", "1", "--timeout", "0.2", *SEARCHING)
+    finally:
+        wire[1].ip("route delete 10.9.0.0/24")
+    assert result.code == NO_ANSWER
+    assert "its address, which is on no subnet of this computer" in result.err
+    assert "cable" not in result.err
 
 
 def test_echoes_in_json_and_csv(fake, mvdpctl):
@@ -180,6 +194,16 @@ def test_settings_that_cannot_work_are_sent_by_force_only(fake, mvdpctl, setting
     assert objection in forced.err
     assert "mvdpctl: warning: " in forced.err
     assert Command.SET_ADDRESS in fake.commands()
+
+
+def test_gateway_that_is_kept_is_pointed_out(fake, mvdpctl):
+    result = mvdpctl("set", MAC, "--address", "10.20.0.31", "--yes", *SEARCHING)
+    assert result.code == USAGE
+    assert "The gateway 192.168.10.1 is outside the subnet 10.20.0.0/24 of the new address." in result.err
+    assert "give another with --gateway, 0.0.0.0 for none" in result.err
+    told = mvdpctl("set", MAC, "--address", "10.20.0.31", "--gateway", "192.168.10.1", "--yes", *SEARCHING)
+    assert "give another with --gateway" not in told.err
+    assert Command.SET_ADDRESS not in fake.commands()
 
 
 def test_two_devices_of_one_mac_are_not_set(fake, mvdpctl):
@@ -313,6 +337,18 @@ def test_help_of_each_command(mvdpctl, command):
     assert (result.code, result.err) == (DONE, "")
     assert result.lines[0].startswith(f"Usage: mvdpctl {command} ")
     assert "  --csv " in result.out
+
+
+@pytest.mark.parametrize("first", ["help", "--help", "-h"])
+def test_help_of_a_named_command(mvdpctl, first):
+    assert mvdpctl(first, "set").out == mvdpctl("set", "--help").out
+    assert mvdpctl(first, "nothing").code == USAGE
+
+
+def test_requests_of_its_own_are_not_heard_on_the_panels_port(wire, mvdpctl):
+    assert wire
+    result = mvdpctl("raw", "2", "--source-port", str(mvdp.PORT), "--timeout", "0.3")
+    assert (result.code, result.out) == (NO_ANSWER, "")
 
 
 def test_general_help_and_version(mvdpctl):

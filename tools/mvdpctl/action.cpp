@@ -26,7 +26,7 @@ public:
 private:
     Panel find();
     std::optional<Received> send(const Panel &panel);
-    std::vector<std::vector<Destination>> provenWays(const Panel &panel);
+    std::vector<Destination> provenWay(const Panel &panel);
     void report(const Panel &panel, bool isDone);
 
     bool isHarmless() const { return m_action.question == nullptr; }
@@ -56,29 +56,20 @@ Panel ActionRun::find()
     const TargetName name = targetFromText(m_session.arguments.words().first());
     const PanelList panels = searchFor(name, m_session);
     Panel panel = onlyMatch(name, panels, m_session);
-    for (const QString &objection : targetObjections(panel.mac, panels))
-        m_session.terminal.error(QStringLiteral("warning: ") + objection);
+    weighObjections(targetObjections(panel.mac, panels), true, m_session.terminal);
     return panel;
 }
 
 std::optional<Received> ActionRun::send(const Panel &panel)
 {
-    const auto ways = provenWays(panel);
     const Patience patience = m_session.arguments.patience(isHarmless() ? HarmlessRounds : 1, AnswerTimeout);
-    const Request request = Request::toMac(m_action.command, panel.mac);
-    for (int round = 0; round < patience.rounds; ++round) {
-        m_session.terminal.progress(
-            QStringLiteral("%1, attempt %2 of %3").arg(m_action.name).arg(round + 1).arg(patience.rounds));
-        m_session.exchange.send(request, ways[static_cast<std::size_t>(round) % ways.size()]);
-        if (auto answer = m_session.exchange.nextAnswer(request, Clock::now() + patience.timeout))
-            return answer;
-    }
-    return std::nullopt;
+    return m_session.exchange.ask(Request::toMac(m_action.command, panel.mac), {provenWay(panel)}, patience,
+                                  QString::fromLatin1(m_action.name));
 }
 
 // The way that a question and its answer have just travelled: a request that is sent once must not be lost to
 // a way that leads nowhere.
-std::vector<std::vector<Destination>> ActionRun::provenWays(const Panel &panel)
+std::vector<Destination> ActionRun::provenWay(const Panel &panel)
 {
     const Request question = Request::toMac(MvdpCommand::Identify, panel.mac);
     const auto ways = waysTo(panel, m_session);
@@ -88,7 +79,7 @@ std::vector<std::vector<Destination>> ActionRun::provenWays(const Panel &panel)
         for (const auto &way : ways) {
             if (m_session.exchange.trySend(question, way) &&
                 m_session.exchange.nextAnswer(question, Clock::now() + patience.timeout))
-                return {way};
+                return way;
         }
     }
     throw Failure{ExitCode::NoAnswer,
@@ -117,13 +108,6 @@ void ActionRun::report(const Panel &panel, bool isDone)
 }
 
 } // namespace
-
-const std::vector<Option> &actionOptions()
-{
-    static const std::vector<Option> options = {
-        {"to", "ADDRESS", "Reach the panel at this address, as through a router."}};
-    return options;
-}
 
 ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal)
 {

@@ -18,7 +18,4 @@ struct Action {
 // otherwise, since a panel whose answer was lost would be taken down a second time while it comes up.
 ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal);
 
-// The options of such a command: "to".
-const std::vector<Option> &actionOptions();
-
 #endif // ACTION_H

@@ -58,6 +58,12 @@ std::uint32_t netmaskOfPrefix(int length)
     return length == 0 ? 0 : 0xFFFFFFFFu << (32 - length);
 }
 
+QString addressWithNetmask(std::uint32_t address, std::uint32_t netmask)
+{
+    const auto prefix = prefixLength(netmask);
+    return ipv4Text(address) + QLatin1Char('/') + (prefix ? QString::number(*prefix) : ipv4Text(netmask));
+}
+
 std::optional<MacAddress> macFromText(const QString &text)
 {
     static const QRegularExpression form(

@@ -19,6 +19,8 @@ std::optional<std::uint32_t> netmaskFromText(const QString &text);
 // Number of leading one bits; nothing for a netmask with holes.
 std::optional<int> prefixLength(std::uint32_t netmask);
 std::uint32_t netmaskOfPrefix(int length);
+// "192.168.0.10/24", or with the netmask in full when it has holes.
+QString addressWithNetmask(std::uint32_t address, std::uint32_t netmask);
 
 // Twelve hexadecimal digits in pairs, all separated by ':' or all by '-' or not at all.
 std::optional<MacAddress> macFromText(const QString &text);

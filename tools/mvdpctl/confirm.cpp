@@ -14,3 +14,11 @@ void askConsent(const Arguments &arguments, Terminal &terminal, const QString &q
         return;
     throwUsage(QStringLiteral("nothing was sent"), QStringLiteral("Answer y, or give --yes."));
 }
+
+void weighObjections(const QStringList &objections, bool isForced, Terminal &terminal, const QString &advice)
+{
+    for (const QString &objection : objections)
+        terminal.error(isForced ? QStringLiteral("warning: ") + objection : objection);
+    if (!objections.isEmpty() && !isForced)
+        throwUsage(QStringLiteral("nothing was sent"), advice);
+}

@@ -30,10 +30,15 @@ QString csvField(const QString &text)
     return QLatin1Char('"') + field + QLatin1Char('"');
 }
 
+bool isSeparator(QChar character)
+{
+    return character == QLatin1Char(',') || character == QLatin1Char(';') || character == QLatin1Char('\t');
+}
+
 QChar separatorOf(const QString &text)
 {
     for (const QChar character : text) {
-        if (character == QLatin1Char(',') || character == QLatin1Char(';') || character == QLatin1Char('\t'))
+        if (isSeparator(character))
             return character;
         if (character == QLatin1Char('\n') || character == QLatin1Char('\r'))
             break;
@@ -58,6 +63,7 @@ private:
     bool isNext(char character) const { return !atEnd() && m_text.at(m_at) == QLatin1Char(character); }
     bool atLineEnd() const { return atEnd() || isNext('\n') || isNext('\r'); }
     void passLineEnd();
+    void passSeparatorLine();
     QString field();
     QString quotedField();
     [[noreturn]] static void fail(int line, const char *what);
@@ -71,6 +77,7 @@ private:
 std::vector<CsvRecord> CsvReader::read()
 {
     std::vector<CsvRecord> records;
+    passSeparatorLine();
     while (!atEnd()) {
         CsvRecord record = {m_line, {field()}};
         while (!atLineEnd()) {
@@ -97,6 +104,20 @@ void CsvReader::passLineEnd()
     const bool isPair = isNext('\r') && m_at + 1 < m_text.size() && m_text.at(m_at + 1) == QLatin1Char('\n');
     m_at += isPair ? 2 : 1;
     ++m_line;
+}
+
+// Some spreadsheets name the separator in a line before the first.
+void CsvReader::passSeparatorLine()
+{
+    const QString start = QStringLiteral("sep=");
+    const bool isThere =
+        m_text.startsWith(start) && m_text.size() > start.size() && m_text.at(start.size()) == m_separator;
+    if (!isThere)
+        return;
+    m_at = start.size() + 1;
+    if (!atLineEnd())
+        fail(m_line, "text behind its separator");
+    passLineEnd();
 }
 
 QString CsvReader::field()

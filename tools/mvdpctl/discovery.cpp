@@ -18,15 +18,13 @@ public:
     bool isAnyMissing() const;
 
 private:
-    using Key = std::pair<MacAddress, std::uint32_t>;
-
-    std::map<Key, int> m_thisRound;
-    std::map<Key, int> m_most;
+    std::map<PanelKey, int> m_thisRound;
+    std::map<PanelKey, int> m_most;
 };
 
 void AnswerCount::add(const Panel &panel)
 {
-    const Key key(panel.mac, panel.mac == MacAddress() ? panel.source : 0);
+    const PanelKey key = keyOf(panel);
     const int count = ++m_thisRound[key];
     int &most = m_most[key];
     most = std::max(most, count);

@@ -6,6 +6,7 @@
 
 #include <QtCore/QJsonDocument>
 
+#include <algorithm>
 #include <random>
 
 namespace
@@ -149,6 +150,21 @@ void print(const EchoStatistics &statistics, const Panel &panel, Session &sessio
     session.noteIgnored();
 }
 
+// The panel has been heard in the search, so neither its power nor its cable is to blame.
+QString silenceAdvice(std::uint32_t address, const Session &session)
+{
+    const auto &interfaces = session.transport.interfaces();
+    const bool isNear =
+        std::any_of(interfaces.begin(), interfaces.end(),
+                    [address](const NetworkInterface &interface) { return interface.isOnSubnet(address); });
+    if (isNear)
+        return session.exchange.noAnswerAdvice();
+    return QStringLiteral(
+        "It was heard by broadcast or multicast, but an echo goes to its address, which is on no "
+        "subnet of this computer: give this computer an address there, or the panel one here "
+        "with 'mvdpctl set'.");
+}
+
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
     targetFromText(arguments.words().first());
@@ -170,7 +186,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
             QStringLiteral("Something on the way changes datagrams, or two devices hold this address.")};
     if (statistics.answered() == 0)
         throw Failure{ExitCode::NoAnswer, QStringLiteral("no echo from %1").arg(ipv4Text(address)),
-                      session.exchange.noAnswerAdvice()};
+                      silenceAdvice(address, session)};
     return ExitCode::Done;
 }
 
@@ -186,7 +202,7 @@ const Command EchoCommand = {
     "least one echo came back and none was altered, 4 when one was.",
     {{{"count", "N", "How many (default 4)."},
       {"interval", "SECONDS", "Time between two (default 1)."},
-      {"to", "ADDRESS", "Reach the panel at this address, as through a router."}},
+      ThroughOption},
      1,
      1},
     run,

@@ -112,15 +112,22 @@ void Exchange::countIgnored(Verdict verdict, const Received &received)
     m_terminal.trace(QStringLiteral("  ignored: %1").arg(QLatin1String(reasonText(verdict))));
 }
 
-std::optional<Received> Exchange::ask(const Request &request, const std::vector<Destination> &destinations,
-                                      const Patience &patience)
+std::optional<Received> Exchange::ask(const Request &request,
+                                      const std::vector<std::vector<Destination>> &ways,
+                                      const Patience &patience, const QString &doing)
 {
-    for (int round = 1; round <= patience.rounds; ++round) {
-        m_terminal.progress(QStringLiteral("asking, round %1 of %2").arg(round).arg(patience.rounds));
-        send(request, destinations);
+    bool anySent = false;
+    for (int round = 0; round < patience.rounds; ++round) {
+        m_terminal.progress(
+            QStringLiteral("%1, attempt %2 of %3").arg(doing).arg(round + 1).arg(patience.rounds));
+        if (!trySend(request, ways[static_cast<std::size_t>(round) % ways.size()]))
+            continue;
+        anySent = true;
         if (std::optional<Received> answer = nextAnswer(request, Clock::now() + patience.timeout))
             return answer;
     }
+    if (!anySent)
+        send(request, ways.front()); // throws with the reason
     return std::nullopt;
 }
 

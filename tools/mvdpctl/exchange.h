@@ -34,9 +34,11 @@ public:
     // Counts a datagram that is no answer, unless it is a late answer to an earlier request of ours.
     void countIgnored(Verdict verdict, const Received &received);
 
-    // Asks all over again until an answer comes; nothing when every round brought none.
-    std::optional<Received> ask(const Request &request, const std::vector<Destination> &destinations,
-                                const Patience &patience);
+    // Asks in rounds until an answer comes, each time the next way of `ways` and then from the first on
+    // again; a round whose way cannot be sent is not waited for. Nothing when every round brought none.
+    // `doing` is for the line of progress. Throws Failure when nothing at all could be sent.
+    std::optional<Received> ask(const Request &request, const std::vector<std::vector<Destination>> &ways,
+                                const Patience &patience, const QString &doing);
 
     int ignored() const;
     // One line of a sentence with what was ignored and why.

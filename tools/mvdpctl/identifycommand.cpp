@@ -10,16 +10,10 @@ namespace
 // What a search found was told to everybody; what is shown was told to this question.
 std::optional<Panel> identify(const Panel &found, Session &session)
 {
-    const Request question = Request::toMac(MvdpCommand::Identify, found.mac);
-    const Patience patience = session.searchPatience();
-    const auto ways = waysTo(found, session);
-    for (int round = 0; round < patience.rounds; ++round) {
-        if (!session.exchange.trySend(question, ways[static_cast<std::size_t>(round) % ways.size()]))
-            continue;
-        if (const auto answer = session.exchange.nextAnswer(question, Clock::now() + patience.timeout))
-            return Panel::fromReply(*answer);
-    }
-    return std::nullopt;
+    const auto answer =
+        session.exchange.ask(Request::toMac(MvdpCommand::Identify, found.mac), waysTo(found, session),
+                             session.searchPatience(), QStringLiteral("asking"));
+    return answer ? std::optional<Panel>(Panel::fromReply(*answer)) : std::nullopt;
 }
 
 void print(const Panel &panel, Session &session)
@@ -62,6 +56,6 @@ const Command IdentifyCommand = {
     "Show the identity of one panel.",
     "A MAC address is asked for everywhere, so that its IP address need not be known\n"
     "nor be reachable. Otherwise all panels are searched for first.",
-    {{{"to", "ADDRESS", "Reach the panel at this address, as through a router."}}, 1, 1},
+    {{ThroughOption}, 1, 1},
     run,
 };

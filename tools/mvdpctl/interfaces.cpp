@@ -19,6 +19,18 @@ std::vector<InterfaceAddress> ipv4Addresses(const QNetworkInterface &interface)
 
 } // namespace
 
+bool NetworkInterface::isOnSubnet(std::uint32_t address) const
+{
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [address](const InterfaceAddress &own) { return own.contains(address); });
+}
+
+bool NetworkInterface::hasAddress(std::uint32_t address) const
+{
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [address](const InterfaceAddress &own) { return own.address == address; });
+}
+
 std::vector<NetworkInterface> upInterfaces()
 {
     std::vector<NetworkInterface> interfaces;

@@ -23,6 +23,9 @@ struct NetworkInterface {
     bool canBroadcast = false;
     bool canMulticast = false;
     std::vector<InterfaceAddress> addresses; // IPv4; with none of them nothing can be sent
+
+    bool isOnSubnet(std::uint32_t address) const;
+    bool hasAddress(std::uint32_t address) const;
 };
 
 // In the order of their indices, loopback included. Empty when the system does not tell.

@@ -16,38 +16,47 @@ bool isHelp(const QString &word)
     return word == QLatin1String("--help") || word == QLatin1String("-h") || word == QLatin1String("help");
 }
 
-ExitCode run(const QStringList &words, Terminal &terminal)
+const Command &commandNamed(const QString &name)
 {
-    if (words.isEmpty())
-        throw Failure{ExitCode::Usage, QStringLiteral("no command"), QStringLiteral("See 'mvdpctl --help'.")};
-    if (isHelp(words.first())) {
-        terminal.print(generalHelp());
-        return ExitCode::Done;
-    }
-    if (words.first() == QLatin1String("--version")) {
-        terminal.print(QStringLiteral("mvdpctl " MVDPCTL_VERSION));
-        return ExitCode::Done;
-    }
-    const Command *command = findCommand(words.first());
+    const Command *command = findCommand(name);
     if (command == nullptr) {
         throw Failure{
-            ExitCode::Usage, QStringLiteral("there is no command '%1'").arg(words.first()),
+            ExitCode::Usage, QStringLiteral("there is no command '%1'").arg(name),
             QStringLiteral("'mvdpctl --help' lists the commands; the command comes before its options.")};
     }
+    return *command;
+}
+
+ExitCode runCommand(const Command &command, const QStringList &words, Terminal &terminal)
+{
     try {
-        const Arguments arguments(words.mid(1), command->grammar);
+        const Arguments arguments(words, command.grammar);
         if (arguments.isSet("help")) {
-            terminal.print(commandHelp(*command));
+            terminal.print(commandHelp(command));
             return ExitCode::Done;
         }
         terminal.setQuiet(arguments.isSet("quiet"));
         terminal.setVerbose(arguments.isSet("verbose"));
-        return command->run(arguments, terminal);
+        return command.run(arguments, terminal);
     } catch (Failure &failure) {
         if (failure.code == ExitCode::Usage && failure.advice.isEmpty())
-            failure.advice = QStringLiteral("See 'mvdpctl %1 --help'.").arg(QLatin1String(command->name));
+            failure.advice = QStringLiteral("See 'mvdpctl %1 --help'.").arg(QLatin1String(command.name));
         throw;
     }
+}
+
+ExitCode run(const QStringList &words, Terminal &terminal)
+{
+    if (words.isEmpty())
+        throw Failure{ExitCode::Usage, QStringLiteral("no command"), QStringLiteral("See 'mvdpctl --help'.")};
+    if (words.first() == QLatin1String("--version")) {
+        terminal.print(QStringLiteral("mvdpctl " MVDPCTL_VERSION));
+        return ExitCode::Done;
+    }
+    if (!isHelp(words.first()))
+        return runCommand(commandNamed(words.first()), words.mid(1), terminal);
+    terminal.print(words.size() > 1 ? commandHelp(commandNamed(words.at(1))) : generalHelp());
+    return ExitCode::Done;
 }
 
 // Qt's own remarks, on the locale or on an option that a socket lacks, are not for the tool's user: what of

@@ -12,9 +12,7 @@ bool isForeign(const Panel &panel, const std::vector<NetworkInterface> &interfac
         std::find_if(interfaces.begin(), interfaces.end(), [&panel](const NetworkInterface &interface) {
             return interface.index == panel.interfaceIndex;
         });
-    return panel.address != 0 && heardOn != interfaces.end() &&
-           std::none_of(heardOn->addresses.begin(), heardOn->addresses.end(),
-                        [&panel](const InterfaceAddress &own) { return own.contains(panel.address); });
+    return panel.address != 0 && heardOn != interfaces.end() && !heardOn->isOnSubnet(panel.address);
 }
 
 // How many panels hold each address.
@@ -40,9 +38,7 @@ QString ownNote(const Panel &panel, const Marks &marks, std::size_t sources)
         return QStringLiteral("The panel at %1 does not know itself: its platform service is down.")
             .arg(ipv4Text(panel.source));
     if (marks.sharedMac)
-        return QStringLiteral("%1 answered from %2 addresses: two devices may share this MAC address.")
-            .arg(macText(panel.mac))
-            .arg(sources);
+        return sharedMacText(panel.mac, sources);
     if (marks.otherSource)
         return QStringLiteral("%1 tells the address %2 but answered from %3.")
             .arg(macText(panel.mac), ipv4Text(panel.address), ipv4Text(panel.source));
@@ -50,6 +46,13 @@ QString ownNote(const Panel &panel, const Marks &marks, std::size_t sources)
 }
 
 } // namespace
+
+QString sharedMacText(const MacAddress &mac, std::size_t sources)
+{
+    return QStringLiteral("%1 answered from %2 addresses: two devices may share this MAC address.")
+        .arg(macText(mac))
+        .arg(sources);
+}
 
 std::vector<Marks> marksOf(const PanelList &panels, const std::vector<NetworkInterface> &interfaces)
 {

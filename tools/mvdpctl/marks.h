@@ -24,6 +24,9 @@ std::vector<Marks> marksOf(const PanelList &panels, const std::vector<NetworkInt
 // "shared-address", "foreign-subnet" and so on: the manual page promises these words to scripts.
 QStringList markNames(const Marks &marks);
 
+// That answers under one MAC address came from so many addresses, and what may be behind it.
+QString sharedMacText(const MacAddress &mac, std::size_t sources);
+
 // Sentences for what the marks mean, each cause once for all the panels that have it.
 QStringList markNotes(const PanelList &panels, const std::vector<NetworkInterface> &interfaces);
 

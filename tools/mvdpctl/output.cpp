@@ -24,7 +24,7 @@ QString orDash(const QString &text)
 
 Row rowOf(const Panel &panel, const Marks &marks)
 {
-    QString address = addressWithNetmask(panel);
+    QString address = addressWithNetmask(panel.address, panel.netmask);
     if (marks.sharedAddress || marks.foreignSubnet)
         address += QLatin1Char(' ');
     if (marks.sharedAddress)
@@ -47,13 +47,6 @@ QString line(const Row &row, const std::array<int, ColumnCount> &widths, int col
 }
 
 } // namespace
-
-QString addressWithNetmask(const Panel &panel)
-{
-    const auto prefix = prefixLength(panel.netmask);
-    return prefix ? QStringLiteral("%1/%2").arg(ipv4Text(panel.address)).arg(*prefix)
-                  : QStringLiteral("%1/%2").arg(ipv4Text(panel.address), ipv4Text(panel.netmask));
-}
 
 QString versionOrUnknown(const Panel &panel)
 {

@@ -16,8 +16,6 @@
 // Turns the number of an interface into its name.
 using InterfaceNames = std::function<QString(unsigned)>;
 
-// "192.168.0.10/24", or with the netmask in full when it has holes.
-QString addressWithNetmask(const Panel &panel);
 // "1.234.56.7" or "unknown".
 QString versionOrUnknown(const Panel &panel);
 

@@ -11,9 +11,9 @@ const std::size_t SourceLimit = 16384;
 
 } // namespace
 
-bool isSamePanel(const Panel &one, const Panel &other)
+PanelKey keyOf(const Panel &panel)
 {
-    return one.mac == other.mac && (!isZero(one.mac) || one.source == other.source);
+    return {panel.mac, isZero(panel.mac) ? panel.source : 0};
 }
 
 Panel Panel::fromReply(const Received &reply)
@@ -72,7 +72,7 @@ bool PanelList::add(const Panel &panel)
 std::size_t PanelList::entryOf(const Panel &panel) const
 {
     const auto known = std::find_if(m_panels.begin(), m_panels.end(),
-                                    [&panel](const Panel &other) { return isSamePanel(panel, other); });
+                                    [key = keyOf(panel)](const Panel &other) { return keyOf(other) == key; });
     return static_cast<std::size_t>(known - m_panels.begin());
 }
 

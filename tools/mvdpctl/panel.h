@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <set>
+#include <utility>
 #include <vector>
 
 // A panel as one of its identity replies told it. Everything in it came from the network and may be forged;
@@ -32,8 +33,9 @@ struct Panel {
     std::uint32_t heldAddress() const { return address != 0 ? address : source; }
 };
 
-// True when both tell of the same panel: by the MAC address, or by where the replies come from if it is zero.
-bool isSamePanel(const Panel &one, const Panel &other);
+// Which panel it is: its MAC address, and where its replies come from if that is zero.
+using PanelKey = std::pair<MacAddress, std::uint32_t>;
+PanelKey keyOf(const Panel &panel);
 
 // Latin-1 bytes up to the first zero as text for people: control characters, C1 controls included, become
 // '?' so that a hostile description can neither steer a terminal nor forge a line; blanks at the end go.

@@ -38,7 +38,8 @@ QString changesText(const Panel &before, const Panel &now)
         if (from != to)
             changes << name + from + QStringLiteral(" -> ") + to;
     };
-    add(QString(), addressWithNetmask(before), addressWithNetmask(now));
+    add(QString(), addressWithNetmask(before.address, before.netmask),
+        addressWithNetmask(now.address, now.netmask));
     add(QStringLiteral("gateway "), ipv4Text(before.gateway), ipv4Text(now.gateway));
     add(QStringLiteral("version "), versionOrUnknown(before), versionOrUnknown(now));
     add(QStringLiteral("description "), QLatin1Char('\'') + before.description + QLatin1Char('\''),
@@ -54,7 +55,7 @@ PanelWatch::PanelWatch(int missedRounds)
 std::optional<PanelEvent> PanelWatch::hear(const Panel &panel)
 {
     for (Entry &entry : m_entries) {
-        if (isSamePanel(entry.told, panel)) {
+        if (keyOf(entry.told) == keyOf(panel)) {
             entry.last = panel;
             entry.wasHeard = true;
             return std::nullopt;
@@ -85,5 +86,5 @@ std::vector<PanelEvent> PanelWatch::endRound()
 bool PanelWatch::knows(const Panel &panel) const
 {
     return std::any_of(m_entries.begin(), m_entries.end(),
-                       [&panel](const Entry &entry) { return isSamePanel(entry.told, panel); });
+                       [&panel](const Entry &entry) { return keyOf(entry.told) == keyOf(panel); });
 }

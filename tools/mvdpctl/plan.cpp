@@ -1,7 +1,5 @@
 #include "plan.h"
 
-#include "output.h"
-
 #include <algorithm>
 #include <list>
 #include <map>
@@ -13,12 +11,9 @@ PlanStep stepOf(const PlanEntry &entry, const PanelList &panels)
 {
     PlanStep step;
     step.entry = entry;
-    const Panel *found = panels.find(entry.mac);
-    const Panel now = found != nullptr ? *found : Panel();
-    if (found != nullptr)
-        step.now = now;
-    step.wanted = {entry.address.value_or(now.address), entry.netmask.value_or(now.netmask),
-                   entry.gateway.value_or(now.gateway)};
+    if (const Panel *found = panels.find(entry.mac))
+        step.now = *found;
+    step.wanted = entry.wanted.over(step.now.value_or(Panel()));
     return step;
 }
 
@@ -129,17 +124,15 @@ QStringList planLines(const Plan &plan)
             lines << mac + QStringLiteral("not found");
             continue;
         }
-        Panel wanted = *step.now;
-        wanted.address = step.wanted.address;
-        wanted.netmask = step.wanted.netmask;
-        const QString now = addressWithNetmask(*step.now);
+        const QString now = addressWithNetmask(step.now->address, step.now->netmask);
+        const QString wanted = addressWithNetmask(step.wanted.address, step.wanted.netmask);
         if (step.isAlreadySo()) {
             lines << mac + now.leftJustified(addressColumns) + QStringLiteral("already as planned");
             continue;
         }
         QStringList changes;
-        if (addressWithNetmask(wanted) != now)
-            changes << now.leftJustified(addressColumns) + QStringLiteral("-> ") + addressWithNetmask(wanted);
+        if (wanted != now)
+            changes << now.leftJustified(addressColumns) + QStringLiteral("-> ") + wanted;
         if (step.wanted.gateway != step.now->gateway)
             changes << QStringLiteral("gateway ") +
                            ipv4Text(step.now->gateway).leftJustified(addressColumns - 8) +

@@ -86,9 +86,9 @@ void PlanBuilder::add(const QString &place, const Cells &cells)
     const auto mac = value<MacAddress>(place, cells, "mac", macFromText);
     PlanEntry entry;
     entry.place = place;
-    entry.address = value<std::uint32_t>(place, cells, "address", ipv4FromText);
-    entry.netmask = value<std::uint32_t>(place, cells, "netmask", netmaskFromText);
-    entry.gateway = value<std::uint32_t>(place, cells, "gateway", ipv4FromText);
+    entry.wanted.address = value<std::uint32_t>(place, cells, "address", ipv4FromText);
+    entry.wanted.netmask = value<std::uint32_t>(place, cells, "netmask", netmaskFromText);
+    entry.wanted.gateway = value<std::uint32_t>(place, cells, "gateway", ipv4FromText);
     if (m_mistakes.size() > before)
         return;
     if (!mac)
@@ -96,7 +96,7 @@ void PlanBuilder::add(const QString &place, const Cells &cells)
     entry.mac = *mac;
     if (isZero(entry.mac))
         return mistake(place, QStringLiteral("the MAC address of zeros names no panel"));
-    if (!entry.address && !entry.netmask && !entry.gateway)
+    if (!entry.wanted.address && !entry.wanted.netmask && !entry.wanted.gateway)
         return mistake(place, QStringLiteral("there is nothing to set"));
     const auto added = m_places.insert({entry.mac, place});
     if (!added.second)

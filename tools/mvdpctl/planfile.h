@@ -1,22 +1,18 @@
 #ifndef PLANFILE_H
 #define PLANFILE_H
 
-#include "addresses.h"
+#include "settingscheck.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-#include <cstdint>
-#include <optional>
 #include <vector>
 
-// What a plan asks of one panel. What is not given stays as the panel has it.
+// What a plan asks of one panel.
 struct PlanEntry {
     QString place; // "line 3" or "entry 2", for messages
     MacAddress mac = {};
-    std::optional<std::uint32_t> address;
-    std::optional<std::uint32_t> netmask;
-    std::optional<std::uint32_t> gateway;
+    WantedSettings wanted;
 };
 
 enum class PlanFormat { Csv, Json };

@@ -102,7 +102,8 @@ bool PlanRun::isHeldByAnother(std::uint32_t address, const MacAddress &own) cons
 void PlanRun::report(const PlanStep &step, Outcome outcome)
 {
     ++m_counts[outcome];
-    const QJsonObject object = outcomeJson(outcome, step.entry.mac, step.wanted, step.now, m_session);
+    const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
+    const QJsonObject object = outcomeJson(outcome, step.entry.mac, wanted, step.now, m_session);
     switch (m_session.format) {
     case Format::Json:
         m_results.append(object);
@@ -156,12 +157,8 @@ void confirm(const Plan &plan, Session &session)
     const auto changes = std::count_if(plan.steps.begin(), plan.steps.end(),
                                        [](const PlanStep &step) { return step.isChange(); });
     session.terminal.noteTable(planLines(plan), !session.arguments.isSet("yes"));
-    for (const QString &objection : plan.objections)
-        session.terminal.error((session.arguments.isSet("force") ? QStringLiteral("warning: ") : QString()) +
-                               objection);
-    if (!plan.objections.isEmpty() && !session.arguments.isSet("force"))
-        throwUsage(QStringLiteral("nothing was sent"),
-                   QStringLiteral("Correct the plan, or send it all the same with --force."));
+    weighObjections(plan.objections, session.arguments.isSet("force"), session.terminal,
+                    QStringLiteral("Correct the plan, or send it all the same with --force."));
     if (changes > 0)
         askConsent(session.arguments, session.terminal,
                    changes == 1 ? QStringLiteral("Change 1 panel?")

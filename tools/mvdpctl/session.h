@@ -9,6 +9,10 @@
 
 #include <QtCore/QJsonObject>
 
+// --to, of every command that talks to one panel.
+inline constexpr Option ThroughOption = {"to", "ADDRESS",
+                                         "Reach the panel at this address, as through a router."};
+
 // What a command that talks to panels works with.
 class Session
 {

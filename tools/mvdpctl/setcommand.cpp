@@ -1,6 +1,7 @@
 #include "command.h"
 #include "confirm.h"
 #include "planrun.h"
+#include "session.h"
 #include "setter.h"
 #include "target.h"
 
@@ -9,26 +10,29 @@
 namespace
 {
 
-// Options that are not given keep what the panel has.
-NetworkSettings wantedSettings(const Arguments &arguments, const Panel &panel)
+WantedSettings wantedSettings(const Arguments &arguments)
 {
-    return {arguments.address("address").value_or(panel.address),
-            arguments.netmask("netmask").value_or(panel.netmask),
-            arguments.address("gateway").value_or(panel.gateway)};
+    return {arguments.address("address"), arguments.netmask("netmask"), arguments.address("gateway")};
 }
 
-void object(const QStringList &objections, bool force, Terminal &terminal)
+QString advice(const WantedSettings &wanted, const NetworkSettings &settings)
 {
-    for (const QString &objection : objections)
-        terminal.error(force ? QStringLiteral("warning: ") + objection : objection);
-    if (!objections.isEmpty() && !force)
-        throwUsage(QStringLiteral("nothing was sent"),
-                   QStringLiteral("--force sends such settings all the same."));
+    const QString force = QStringLiteral("--force sends such settings all the same.");
+    NetworkSettings withoutGateway = settings;
+    withoutGateway.gateway = 0;
+    const bool isKeptGatewayWrong =
+        !wanted.gateway && settingsObjections(settings) != settingsObjections(withoutGateway);
+    if (!isKeptGatewayWrong)
+        return force;
+    return QStringLiteral(
+               "The gateway is the one that the panel has: give another with --gateway, 0.0.0.0 for "
+               "none. ") +
+           force;
 }
 
 void report(Outcome outcome, const NetworkSettings &wanted, const Panel &panel, Session &session)
 {
-    const QJsonObject result = outcomeJson(outcome, panel.mac, wanted, panel, session);
+    const QJsonObject result = outcomeJson(outcome, panel.mac, allOf(wanted), panel, session);
     const QString sentence = outcomeSentence(outcome, panel.mac, wanted);
     const ExitCode code = outcomeCode(outcome);
     switch (session.format) {
@@ -55,15 +59,17 @@ ExitCode runOne(const Arguments &arguments, Session &session)
     const TargetName name = targetFromText(arguments.words().first());
     const PanelList panels = searchFor(name, session);
     Panel panel = onlyMatch(name, panels, session);
-    const NetworkSettings settings = wantedSettings(arguments, panel);
+    const WantedSettings wanted = wantedSettings(arguments);
+    const NetworkSettings settings = wanted.over(panel);
     const bool force = arguments.isSet("force");
     if (hasSettings(panel, settings) && !force) {
         report(Outcome::AlreadySo, settings, panel, session);
         return ExitCode::Done;
     }
-    object(targetObjections(panel.mac, panels) + settingsObjections(settings) +
-               holderObjections(settings.address, panel.mac, panels.sorted(), session.transport.interfaces()),
-           force, session.terminal);
+    weighObjections(
+        targetObjections(panel.mac, panels) + settingsObjections(settings) +
+            holderObjections(settings.address, panel.mac, panels.sorted(), session.transport.interfaces()),
+        force, session.terminal, advice(wanted, settings));
     const QString now = settingsText({panel.address, panel.netmask, panel.gateway});
     askConsent(
         arguments, session.terminal,
@@ -89,7 +95,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
         entries = readPlan(arguments.text("from"));
     } else {
         targetFromText(arguments.words().first());
-        wantedSettings(arguments, Panel()); // finds mistyped values before anything is sent
+        wantedSettings(arguments); // finds mistyped values before anything is sent
     }
     requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));
     Session session(arguments, terminal);
@@ -117,7 +123,7 @@ const Command SetCommand = {
       {"netmask", "NETMASK", "The new netmask, as 255.255.255.0 or as 24."},
       {"gateway", "ADDRESS", "The new gateway."},
       {"from", "FILE", "Take panels and settings from FILE.csv or FILE.json."},
-      {"to", "ADDRESS", "Reach the panel at this address, as through a router."},
+      ThroughOption,
       {"force", nullptr, "Send also settings that look wrong, with a warning."}},
      0,
      1},

@@ -55,23 +55,8 @@ std::optional<Received> Setter::sendSettings(const Panel &panel)
     request.datagram.setIpAddress(m_settings.address);
     request.datagram.setNetmask(m_settings.netmask);
     request.datagram.setGateway(m_settings.gateway);
-    const auto ways = waysTo(panel, m_session);
-    bool anySent = false;
-    for (int round = 0; round < m_patience.rounds; ++round) {
-        m_session.terminal.progress(QStringLiteral("setting %1, attempt %2 of %3")
-                                        .arg(macText(panel.mac))
-                                        .arg(round + 1)
-                                        .arg(m_patience.rounds));
-        const auto &way = ways[static_cast<std::size_t>(round) % ways.size()];
-        if (!m_session.exchange.trySend(request, way))
-            continue;
-        anySent = true;
-        if (auto reply = m_session.exchange.nextAnswer(request, Clock::now() + m_patience.timeout))
-            return reply;
-    }
-    if (!anySent)
-        m_session.exchange.send(request, ways.front()); // throws with the reason
-    return std::nullopt;
+    return m_session.exchange.ask(request, waysTo(panel, m_session), m_patience,
+                                  QStringLiteral("setting ") + macText(panel.mac));
 }
 
 bool Setter::verify(Panel &panel)
@@ -158,23 +143,23 @@ Outcome applySettings(Session &session, Panel &panel, const NetworkSettings &set
 
 QString settingsText(const NetworkSettings &settings)
 {
-    Panel wanted;
-    wanted.address = settings.address;
-    wanted.netmask = settings.netmask;
-    return addressWithNetmask(wanted) + (settings.gateway == 0
-                                             ? QStringLiteral(", no gateway")
-                                             : QStringLiteral(", gateway ") + ipv4Text(settings.gateway));
+    return addressWithNetmask(settings.address, settings.netmask) +
+           (settings.gateway == 0 ? QStringLiteral(", no gateway")
+                                  : QStringLiteral(", gateway ") + ipv4Text(settings.gateway));
 }
 
-QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const NetworkSettings &wanted,
+QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const WantedSettings &wanted,
                         const std::optional<Panel> &panel, const Session &session)
 {
+    const auto textOrNull = [](std::optional<std::uint32_t> address) {
+        return address ? QJsonValue(ipv4Text(*address)) : QJsonValue();
+    };
     return {
         {QStringLiteral("mac"), macText(mac)},
         {QStringLiteral("result"), QLatin1String(outcomeName(outcome))},
-        {QStringLiteral("wantedAddress"), ipv4Text(wanted.address)},
-        {QStringLiteral("wantedNetmask"), ipv4Text(wanted.netmask)},
-        {QStringLiteral("wantedGateway"), ipv4Text(wanted.gateway)},
+        {QStringLiteral("wantedAddress"), textOrNull(wanted.address)},
+        {QStringLiteral("wantedNetmask"), textOrNull(wanted.netmask)},
+        {QStringLiteral("wantedGateway"), textOrNull(wanted.gateway)},
         {QStringLiteral("panel"), panel ? QJsonValue(session.json(*panel)) : QJsonValue()},
     };
 }

@@ -42,8 +42,9 @@ Outcome applySettings(Session &session, Panel &panel, const NetworkSettings &set
 // "192.168.0.10/24, gateway 192.168.0.1"
 QString settingsText(const NetworkSettings &settings);
 
-// The outcome for scripts. Without a panel only the MAC address is known.
-QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const NetworkSettings &wanted,
+// The outcome for scripts. Of a panel that was not found only the MAC address is known, and what of its
+// settings was to change.
+QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const WantedSettings &wanted,
                         const std::optional<Panel> &panel, const Session &session);
 QStringList outcomeColumns();
 QStringList outcomeFields(const QJsonObject &outcome);

@@ -1,6 +1,6 @@
 #include "settingscheck.h"
 
-#include <optional>
+#include "marks.h"
 
 namespace
 {
@@ -66,9 +66,7 @@ QStringList settingsObjections(const NetworkSettings &settings)
     } else if (((settings.gateway ^ settings.address) & settings.netmask) != 0) {
         objections << QStringLiteral("The gateway %1 is outside the subnet %2 of the new address.")
                           .arg(ipv4Text(settings.gateway),
-                               ipv4Text(settings.address & settings.netmask) +
-                                   (prefix ? QStringLiteral("/%1").arg(*prefix)
-                                           : QLatin1Char('/') + ipv4Text(settings.netmask)));
+                               addressWithNetmask(settings.address & settings.netmask, settings.netmask));
     }
     return objections;
 }
@@ -80,9 +78,7 @@ QStringList targetObjections(const MacAddress &mac, const PanelList &panels)
             QStringLiteral("The MAC address %1 names no panel: each whose platform service is down has it.")
                 .arg(macText(mac))};
     if (panels.sourcesOf(mac).size() > 1)
-        return {QStringLiteral("%1 answered from %2 addresses: two devices may share this MAC address.")
-                    .arg(macText(mac))
-                    .arg(panels.sourcesOf(mac).size())};
+        return {sharedMacText(mac, panels.sourcesOf(mac).size())};
     return {};
 }
 
@@ -96,11 +92,9 @@ QStringList holderObjections(std::uint32_t address, const MacAddress &own, const
                               .arg(ipv4Text(address), macText(panel.mac), panel.description);
     }
     for (const NetworkInterface &interface : interfaces) {
-        for (const InterfaceAddress &ours : interface.addresses) {
-            if (ours.address == address)
-                objections << QStringLiteral("The address %1 is this computer's own, on %2.")
-                                  .arg(ipv4Text(address), interface.name);
-        }
+        if (interface.hasAddress(address))
+            objections << QStringLiteral("The address %1 is this computer's own, on %2.")
+                              .arg(ipv4Text(address), interface.name);
     }
     return objections;
 }

@@ -7,6 +7,7 @@
 #include <QtCore/QStringList>
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 struct NetworkSettings {
@@ -14,6 +15,24 @@ struct NetworkSettings {
     std::uint32_t netmask;
     std::uint32_t gateway; // 0: none
 };
+
+// What is not given stays as the panel has it.
+struct WantedSettings {
+    std::optional<std::uint32_t> address;
+    std::optional<std::uint32_t> netmask;
+    std::optional<std::uint32_t> gateway;
+
+    NetworkSettings over(const Panel &panel) const
+    {
+        return {address.value_or(panel.address), netmask.value_or(panel.netmask),
+                gateway.value_or(panel.gateway)};
+    }
+};
+
+inline WantedSettings allOf(const NetworkSettings &settings)
+{
+    return {settings.address, settings.netmask, settings.gateway};
+}
 
 inline bool hasSettings(const Panel &panel, const NetworkSettings &settings)
 {

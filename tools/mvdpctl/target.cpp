@@ -64,8 +64,8 @@ std::optional<Panel> askByMac(const MacAddress &mac, Session &session)
 {
     const auto through = session.through();
     const auto destinations = through ? session.transport.towards(*through) : session.transport.everywhere();
-    const auto answer = session.exchange.ask(Request::toMac(MvdpCommand::Identify, mac), destinations,
-                                             session.searchPatience());
+    const auto answer = session.exchange.ask(Request::toMac(MvdpCommand::Identify, mac), {destinations},
+                                             session.searchPatience(), QStringLiteral("asking"));
     return answer ? std::optional<Panel>(Panel::fromReply(*answer)) : std::nullopt;
 }
 

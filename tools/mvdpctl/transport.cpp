@@ -249,7 +249,9 @@ std::optional<Received> Transport::receive(Clock::time_point deadline)
         if (!m_socket->hasPendingDatagrams() && !m_socket->waitForReadyRead(static_cast<int>(limit.count())))
             continue;
         std::optional<Received> received = receiveWaiting();
-        if (received && !(m_onlyOneInterface && received->interfaceIndex != m_interfaces.front().index))
+        const bool isElsewhere =
+            m_onlyOneInterface && received && received->interfaceIndex != m_interfaces.front().index;
+        if (received && !isElsewhere && !isOwn(*received))
             return received;
     }
 }
@@ -269,6 +271,15 @@ std::optional<Received> Transport::receiveWaiting()
     received.interfaceIndex = datagram.interfaceIndex();
     received.way = wayTo(datagram.destinationAddress().toIPv4Address());
     return received;
+}
+
+// On the panels' own port a request to all comes back to the one who sent it.
+bool Transport::isOwn(const Received &received) const
+{
+    return received.sourcePort == localPort() && std::any_of(m_interfaces.begin(), m_interfaces.end(),
+                                                             [&received](const NetworkInterface &interface) {
+                                                                 return interface.hasAddress(received.source);
+                                                             });
 }
 
 Way Transport::wayTo(std::uint32_t address) const

@@ -92,6 +92,7 @@ private:
     void joinGroup();
     void addProblem(const QString &problem);
     Way wayTo(std::uint32_t address) const;
+    bool isOwn(const Received &received) const;
     std::optional<Received> receiveWaiting();
 
     std::unique_ptr<QUdpSocket> m_socket;

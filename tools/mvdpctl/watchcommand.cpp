@@ -67,11 +67,12 @@ void EventPrinter::printText(const PanelEvent &event, const QDateTime &now)
                               .arg(now.toString(QStringLiteral("HH:mm:ss")))
                               .arg(QLatin1String(eventName(event.kind)), -8)
                               .arg(macText(panel.mac));
-    const QString facts = event.kind == PanelEvent::Changed ? changesText(event.before, panel)
-                                                            : QStringLiteral("%1 %2 %3")
-                                                                  .arg(addressWithNetmask(panel), -18)
-                                                                  .arg(versionOrUnknown(panel), -10)
-                                                                  .arg(panel.description);
+    const QString facts = event.kind == PanelEvent::Changed
+                              ? changesText(event.before, panel)
+                              : QStringLiteral("%1 %2 %3")
+                                    .arg(addressWithNetmask(panel.address, panel.netmask), -18)
+                                    .arg(versionOrUnknown(panel), -10)
+                                    .arg(panel.description);
     m_session.terminal.say(start + facts);
 }
 

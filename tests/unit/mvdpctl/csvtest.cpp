@@ -50,6 +50,8 @@ void CsvTest::recordsAreRead_data()
     QTest::newRow("old line ends") << "a,b\r1,2\r" << QStringList{"a|b", "1|2"};
     QTest::newRow("semicolons") << "a;b\n1,5;2\n" << QStringList{"a|b", "1,5|2"};
     QTest::newRow("tabs") << "a\tb\n1\t2\n" << QStringList{"a|b", "1|2"};
+    QTest::newRow("separator named") << "sep=;\r\na;b\r\n1,5;2\r\n" << QStringList{"a|b", "1,5|2"};
+    QTest::newRow("no separator named") << "sep=\na\n1\n" << QStringList{"sep=", "a", "1"};
     QTest::newRow("blank lines") << "\n\na,b\n  \n,\n1,2\n\n" << QStringList{"a|b", "1|2"};
     QTest::newRow("empty fields") << "a,b,c\n,2,\n" << QStringList{"a|b|c", "|2|"};
     QTest::newRow("quoted") << "\"a\",\"b,c\"\n\"d\"\"e\",\"\"\n" << QStringList{"a|b,c", "d\"e|"};
@@ -85,6 +87,8 @@ void CsvTest::brokenTextIsRefused_data()
                                          << "line 1 has text behind";
     QTest::newRow("quote in the middle") << "a\"b"
                                          << "line 1 has a quotation mark in the middle";
+    QTest::newRow("text behind sep=;") << "sep=;a\nb"
+                                       << "line 1 has text behind its separator";
     QTest::newRow("nothing but separators") << QString(100000, QLatin1Char(',')) << "line 1 has more fields";
     QTest::newRow("no end of records") << QStringLiteral("a\n").repeated(20000) << "more panels";
 }

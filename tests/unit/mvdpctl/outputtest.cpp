@@ -70,7 +70,7 @@ void OutputTest::netmaskWithHolesIsShownInFull()
 {
     Panel panel = testPanel();
     panel.netmask = 0xFF00FF00;
-    QCOMPARE(addressWithNetmask(panel), QStringLiteral("192.168.10.5/255.0.255.0"));
+    QCOMPARE(addressWithNetmask(panel.address, panel.netmask), QStringLiteral("192.168.10.5/255.0.255.0"));
 }
 
 void OutputTest::jsonHasItsPromisedShape()

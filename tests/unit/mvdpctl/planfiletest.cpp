@@ -14,8 +14,8 @@ QStringList entriesOf(const QByteArray &bytes, PlanFormat format)
     };
     QStringList lines;
     for (const PlanEntry &entry : parsePlan(bytes, format))
-        lines << QStringList{macText(entry.mac), number(entry.address), number(entry.netmask),
-                             number(entry.gateway)}
+        lines << QStringList{macText(entry.mac), number(entry.wanted.address), number(entry.wanted.netmask),
+                             number(entry.wanted.gateway)}
                      .join(QLatin1Char(' '));
     return lines;
 }

@@ -17,7 +17,7 @@ PlanEntry entry(std::uint8_t lastMacByte, std::uint8_t lastAddressByte)
     PlanEntry result;
     result.place = QStringLiteral("line %1").arg(lastMacByte + 1);
     result.mac = testPanel(lastMacByte).mac;
-    result.address = address(lastAddressByte);
+    result.wanted.address = address(lastAddressByte);
     return result;
 }
 
@@ -72,7 +72,7 @@ void PlanTest::whatIsNotGivenStays()
 {
     PlanEntry onlyGateway;
     onlyGateway.mac = testPanel(1).mac;
-    onlyGateway.gateway = 0;
+    onlyGateway.wanted.gateway = 0;
     const Plan plan = makePlan({onlyGateway}, panelsAt({5}), {});
     QVERIFY(plan.steps[0].isChange());
     QCOMPARE(plan.steps[0].wanted.address, address(5));
@@ -167,7 +167,7 @@ void PlanTest::panelThatIsAsPlannedIsNotObjectedTo()
 void PlanTest::planIsShownInNarrowLines()
 {
     PlanEntry both = entry(1, 7);
-    both.gateway = 0;
+    both.wanted.gateway = 0;
     const QStringList lines =
         planLines(makePlan({both, entry(2, 12), entry(3, 12), entry(9, 9)}, panelsAt({11, 12, 13}), {}));
     QCOMPARE(lines, QStringList({
