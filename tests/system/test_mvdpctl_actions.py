@@ -68,6 +68,10 @@ def test_silence_of_a_panel_in_a_foreign_subnet_is_explained(wire, fake, mvdpctl
     fake.panels = [Identity(address=FAR_ADDRESS, source=FAR_ADDRESS)]
     fake.way = "broadcast"
     fake.unanswered = {Command.ECHO}
+    result = mvdpctl("echo", MAC, *SEARCHING)
+    assert result.code == TROUBLE
+    assert f"there is no route to {FAR_ADDRESS}\n" in result.err
+    assert "its address, which is on no subnet of this computer" in result.err
     wire[1].route("10.9.0.0/24 dev eth0")
     try:
         result = mvdpctl("echo", MAC, "--count", "1", "--timeout", "0.2", *SEARCHING)

@@ -151,18 +151,25 @@ void print(const EchoStatistics &statistics, const Panel &panel, Session &sessio
 }
 
 // The panel has been heard in the search, so neither its power nor its cable is to blame.
+const char ForeignSubnetAdvice[] =
+    "It was heard by broadcast or multicast, but an echo goes to its address, which is on no subnet of this "
+    "computer: give this computer an address there, or the panel one here with 'mvdpctl set'.";
+
 QString silenceAdvice(std::uint32_t address, const Session &session)
 {
     const auto &interfaces = session.transport.interfaces();
     const bool isNear =
         std::any_of(interfaces.begin(), interfaces.end(),
                     [address](const NetworkInterface &interface) { return interface.isOnSubnet(address); });
-    if (isNear)
-        return session.exchange.noAnswerAdvice();
-    return QStringLiteral(
-        "It was heard by broadcast or multicast, but an echo goes to its address, which is on no "
-        "subnet of this computer: give this computer an address there, or the panel one here "
-        "with 'mvdpctl set'.");
+    return isNear ? session.exchange.noAnswerAdvice() : QString::fromLatin1(ForeignSubnetAdvice);
+}
+
+void requireRoute(std::uint32_t address)
+{
+    if (!Transport::hasRouteTo(address))
+        throw Failure{ExitCode::NetworkTrouble,
+                      QStringLiteral("there is no route to %1").arg(ipv4Text(address)),
+                      QString::fromLatin1(ForeignSubnetAdvice)};
 }
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
@@ -175,6 +182,8 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     Session session(arguments, terminal);
     const Panel panel = findTarget(session);
     const std::uint32_t address = session.through().value_or(panel.source);
+    if (!session.through())
+        requireRoute(address);
     EchoRun echo(session.exchange, terminal, address, session.transport.towards(address),
                  session.format == Format::Text);
     const EchoStatistics statistics = echo.run(count, interval, timeout);

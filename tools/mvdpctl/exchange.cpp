@@ -160,9 +160,8 @@ QString Exchange::noAnswerAdvice() const
             .arg(m_transport.localPort());
     const QStringList mute = m_transport.interfacesWithoutAddress();
     if (!mute.isEmpty())
-        advice +=
-            QStringLiteral(" Nothing was asked on %1, which has a cable but no IPv4 address: give it one.")
-                .arg(mute.join(QStringLiteral(", ")));
+        advice += QStringLiteral(" Interfaces without an IPv4 address were left out: %1.")
+                      .arg(mute.join(QStringLiteral(", ")));
     QStringList filtered;
     for (const NetworkInterface &interface : m_transport.interfaces()) {
         if (std::max(reversePathFilter(interface.name), reversePathFilter(QStringLiteral("all"))) > 0)
