@@ -106,8 +106,7 @@ def test_reader_that_stalls_does_not_keep_it_from_ending(wire, fake):
 def test_long_change_is_broken_between_words(wire, fake):
     terminal = Terminal(wire[1], "watch", "--timeout", "0.5", "--rounds", "8")
     terminal.read_until(b"QM316-44LRNA\r\n")
-    fake.panels[0].gateway = "192.168.10.254"
-    fake.panels[0].description = b"QM316-44LRNA at the far end of the row"
+    fake.panels[0] = Identity(gateway="192.168.10.254", description=b"QM316-44LRNA at the far end of the row")
     terminal.read_until(b"row'\r\n")
     terminal.process.send_signal(signal.SIGINT)
     code, lines = terminal.finish()
