@@ -17,17 +17,15 @@ WantedSettings wantedSettings(const Arguments &arguments)
 
 QString advice(const WantedSettings &wanted, const NetworkSettings &settings)
 {
-    const QString force = QStringLiteral("--force sends such settings all the same.");
     NetworkSettings withoutGateway = settings;
     withoutGateway.gateway = 0;
     const bool isKeptGatewayWrong =
         !wanted.gateway && settingsObjections(settings) != settingsObjections(withoutGateway);
-    if (!isKeptGatewayWrong)
-        return force;
-    return QStringLiteral(
-               "The gateway is the one that the panel has: give another with --gateway, 0.0.0.0 for "
-               "none. ") +
-           force;
+    QString text = QStringLiteral("--force sends such settings all the same.");
+    if (isKeptGatewayWrong)
+        text.prepend(QStringLiteral("The gateway is the one that the panel has: give another with --gateway, "
+                                    "0.0.0.0 for none. "));
+    return text;
 }
 
 void report(Outcome outcome, const NetworkSettings &wanted, const Panel &panel, Session &session)
