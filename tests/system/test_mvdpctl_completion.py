@@ -1,4 +1,4 @@
-"""The completions of mvdpctl know every command and every option that its help knows."""
+"""The completions and the manual of mvdpctl know every command and every option that its help knows."""
 
 import pathlib
 import re
@@ -96,9 +96,44 @@ def test_values_that_are_typed_are_not_made_up(complete):
     assert not [word for word in complete("mvdpctl discover --timeout ") if word.startswith("-")]
 
 
-def test_manual_page_has_every_command_and_option():
+def listed_options(heading, *command):
+    """The options in the help text's list under this heading."""
+    blocks = help_text(*command).split("\n\n")
+    return {name for block in blocks if block.startswith(heading + "\n")
+            for name in re.findall(r"^  (--[a-z-]+)", block, re.MULTILINE)}
+
+
+def manual_section(name):
     page = (FOLDER.parent / "mvdpctl.1").read_text(encoding="utf-8").replace("\\-", "-")
-    for command in commands():
-        assert f".SS {command}" in page, command
-        for option in options(command):
-            assert option in page, f"{command} {option}"
+    return page.split(f"\n.SH {name}\n")[1].split("\n.SH ")[0]
+
+
+def manual_of_commands():
+    """What the manual says of each command: its own subsections, and the paragraphs from one on whose first line is a
+    list of commands and holds for all of them."""
+    told = dict.fromkeys(commands(), "")
+    for subsection in manual_section("COMMANDS").split(".SS ")[1:]:
+        owners = subsection.split(maxsplit=1)[:1]
+        for paragraph in subsection.split("\n.PP\n"):
+            words = set(re.findall("[a-z-]+", paragraph.split("\n")[0])) - {"and"}
+            if len(words) > 1 and words <= told.keys():
+                owners = words
+            for owner in owners:
+                told[owner] += paragraph
+    return told
+
+
+def test_manual_tells_the_options_of_each_command():
+    manual = manual_of_commands()
+    assert [command for command, text in manual.items() if not text] == []
+    lacking = [f"{command} {option}" for command, text in manual.items()
+               for option in sorted(listed_options("Options:", command) - set(re.findall("--[a-z-]+", text)))]
+    assert lacking == []
+
+
+def test_manual_tells_the_options_of_every_command():
+    headings = re.findall(r"^\.TP\n(.*)$", manual_section("OPTIONS"), re.MULTILINE)
+    told = {name for heading in headings for name in re.findall("--[a-z-]+", heading)}
+    for command in [(), *((command,) for command in commands())]:
+        assert told == listed_options("Options of every command:", *command)
+        assert told | listed_options("Options:", *command) == options(*command)
