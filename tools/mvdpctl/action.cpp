@@ -101,7 +101,7 @@ void ActionRun::report(const Panel &panel, bool isDone)
         return;
     const QString what = QStringLiteral("%1 did not answer to '%2'").arg(panelLabel(panel), m_action.name);
     if (isHarmless())
-        throw Failure{ExitCode::NoAnswer, what, m_session.exchange.noAnswerAdvice()};
+        throw Failure{ExitCode::NoAnswer, what, heardBeforeAdvice()};
     throw Failure{ExitCode::NoAnswer, what,
                   QStringLiteral("It may have carried it out all the same and only its answer be lost: see "
                                  "with 'mvdpctl discover' before you ask it again.")};

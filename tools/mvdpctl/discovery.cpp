@@ -67,9 +67,13 @@ private:
 PanelList Discovery::run()
 {
     int quiet = 0;
+    bool anySent = false;
     for (int round = 1; round <= m_search.patience.rounds; ++round) {
         say(round);
-        m_exchange.send(m_request, m_search.destinations);
+        anySent = m_exchange.trySend(m_request, m_search.destinations) || anySent;
+        // A search that waits for something sits out a link that comes and goes.
+        if (!anySent && !m_search.isComplete)
+            m_exchange.failUnsent();
         m_answers.startRound();
         const bool anyNew = listen(round);
         quiet = anyNew || m_answers.isAnyMissing() ? 0 : quiet + 1;
@@ -77,6 +81,8 @@ PanelList Discovery::run()
         if (nothingNew || isComplete())
             break;
     }
+    if (!anySent)
+        m_exchange.failUnsent();
     return m_panels;
 }
 

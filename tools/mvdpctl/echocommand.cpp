@@ -153,7 +153,8 @@ void print(const EchoStatistics &statistics, const Panel &panel, Session &sessio
 // The panel has been heard in the search, so neither its power nor its cable is to blame.
 const char ForeignSubnetAdvice[] =
     "It was heard by broadcast or multicast, but an echo goes to its address, which is on no subnet of this "
-    "computer: give this computer an address there, or the panel one here with 'mvdpctl set'.";
+    "computer: name the --interface to it, give this computer an address there, or the panel one here with "
+    "'mvdpctl set'.";
 
 QString silenceAdvice(std::uint32_t address, const Session &session)
 {
@@ -161,7 +162,7 @@ QString silenceAdvice(std::uint32_t address, const Session &session)
     const bool isNear =
         std::any_of(interfaces.begin(), interfaces.end(),
                     [address](const NetworkInterface &interface) { return interface.isOnSubnet(address); });
-    return isNear ? session.exchange.noAnswerAdvice() : QString::fromLatin1(ForeignSubnetAdvice);
+    return isNear ? heardBeforeAdvice() : QString::fromLatin1(ForeignSubnetAdvice);
 }
 
 void requireRoute(std::uint32_t address)
@@ -182,7 +183,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     Session session(arguments, terminal);
     const Panel panel = findTarget(session);
     const std::uint32_t address = session.through().value_or(panel.source);
-    if (!session.through())
+    if (!session.through() && !arguments.isSet("interface"))
         requireRoute(address);
     EchoRun echo(session.exchange, terminal, address, session.transport.towards(address),
                  session.format == Format::Text);

@@ -44,15 +44,24 @@ Exchange::Exchange(Transport &transport, Terminal &terminal)
 {
 }
 
-void Exchange::send(const Request &request, const std::vector<Destination> &destinations)
+void Exchange::failUnsent() const
 {
-    if (trySend(request, destinations))
-        return;
     const QStringList problems = m_transport.problems();
+    const QStringList mute = m_transport.interfacesWithoutAddress();
+    if (problems.isEmpty() && !mute.isEmpty())
+        throw Failure{ExitCode::NetworkTrouble, QStringLiteral("no network interface has an IPv4 address"),
+                      QStringLiteral("Give one to %1: any will do, also outside the panels' subnets.")
+                          .arg(mute.join(QStringLiteral(" or ")))};
     throw Failure{ExitCode::NetworkTrouble,
                   problems.isEmpty() ? QStringLiteral("no network interface to send on") : problems.last(),
                   QStringLiteral("See which addresses this computer has, look at the cable, or choose with "
                                  "--interface.")};
+}
+
+void Exchange::send(const Request &request, const std::vector<Destination> &destinations)
+{
+    if (!trySend(request, destinations))
+        failUnsent();
 }
 
 bool Exchange::trySend(const Request &request, const std::vector<Destination> &destinations)
@@ -127,7 +136,7 @@ std::optional<Received> Exchange::ask(const Request &request,
             return answer;
     }
     if (!anySent)
-        send(request, ways.front()); // throws with the reason
+        failUnsent();
     return std::nullopt;
 }
 

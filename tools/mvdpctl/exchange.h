@@ -23,7 +23,9 @@ class Exchange
 public:
     Exchange(Transport &transport, Terminal &terminal);
 
-    // Sends to each destination; throws Failure when not one of them could be sent to.
+    // Throws Failure: nothing could be sent, for the reason that was the last.
+    [[noreturn]] void failUnsent() const;
+    // Sends to each destination; fails so when not one of them could be sent to.
     void send(const Request &request, const std::vector<Destination> &destinations);
     // The same, with a warning for what cannot be sent; false when nothing could.
     bool trySend(const Request &request, const std::vector<Destination> &destinations);

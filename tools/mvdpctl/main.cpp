@@ -6,6 +6,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QStringList>
 
+#include <clocale>
 #include <cstdio>
 
 namespace
@@ -68,10 +69,14 @@ void dropRemark(QtMsgType, const QMessageLogContext &, const QString &) {}
 int main(int argc, char *argv[])
 {
     Terminal terminal(prepareStreams());
+    const QStringList words = commandLineWords(argc, argv); // before Qt takes out those that it knows
     qInstallMessageHandler(dropRemark);
     const QCoreApplication application(argc, argv);
+    // Qt has set the user's locale; the reasons that the system gives for failures belong into English
+    // sentences.
+    std::setlocale(LC_ALL, "C");
     try {
-        const ExitCode code = run(commandLineWords(argc, argv), terminal);
+        const ExitCode code = run(words, terminal);
         // Every failed write of the run is remembered there.
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
             throw Failure{ExitCode::NetworkTrouble, QStringLiteral("the result could not be written"),

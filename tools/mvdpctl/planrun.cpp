@@ -53,6 +53,7 @@ ExitCode PlanRun::run()
     if (m_session.format == Format::Csv)
         m_session.terminal.printCsv(outcomeColumns());
     const InterruptGuard guard;
+    m_session.terminal.hint(QStringLiteral("Ctrl-C ends after the panel in hand, a second one at once."));
     int number = 0;
     for (PlanStep &step : m_plan.steps) {
         m_session.terminal.setProgressPrefix(

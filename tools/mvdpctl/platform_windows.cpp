@@ -1,8 +1,11 @@
 #include "platform.h"
 
-#include <QtCore/QCoreApplication>
+#include <winsock2.h>
+#include <ws2tcpip.h>
 
 #include <windows.h>
+
+#include <shellapi.h>
 
 #include <csignal>
 #include <fcntl.h>
@@ -45,12 +48,41 @@ int terminalColumns(std::FILE *stream)
 
 QStringList commandLineWords(int, char *[])
 {
-    // argv lacks what the code page cannot say; Qt asks for the command line itself.
-    return QCoreApplication::arguments().mid(1);
+    // argv lacks what the code page cannot say.
+    int count = 0;
+    wchar_t **words = CommandLineToArgvW(GetCommandLineW(), &count);
+    QStringList result;
+    for (int index = 1; words != nullptr && index < count; ++index)
+        result << QString::fromWCharArray(words[index]);
+    LocalFree(words);
+    return result;
 }
 
 SignalHandler catchNextSignal(int number, SignalHandler handler)
 {
     // One signal a call is what std::signal() means here; nothing can cut a write short.
     return std::signal(number, handler);
+}
+
+bool waitForSocket(std::intptr_t socket, SocketEvent event, int milliseconds)
+{
+    WSAPOLLFD waiting = {};
+    waiting.fd = static_cast<SOCKET>(socket);
+    waiting.events = event == SocketEvent::Readable ? POLLRDNORM : POLLWRNORM;
+    return WSAPoll(&waiting, 1, milliseconds) > 0;
+}
+
+bool joinMulticastGroup(std::intptr_t socket, std::uint32_t group, unsigned interfaceIndex)
+{
+    ip_mreq membership = {};
+    membership.imr_multiaddr.s_addr = htonl(group);
+    // An address of 0.x.x.x stands for the interface of that number here.
+    membership.imr_interface.s_addr = htonl(interfaceIndex);
+    return setsockopt(static_cast<SOCKET>(socket), IPPROTO_IP, IP_ADD_MEMBERSHIP,
+                      reinterpret_cast<const char *>(&membership), sizeof membership) == 0;
+}
+
+QString socketErrorText(int, const QString &otherwise)
+{
+    return otherwise;
 }

@@ -15,17 +15,27 @@ WantedSettings wantedSettings(const Arguments &arguments)
     return {arguments.address("address"), arguments.netmask("netmask"), arguments.address("gateway")};
 }
 
-QString advice(const WantedSettings &wanted, const NetworkSettings &settings)
+QString advice(bool isOnlyTheKeptGatewayWrong)
 {
-    NetworkSettings withoutGateway = settings;
-    withoutGateway.gateway = 0;
-    const bool isKeptGatewayWrong =
-        !wanted.gateway && settingsObjections(settings) != settingsObjections(withoutGateway);
     QString text = QStringLiteral("--force sends such settings all the same.");
-    if (isKeptGatewayWrong)
+    if (isOnlyTheKeptGatewayWrong)
         text.prepend(QStringLiteral("The gateway is the one that the panel has: give another with --gateway, "
                                     "0.0.0.0 for none. "));
     return text;
+}
+
+void checkSettings(const Panel &panel, const WantedSettings &wanted, const PanelList &panels,
+                   Session &session)
+{
+    NetworkSettings settings = wanted.over(panel);
+    const QStringList ofOthers =
+        targetObjections(panel.mac, panels) +
+        holderObjections(settings.address, panel.mac, panels.sorted(), session.transport.interfaces());
+    const QStringList ofSettings = settingsObjections(settings);
+    settings.gateway = 0;
+    const bool isGateway = !wanted.gateway && ofOthers.isEmpty() && settingsObjections(settings).isEmpty();
+    weighObjections(ofOthers + ofSettings, session.arguments.isSet("force"), session.terminal,
+                    advice(isGateway));
 }
 
 void report(Outcome outcome, const NetworkSettings &wanted, const Panel &panel, Session &session)
@@ -59,15 +69,11 @@ ExitCode runOne(const Arguments &arguments, Session &session)
     Panel panel = onlyMatch(name, panels, session);
     const WantedSettings wanted = wantedSettings(arguments);
     const NetworkSettings settings = wanted.over(panel);
-    const bool force = arguments.isSet("force");
-    if (hasSettings(panel, settings) && !force) {
+    if (hasSettings(panel, settings) && !arguments.isSet("force")) {
         report(Outcome::AlreadySo, settings, panel, session);
         return ExitCode::Done;
     }
-    weighObjections(
-        targetObjections(panel.mac, panels) + settingsObjections(settings) +
-            holderObjections(settings.address, panel.mac, panels.sorted(), session.transport.interfaces()),
-        force, session.terminal, advice(wanted, settings));
+    checkSettings(panel, wanted, panels, session);
     const QString now = settingsText({panel.address, panel.netmask, panel.gateway});
     askConsent(
         arguments, session.terminal,

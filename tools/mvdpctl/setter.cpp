@@ -25,6 +25,7 @@ public:
 
 private:
     std::optional<Received> sendSettings(const Panel &panel);
+    PanelList searchAsFarAsPossible(const Search &search);
     bool verify(Panel &panel);
 
     Session &m_session;
@@ -59,6 +60,17 @@ std::optional<Received> Setter::sendSettings(const Panel &panel)
                                   QStringLiteral("setting ") + macText(panel.mac));
 }
 
+// What this computer cannot send any more is no news of the panel.
+PanelList Setter::searchAsFarAsPossible(const Search &search)
+{
+    try {
+        return discoverPanels(m_session.exchange, m_session.terminal, search);
+    } catch (const Failure &failure) {
+        m_session.terminal.error(failure.message);
+        return PanelList();
+    }
+}
+
 bool Setter::verify(Panel &panel)
 {
     m_session.terminal.progress(QStringLiteral("checking %1").arg(macText(panel.mac)));
@@ -74,7 +86,7 @@ bool Setter::verify(Panel &panel)
         return now != nullptr && hasSettings(*now, m_settings);
     };
     search.isComplete = hasTaken;
-    const PanelList panels = discoverPanels(m_session.exchange, m_session.terminal, search);
+    const PanelList panels = searchAsFarAsPossible(search);
     const Panel *now = find(panels);
     m_heardAgain = now != nullptr;
     if (m_heardAgain)

@@ -133,6 +133,13 @@ QString panelLabel(const Panel &panel)
     return QStringLiteral("%1 (%2)").arg(macText(panel.mac), facts);
 }
 
+QString heardBeforeAdvice()
+{
+    return QStringLiteral(
+        "It was heard a moment ago, so it may be busy: try again, with a longer --timeout or more "
+        "--rounds.");
+}
+
 std::vector<std::vector<Destination>> waysTo(const Panel &panel, const Session &session)
 {
     if (const auto through = session.through())

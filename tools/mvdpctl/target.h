@@ -38,6 +38,9 @@ Panel findTarget(Session &session);
 // "02:00:5e:10:00:01 (192.168.10.5, QM316-44LRNA)"
 QString panelLabel(const Panel &panel);
 
+// What to do when a panel that was found keeps silent.
+QString heardBeforeAdvice();
+
 // How the one panel can be reached for a request that must not come by three ways at once, best way first.
 // Broadcast needs neither an address of ours in the panel's subnet nor that the panel alone holds its
 // address.

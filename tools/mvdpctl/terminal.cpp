@@ -72,6 +72,12 @@ void Terminal::note(const QString &line)
         writeMessage(line);
 }
 
+void Terminal::hint(const QString &line)
+{
+    if (isTerminal(stderr))
+        note(line);
+}
+
 void Terminal::noteTable(const QStringList &lines, bool evenIfQuiet)
 {
     if (m_quiet && !evenIfQuiet)

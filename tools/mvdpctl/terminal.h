@@ -32,6 +32,8 @@ public:
     void warn(const QString &line);   // "mvdpctl: line", not when quiet
     void note(const QString &line);   // plain, not when quiet
     void trace(const QString &lines); // plain, only when verbose
+    // For whoever sits in front of it: like a note, but only on a terminal.
+    void hint(const QString &line);
     // A table that belongs to a question or to progress: on standard error, not wrapped.
     void noteTable(const QStringList &lines, bool evenIfQuiet);
     // What is going on, in one line that the next output replaces; only on a terminal.

@@ -2,15 +2,15 @@
 
 #include "addresses.h"
 #include "failure.h"
+#include "platform.h"
 
 #include <QtCore/QVariant>
 #include <QtNetwork/QNetworkDatagram>
-#include <QtNetwork/QNetworkInterface>
+#include <QtNetwork/QNetworkProxy>
 #include <QtNetwork/QUdpSocket>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace
 {
@@ -19,31 +19,15 @@ namespace
 const int GroupHopLimit = 16;
 // Forty panels answer a broadcast at the same moment, each three times.
 const int ReceiveBufferBytes = 1 << 20;
+// How long a full send buffer is waited for: a slow link drains it much sooner.
+const int SendPatienceMilliseconds = 5000;
 
 bool isMulticast(std::uint32_t address)
 {
     return address >> 28 == 0xE;
 }
 
-// Qt has one sentence for every reason why a datagram cannot be sent; where sockets are POSIX, the reason
-// itself is in errno, which was 0 before.
-QString reasonText(const QUdpSocket &socket, int error)
-{
-    switch (error) {
-    case 0:
-        return socket.errorString();
-    case ENETUNREACH:
-    case EHOSTUNREACH:
-        return QStringLiteral("there is no route to it");
-    case EPERM:
-        return QStringLiteral("a firewall of this computer forbids it");
-    default:
-        return QString::fromLocal8Bit(std::strerror(error));
-    }
-}
-
-// The system would find a source address by itself, but some choose the interface by the source address
-// alone.
+// Linux goes by the interface alone; other systems choose it by the source address.
 Destination throughInterface(const NetworkInterface &interface, std::uint32_t address)
 {
     return {address, interface.index, interface.addresses.front().address};
@@ -54,13 +38,16 @@ Destination throughInterface(const NetworkInterface &interface, std::uint32_t ad
 std::unique_ptr<QUdpSocket> boundSocket(std::uint16_t port)
 {
     auto socket = std::make_unique<QUdpSocket>();
+    socket->setProxy(QNetworkProxy::NoProxy); // panels are never behind one, whatever the environment says
     if (!socket->bind(QHostAddress(QHostAddress::AnyIPv4), port, QAbstractSocket::DontShareAddress)) {
-        throw Failure{
-            ExitCode::NetworkTrouble,
-            QStringLiteral("UDP port %1 cannot be used: %2").arg(port).arg(socket->errorString()),
-            port == 0 ? QStringLiteral("See what forbids it: a sandbox, a limit of open files, a security "
-                                       "policy.")
-                      : QStringLiteral("Give another --source-port, or leave it out to take any free port.")};
+        const QString reason = socket->errorString();
+        if (port == 0)
+            throw Failure{ExitCode::NetworkTrouble, QStringLiteral("no UDP socket: %1").arg(reason),
+                          QStringLiteral("See what forbids it: a sandbox, a limit of open files, a security "
+                                         "policy.")};
+        throw Failure{ExitCode::NetworkTrouble,
+                      QStringLiteral("UDP port %1 cannot be used: %2").arg(port).arg(reason),
+                      QStringLiteral("Give another --source-port, or leave it out to take any free port.")};
     }
     if (port != 0 || socket->localPort() != MvdpDatagram::Port)
         return socket;
@@ -137,11 +124,11 @@ void Transport::joinGroup()
         if (!interface.canMulticast)
             continue;
         errno = 0;
-        const auto index = static_cast<int>(interface.index);
-        if (!m_socket->joinMulticastGroup(QHostAddress(MvdpDatagram::MulticastGroup),
-                                          QNetworkInterface::interfaceFromIndex(index))) {
+        if (!joinMulticastGroup(m_socket->socketDescriptor(), MvdpDatagram::MulticastGroup,
+                                interface.index)) {
             addProblem(QStringLiteral("answers to the multicast group are not heard on %1: %2")
-                           .arg(interface.name, reasonText(*m_socket, errno)));
+                           .arg(interface.name,
+                                socketErrorText(errno, QStringLiteral("the system does not say why"))));
         }
     }
 }
@@ -215,6 +202,7 @@ bool Transport::hasRouteTo(std::uint32_t address)
 {
     // Sends nothing: the system only chooses the way.
     QUdpSocket probe;
+    probe.setProxy(QNetworkProxy::NoProxy);
     probe.connectToHost(QHostAddress(address), MvdpDatagram::Port);
     return probe.state() == QAbstractSocket::ConnectedState;
 }
@@ -226,15 +214,22 @@ bool Transport::send(const std::uint8_t *bytes, std::size_t size, const Destinat
     datagram.setInterfaceIndex(destination.interfaceIndex);
     if (destination.sourceAddress != 0)
         datagram.setSender(QHostAddress(destination.sourceAddress));
-    errno = 0;
-    if (m_socket->writeDatagram(datagram) >= 0)
-        return true;
+    qint64 sent;
+    bool isBufferFull;
+    do {
+        errno = 0;
+        sent = m_socket->writeDatagram(datagram);
+        isBufferFull = sent == -2 || (sent < 0 && errno == EAGAIN); // -2 is how Qt has it
+    } while (isBufferFull &&
+             waitForSocket(m_socket->socketDescriptor(), SocketEvent::Writable, SendPatienceMilliseconds));
     const int error = errno;
+    if (sent >= 0)
+        return true;
     const QString name = interfaceName(destination.interfaceIndex);
     addProblem(QStringLiteral("nothing can be sent to %1%2: %3")
                    .arg(ipv4Text(destination.address),
                         name.isEmpty() ? QString() : QStringLiteral(" on ") + name,
-                        reasonText(*m_socket, error)));
+                        socketErrorText(error, m_socket->errorString())));
     return false;
 }
 
@@ -246,7 +241,9 @@ std::optional<Received> Transport::receive(Clock::time_point deadline)
         if (left.count() <= 0)
             return std::nullopt;
         const auto limit = std::min(left, std::chrono::milliseconds(std::chrono::hours(1)));
-        if (!m_socket->hasPendingDatagrams() && !m_socket->waitForReadyRead(static_cast<int>(limit.count())))
+        if (!m_socket->hasPendingDatagrams() &&
+            !waitForSocket(m_socket->socketDescriptor(), SocketEvent::Readable,
+                           static_cast<int>(limit.count())))
             continue;
         std::optional<Received> received = receiveWaiting();
         const bool isElsewhere =

@@ -25,7 +25,7 @@ struct TransportOptions {
 struct Destination {
     std::uint32_t address = 0;
     unsigned interfaceIndex = 0;     // 0: the routing table decides
-    std::uint32_t sourceAddress = 0; // 0: the system decides
+    std::uint32_t sourceAddress = 0; // for systems that choose the interface by it
 };
 
 // How a datagram was addressed to us. A panel answers senders outside its own subnet by broadcast or to the
