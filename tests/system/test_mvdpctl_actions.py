@@ -1,5 +1,6 @@
 """mvdpctl acts on panels: echo, set and raw, the options, and what it ends with."""
 
+import os
 import re
 import signal
 
@@ -72,6 +73,10 @@ def test_silence_of_a_panel_in_a_foreign_subnet_is_explained(wire, fake, mvdpctl
     assert result.code == TROUBLE
     assert f"there is no route to {FAR_ADDRESS}\n" in result.err
     assert "its address, which is on no subnet of this computer" in result.err
+    # Past the routing table it is reached.
+    fake.unanswered = set()
+    assert mvdpctl("echo", MAC, "--interface", "eth0", "--count", "1", *PATIENT).code == DONE
+    fake.unanswered = {Command.ECHO}
     wire[1].route("10.9.0.0/24 dev eth0")
     try:
         result = mvdpctl("echo", MAC, "--count", "1", "--timeout", "0.2", *SEARCHING)
@@ -201,6 +206,8 @@ def test_settings_that_cannot_work_are_sent_by_force_only(fake, mvdpctl, setting
 
 
 def test_gateway_that_is_kept_is_pointed_out(fake, mvdpctl):
+    # Not where another gateway would not help.
+    assert "with --gateway" not in mvdpctl("set", MAC, "--address", "127.0.0.1", "--yes", *SEARCHING).err
     result = mvdpctl("set", MAC, "--address", "10.20.0.31", "--yes", *SEARCHING)
     assert result.code == USAGE
     assert "The gateway 192.168.10.1 is outside the subnet 10.20.0.0/24 of the new address." in result.err
@@ -380,19 +387,33 @@ def test_unreachable_address_is_network_trouble(mvdpctl):
     assert "nothing can be sent to 203.0.113.1: there is no route to it" in result.err
 
 
-def test_only_the_chosen_interface_is_used(request):
+def two_cables(request, *subnets):
     """A tool with two cables, a panel at the end of each."""
     tool = Namespace("tool")
     request.addfinalizer(tool.close)
     panels = []
-    for number, mac in ((1, MAC), (2, MAC2)):
+    for number, (mac, subnet) in enumerate(zip((MAC, MAC2), subnets), start=1):
         far = Namespace(f"panel {number}")
         request.addfinalizer(far.close)
         join(far, "eth0", tool, f"eth{number}")
-        far.address("eth0", f"192.168.{number}.5/24")
-        tool.address(f"eth{number}", f"192.168.{number}.1/24")
-        panels.append(FakePanel(far, "eth0", Identity(mac=mac, address=f"192.168.{number}.5")))
+        far.address("eth0", f"{subnet}.{4 + number}/24")
+        tool.address(f"eth{number}", f"{subnet}.1/24")
+        panels.append(FakePanel(far, "eth0", Identity(mac=mac, address=f"{subnet}.{4 + number}")))
         request.addfinalizer(panels[-1].close)
+    return tool, panels
+
+
+def test_group_is_heard_on_interfaces_of_one_address(request):
+    tool, panels = two_cables(request, "192.168.1", "192.168.1")
+    for panel in panels:
+        panel.way = "group"
+    for options, macs in (([], [MAC, MAC2]), (["--interface", "eth1"], [MAC]), (["--interface", "eth2"], [MAC2])):
+        result = Result(tool.run([program(), "discover", "--json", *options, *SEARCHING], capture_output=True))
+        assert [panel["mac"] for panel in result.json["panels"]] == macs
+
+
+def test_only_the_chosen_interface_is_used(request):
+    tool, panels = two_cables(request, "192.168.1", "192.168.2")
 
     def found(*options):
         result = Result(tool.run([program(), "discover", "--json", *options, *SEARCHING], capture_output=True))
@@ -403,6 +424,57 @@ def test_only_the_chosen_interface_is_used(request):
         panel.requests.clear()
     assert found("--interface", "eth2") == [(MAC2, "eth2")]
     assert panels[0].requests == []
+
+
+def test_computer_without_an_address_is_told_so(request):
+    tool, _ = two_cables(request, "192.168.1", "192.168.2")
+    for interface in ("eth1", "eth2"):
+        tool.ip(f"address flush dev {interface}")
+    result = Result(tool.run([program(), "discover"], capture_output=True))
+    assert (result.code, result.out) == (TROUBLE, "")
+    assert "no network interface has an IPv4 address\n" in result.err
+    assert "Give one to eth1 or eth2" in result.err
+
+
+def test_port_stays_although_a_datagram_cannot_be_sent(fake, mvdpctl):
+    ports = []
+    fake.deliver = lambda panel, answer, source, sender: ports.append(sender[1])
+    result = mvdpctl("discover", PANEL_ADDRESS, "203.0.113.1", "--source-port", "40125", "--rounds", "4", "--timeout",
+                     "0.2")
+    assert result.code == NO_ANSWER
+    assert ports == [40125] * 4
+
+
+def test_proxy_of_the_environment_is_not_for_panels(wire, fake):
+    assert fake
+    proxy = "socks5://127.0.0.1:1"
+    completed = wire[1].run([program(), "discover", *SEARCHING], capture_output=True, timeout=4 * PATIENCE,
+                            env={**os.environ, "all_proxy": proxy, "http_proxy": proxy, "https_proxy": proxy})
+    assert (completed.returncode, completed.stdout.decode().splitlines()) == (DONE, [HEADINGS, LINE])
+
+
+def test_full_send_buffer_is_waited_for(fake, mvdpctl):
+    """Datagrams to addresses that nobody holds lie there until the kernel gives up to look for them."""
+    assert fake
+    everybody = [f"192.168.10.{last}" for last in range(2, 255)]
+    result = mvdpctl("discover", *everybody, "--rounds", "1")
+    assert result.code == NO_ANSWER
+    assert LINE in result.lines
+    assert "nothing can be sent" not in result.err
+
+
+def test_link_that_goes_after_the_answer_is_no_refusal(wire, fake, mvdpctl):
+    def answer_and_go(panel, answer, source, sender):
+        panel.send_answer(answer, source, sender)
+        if answer[6] == Command.SET_ADDRESS:
+            wire[1].ip("link set eth0 down")
+    fake.deliver = answer_and_go
+    try:
+        result = mvdpctl("set", MAC, *NEW, "--yes", "--json", "--timeout", "0.5", "--rounds", "4")
+    finally:
+        wire[1].ip("link set eth0 up")
+        wire[1].wait_running("eth0")
+    assert (result.code, result.json["result"]) == (NO_ANSWER, "unverified")
 
 
 def test_quiet_leaves_the_result_alone(fake, mvdpctl):
