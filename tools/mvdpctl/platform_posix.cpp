@@ -66,7 +66,7 @@ bool waitForSocket(std::intptr_t socket, SocketEvent event, int milliseconds)
     return poll(&waiting, 1, milliseconds) > 0;
 }
 
-bool joinMulticastGroup(std::intptr_t socket, std::uint32_t group, unsigned interfaceIndex)
+bool joinMulticastGroup(std::intptr_t socket, std::uint32_t group, unsigned interfaceIndex, std::uint32_t)
 {
     ip_mreqn membership = {};
     membership.imr_multiaddr.s_addr = htonl(group);

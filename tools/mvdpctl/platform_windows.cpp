@@ -72,12 +72,11 @@ bool waitForSocket(std::intptr_t socket, SocketEvent event, int milliseconds)
     return WSAPoll(&waiting, 1, milliseconds) > 0;
 }
 
-bool joinMulticastGroup(std::intptr_t socket, std::uint32_t group, unsigned interfaceIndex)
+bool joinMulticastGroup(std::intptr_t socket, std::uint32_t group, unsigned, std::uint32_t interfaceAddress)
 {
     ip_mreq membership = {};
     membership.imr_multiaddr.s_addr = htonl(group);
-    // An address of 0.x.x.x stands for the interface of that number here.
-    membership.imr_interface.s_addr = htonl(interfaceIndex);
+    membership.imr_interface.s_addr = htonl(interfaceAddress);
     return setsockopt(static_cast<SOCKET>(socket), IPPROTO_IP, IP_ADD_MEMBERSHIP,
                       reinterpret_cast<const char *>(&membership), sizeof membership) == 0;
 }

@@ -124,8 +124,8 @@ void Transport::joinGroup()
         if (!interface.canMulticast)
             continue;
         errno = 0;
-        if (!joinMulticastGroup(m_socket->socketDescriptor(), MvdpDatagram::MulticastGroup,
-                                interface.index)) {
+        if (!joinMulticastGroup(m_socket->socketDescriptor(), MvdpDatagram::MulticastGroup, interface.index,
+                                interface.addresses.front().address)) {
             addProblem(QStringLiteral("answers to the multicast group are not heard on %1: %2")
                            .arg(interface.name,
                                 socketErrorText(errno, QStringLiteral("the system does not say why"))));
