@@ -32,7 +32,8 @@ install_packages() {
         >/dev/null
 }
 
-# build_tree PRESET FOLDER [cmake option...] [-- target...]: configures and builds; quiet unless it fails.
+# build_tree PRESET FOLDER [cmake option...] [-- target...]: configures and builds; quiet unless it fails. One build at
+# a time: each keeps all cores busy, and several at once only take the caches from each other.
 build_tree() {
     local preset=$1 folder=$2 log options=()
     shift 2
@@ -41,12 +42,12 @@ build_tree() {
         shift
     done
     [ $# -eq 0 ] || shift
-    mkdir -p "$folder"
+    mkdir -p "$folder" "$root/build"
     log=$folder/build.log
     echo "Building in ${folder#"$root"/} (log: ${log#"$root"/})"
     if ! {
         cmake --preset "$preset" -S "$root" -B "$folder" -G Ninja "${options[@]}" &&
-            cmake --build "$folder" ${*:+--target "$@"}
+            flock "$root/build/lock" cmake --build "$folder" ${*:+--target "$@"}
     } >"$log" 2>&1; then
         tail -n 50 "$log" >&2
         fail "the build failed"
