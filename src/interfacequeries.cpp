@@ -56,9 +56,14 @@ quint32 hostOrderAddress(const sockaddr *address)
     return ntohl(ipv4.sin_addr.s_addr);
 }
 
+bool hasIpv4(const ifaddrs &entry)
+{
+    return entry.ifa_addr && entry.ifa_addr->sa_family == AF_INET;
+}
+
 bool isUpWithIpv4(const ifaddrs &entry)
 {
-    return entry.ifa_addr && (entry.ifa_flags & IFF_UP) && entry.ifa_addr->sa_family == AF_INET;
+    return hasIpv4(entry) && (entry.ifa_flags & IFF_UP);
 }
 
 bool subnetHolds(const ifaddrs &entry, quint32 peer)
@@ -130,6 +135,20 @@ quint32 findInterfaceForPeer(quint32 peer, char *name)
         std::strncpy(name, chosen->ifa_name, IF_NAMESIZE);
     ::freeifaddrs(list);
     return 1;
+}
+
+bool isOwnAddress(quint32 address)
+{
+    ifaddrs *list = nullptr;
+    if (::getifaddrs(&list) != 0)
+        return false;
+    const quint32 wanted = ntohl(address);
+    const ifaddrs *entry = list;
+    while (entry && !(hasIpv4(*entry) && hostOrderAddress(entry->ifa_addr) == wanted))
+        entry = entry->ifa_next;
+    const bool found = entry != nullptr;
+    ::freeifaddrs(list);
+    return found;
 }
 
 quint32 ethMacAddress(unsigned char *mac)

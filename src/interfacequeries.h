@@ -14,6 +14,10 @@
 // address count. Always returns 1.
 quint32 findInterfaceForPeer(quint32 peer, char *name);
 
+// Whether one of this device's interfaces, up or down, holds an IPv4 address, given in network byte order.
+// False when the interfaces cannot be listed.
+bool isOwnAddress(quint32 address);
+
 // Direct access to "eth0", kept beside the platform service for integrators; the protocol does not use it.
 // Addresses and masks are numbers whose most significant byte is the first dotted octet. Every failure is 0,
 // which cannot be told from an address of 0.0.0.0; setting needs CAP_NET_ADMIN.

@@ -13,6 +13,14 @@
 namespace
 {
 
+// Whether our own socket sent this: no other program of this device can hold the port. The kernel gives a
+// member of the group its own datagrams too. An echo that was asked for from our port by another subnet is
+// such a datagram, and a request again; answering it would go on without end.
+bool isOurOwn(const sockaddr_in &sender)
+{
+    return ntohs(sender.sin_port) == MvdpDatagram::Port && isOwnAddress(sender.sin_addr.s_addr);
+}
+
 // Points the platform facade at the local interface that reaches the sender, and reads its settings afresh.
 void selectInterfaceFor(const sockaddr_in &sender)
 {
@@ -57,7 +65,7 @@ void runServerLoop()
         // This thread has no event loop of its own. In Qt 4 the connection to the bus lives on it, with the
         // answers that nobody waits for; they are taken off here.
         QCoreApplication::processEvents();
-        if (!socket.receive(datagram, sender))
+        if (!socket.receive(datagram, sender) || isOurOwn(sender))
             continue;
         selectInterfaceFor(sender);
         if (datagram.isRequest() && handleCommand(datagram))

@@ -61,10 +61,6 @@ int openSocket()
     ::setsockopt(descriptor, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
     joinGroup(descriptor);
     ::setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_TTL, &MulticastTtl, sizeof MulticastTtl);
-    // A reply to the group must not come back to this socket: an echo asked for from our own port would be
-    // answered to ourselves, and that answer again, without end.
-    const int off = 0;
-    ::setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_LOOP, &off, sizeof off);
     return descriptor;
 }
 

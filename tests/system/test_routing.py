@@ -5,7 +5,7 @@ import pytest
 import mvdp
 from mvdp import Command
 from netns import join
-from panel import ADDRESS, FAR_ADDRESS, GATEWAY, MAC, NETMASK, TOOL_ADDRESS
+from panel import ADDRESS, FAR_ADDRESS, GATEWAY, MAC, NETMASK, TOOL_ADDRESS, lay_one_wire
 from waiting import PATIENCE, wait_for
 
 DISCOVER = mvdp.request(Command.DISCOVER)
@@ -166,8 +166,27 @@ def test_a_route_to_the_group_alone_is_enough(make_panel):
     assert (answer.destination, answer.ttl) == (mvdp.GROUP, MULTICAST_TTL)
 
 
-def test_an_answer_to_the_group_does_not_come_back_to_the_panel(panel):
-    """From the panel's own port on another subnet: what the group hears is a request again."""
+def lay_one_wire_and_a_second_interface(panel):
+    """The second interface is none that the platform service knows."""
+    lay_one_wire(panel)
+    panel.namespace.ip("link add eth1 type veth peer name far1", "link set eth1 up")
+    panel.namespace.address("eth1", "10.20.0.1/24")
+
+
+@pytest.mark.parametrize("own_address", ["127.0.0.1", "10.20.0.1"], ids=["loopback", "second-interface"])
+def test_a_member_of_the_group_on_the_panel_itself_hears_the_answer(make_panel, own_address):
+    panel = make_panel(lay_wires=lay_one_wire_and_a_second_interface)
+    panel.tool_at().ask(DISCOVER)
+    sock = panel.namespace.udp_socket(group=mvdp.GROUP)
+    sock.settimeout(PATIENCE)
+    sock.sendto(DISCOVER, (own_address, mvdp.PORT))
+    data, sender = sock.recvfrom(4096)
+    assert sender == (ADDRESS, mvdp.PORT)
+    assert data == panel.expected_identity()
+
+
+def test_an_echo_of_the_panel_itself_is_not_answered_again(panel):
+    """From the panel's own port on another subnet: the answer is a request, and the panel is a member of the group."""
     echo = mvdp.request(Command.ECHO)
     witness = panel.tool_at()
     witness.settle()

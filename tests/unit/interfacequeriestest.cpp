@@ -59,6 +59,7 @@ private slots:
     void interfaceWithIpv6AloneIsNeverChosen();
     void withNothingUpTheBufferIsLeftAlone();
     void loopbackPeerYieldsLoopback();
+    void ownAddressesAreThoseOfAllInterfaces();
     void descriptorsAreClosed();
 
     void ethQueriesTellTheSettings();
@@ -230,6 +231,20 @@ void InterfaceQueriesTest::loopbackPeerYieldsLoopback()
     QVERIFY(ip("link set lo up"));
     QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
     QCOMPARE(interfaceFor("127.0.0.1"), QByteArray("lo"));
+}
+
+void InterfaceQueriesTest::ownAddressesAreThoseOfAllInterfaces()
+{
+    QVERIFY(ip("link set lo up"));
+    QVERIFY(ip("addr add 10.1.0.1/16 dev eth0"));
+    QVERIFY(ip("addr add 10.1.0.2/16 dev eth0"));
+    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
+    QVERIFY(ip("link set aux0 down"));
+    for (const char *own : {"127.0.0.1", "10.1.0.1", "10.1.0.2", "192.168.7.1"})
+        QVERIFY2(isOwnAddress(inet_addr(own)), own);
+    // Another host, a reversed address, the broadcast address of an own subnet, and none at all.
+    for (const char *foreign : {"10.1.0.3", "1.0.1.10", "10.1.255.255", "0.0.0.0"})
+        QVERIFY2(!isOwnAddress(inet_addr(foreign)), foreign);
 }
 
 void InterfaceQueriesTest::descriptorsAreClosed()

@@ -148,6 +148,7 @@ private slots:
     void senderIsTold();
     void wholeDatagramIsSent();
     void sentToTheGroupItCrossesSixteenRouters();
+    void sentToTheGroupItIsHeardHere();
     void broadcastIsRefused();
     void portIsFreeAfterwards();
 
@@ -298,6 +299,16 @@ void ServerSocketTest::sentToTheGroupItCrossesSixteenRouters()
     QCOMPARE(int(packet.at(8)), 16);
     QCOMPARE(packet.mid(16, 4), QByteArray::fromHex("E0000580"));
     QCOMPARE(packet.mid(20, 4), QByteArray::fromHex("E4B99CBB")); // from port 58553 to 40123
+}
+
+// A tool on the panel itself is a member of the group too.
+void ServerSocketTest::sentToTheGroupItIsHeardHere()
+{
+    const Tool tool;
+    MvdpDatagram datagram;
+    std::memset(datagram.data(), 0xA5, 256);
+    QVERIFY(m_socket->send(datagram, Tool::address("224.0.5.128", tool.port())));
+    QCOMPARE(tool.receive(), bytesOf(datagram));
 }
 
 // That is what sends replies to other subnets by the group.
