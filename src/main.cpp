@@ -4,10 +4,12 @@
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtDBus/QDBusConnection>
 // QApplication's header moved with the widgets: QtGui in Qt 4, QtWidgets since.
 #include <QApplication>
 
 #include <cstdio>
+#include <cstdlib>
 
 #include <unistd.h>
 
@@ -25,12 +27,28 @@ void printVersionIfAsked(const QStringList &arguments)
     std::fflush(stdout);
 }
 
+void leaveWithFailure()
+{
+    ::_exit(EXIT_FAILURE);
+}
+
+// Nothing here calls exit() but the toolkit, when it loses the X server. The destructors that exit() runs
+// would wait for the server thread, or take away what it is using. Those of objects that exist by now run
+// after our handler, which leaves instead; D-Bus's own, which wait, are therefore made to exist. A process
+// that has ended can be started again.
+void leaveWithoutDestructors()
+{
+    const QDBusConnection makesTheManager(QLatin1String("none"));
+    std::atexit(leaveWithFailure);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     disableDesktopScaling();
     QApplication application(argc, argv);
+    leaveWithoutDestructors();
     // The notice is the only window, and it comes and goes.
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationVersion(QLatin1String(Version));
