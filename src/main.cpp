@@ -48,6 +48,7 @@ int main(int argc, char **argv)
 {
     disableDesktopScaling();
     QApplication application(argc, argv);
+    disableFontScaling();
     leaveWithoutDestructors();
     // The notice is the only window, and it comes and goes.
     QApplication::setQuitOnLastWindowClosed(false);

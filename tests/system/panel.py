@@ -45,12 +45,12 @@ def server_path():
 class Xvfb:
     """An X display without a screen, ready when the constructor returns."""
 
-    def __init__(self, geometry="1280x800x24"):
+    def __init__(self, geometry="1280x800x24", *options):
         read_end, write_end = os.pipe()
         try:
             self.process = subprocess.Popen(
                 [*ENDS_WITH_US, "Xvfb", "-displayfd", str(write_end), "-screen", "0", geometry, "-nolisten", "tcp",
-                 "-noreset"],
+                 "-noreset", *options],
                 pass_fds=[write_end], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                 stderr=subprocess.DEVNULL)
         finally:
