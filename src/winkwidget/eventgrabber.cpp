@@ -1,5 +1,6 @@
 #include "eventgrabber.h"
 
+#include "winknotice.h"
 #include "xscreen.h"
 
 #include <QtCore/QDebug>
@@ -24,8 +25,9 @@ EventGrabber *EventGrabber::instance()
 }
 
 EventGrabber::EventGrabber()
+    : m_displayMissed(false)
 {
-    m_hideTimer.setInterval(ShownMs);
+    setPreciseInterval(m_hideTimer, ShownMs);
     m_hideTimer.setSingleShot(true);
     connect(&m_hideTimer, SIGNAL(timeout()), this, SLOT(onTimeOut()));
 }
@@ -43,33 +45,37 @@ bool EventGrabber::event(QEvent *event)
         return QObject::event(event);
     if (!m_horizontalWindow && !m_verticalWindow)
         makeNotice();
-    setNoticeVisible(true);
+    if (QWidget *shown = notice())
+        showOnTop(*shown);
     m_hideTimer.start();
     return true;
 }
 
 void EventGrabber::onTimeOut()
 {
-    setNoticeVisible(false);
+    if (QWidget *shown = notice())
+        shown->setVisible(false);
 }
 
 void EventGrabber::makeNotice()
 {
     XScreenSize screen;
     if (!readXScreenSize(screen)) {
-        qWarning() << "Cannot open the X display: no wink notice is shown";
+        if (!m_displayMissed)
+            qWarning() << "Cannot open the X display: no wink notice is shown";
+        m_displayMissed = true;
         return;
     }
+    m_displayMissed = false;
     if (screen.width <= WidestPortraitScreen)
         m_verticalWindow = new WinkVerWidget;
     else
         m_horizontalWindow = new WinkHorWidget;
 }
 
-void EventGrabber::setNoticeVisible(bool visible)
+QWidget *EventGrabber::notice() const
 {
     if (m_horizontalWindow)
-        m_horizontalWindow->setVisible(visible);
-    if (m_verticalWindow)
-        m_verticalWindow->setVisible(visible);
+        return m_horizontalWindow;
+    return m_verticalWindow;
 }

@@ -28,13 +28,17 @@ private Q_SLOTS:
 
 private:
     EventGrabber();
+    // Leaves notice() null, with a warning, when no display can be opened. One warning stands for all winks
+    // until a display could be opened again.
     void makeNotice();
-    void setNoticeVisible(bool visible);
+    // The one that was made, or null.
+    QWidget *notice() const;
 
     // At most one of the two is ever made, on the first wink, and kept.
     QPointer<WinkHorWidget> m_horizontalWindow;
     QPointer<WinkVerWidget> m_verticalWindow;
     QTimer m_hideTimer;
+    bool m_displayMissed;
 };
 
 #endif // EVENTGRABBER_H

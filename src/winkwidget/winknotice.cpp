@@ -5,10 +5,21 @@
 
 #include <QLabel>
 #include <QWidget>
+#include <QtCore/QTimer>
+
+void setPreciseInterval(QTimer &timer, int intervalMs)
+{
+    timer.setInterval(intervalMs);
+#if QT_VERSION >= 0x050000
+    timer.setTimerType(Qt::PreciseTimer);
+#endif
+}
 
 void showPanelIdentity(QLabel &ipAddress, QLabel &deviceName)
 {
     HWSDPlatform *platform = HWSDPlatform::instance();
+    // The factory may have named the model with what looks like markup.
+    deviceName.setTextFormat(Qt::PlainText);
     ipAddress.setText(platform->ipAddressString());
     deviceName.setText(platform->systemInfoText());
 }
@@ -18,6 +29,14 @@ void centreOnXScreen(QWidget &window)
     XScreenSize screen;
     if (readXScreenSize(screen))
         window.move((screen.width - window.width()) / 2, (screen.height - window.height()) / 2);
+}
+
+void showOnTop(QWidget &window)
+{
+    window.setVisible(true);
+    window.raise();
+    if (windowManagerRuns())
+        window.activateWindow();
 }
 
 void blink(QLabel &label)

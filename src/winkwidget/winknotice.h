@@ -4,12 +4,17 @@
 #include <QtCore/qnamespace.h>
 
 class QLabel;
+class QTimer;
 class QWidget;
 
 // What the two notices have in common. GUI thread only.
 
 const Qt::WindowFlags NoticeWindowFlags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
 const int BlinkIntervalMs = 1000;
+
+// Sets the interval, in ms, of a timer that keeps to the millisecond. Qt 5 and later make timers coarse by
+// default: they may be off by a twentieth.
+void setPreciseInterval(QTimer &timer, int intervalMs);
 
 // Puts the panel's IP address and model description into the labels. Blocks while the platform service is
 // asked for a description that nobody needed yet.
@@ -18,6 +23,11 @@ void showPanelIdentity(QLabel &ipAddress, QLabel &deviceName);
 // Moves a window to the middle of the X screen, by the window's size at this moment; leaves it where it is
 // when the display cannot be opened.
 void centreOnXScreen(QWidget &window);
+
+// Shows a window above all others, also one that was covered while it was shown. Under a window manager it
+// gets the focus with that, as new windows do: a program that fills the screen stays in front for as long as
+// it has the focus. Without one the focus stays where it is, since nobody would give it back.
+void showOnTop(QWidget &window);
 
 // Shows the label if it is hidden, else hides it.
 void blink(QLabel &label);

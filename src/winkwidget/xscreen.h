@@ -11,4 +11,7 @@ struct XScreenSize {
 // when the display cannot be opened.
 bool readXScreenSize(XScreenSize &size);
 
+// Whether a window manager has made itself known on that display. False when the display cannot be opened.
+bool windowManagerRuns();
+
 #endif // XSCREEN_H

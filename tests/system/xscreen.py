@@ -38,6 +38,11 @@ class Image:
     def is_white(self, left, top, right, bottom):
         return all(pixel == WHITE for pixel in self.rectangle(left, top, right, bottom))
 
+    def is_filled(self, colour):
+        """Whether every pixel has a colour given as 0xRRGGBB."""
+        pixel = colour.to_bytes(3, "little")
+        return all(self.row_text(y) == pixel * self.width for y in range(self.height))
+
     def place_of(self, other):
         """(x, y) of the first place where the other image's every pixel is found, or None."""
         probe = other.row_text(other.height // 2)
@@ -102,6 +107,8 @@ def read_bmp(path):
 
 class Screen:
     """A connection to the X display of this name."""
+
+    COLOUR = 0x2060a0  # of the windows that are opened here
 
     def __init__(self, name):
         self.name = name
@@ -189,10 +196,13 @@ class Screen:
             window = parent
         return window
 
-    def open_window(self, x, y, width, height, colour=0x2060a0):
-        """An ordinary window of one colour, visible when this returns."""
-        window = self.root.create_window(x, y, width, height, 0, X.CopyFromParent, background_pixel=colour)
+    def open_window(self, x, y, width, height, full_screen=False):
+        """A window of COLOUR, visible when this returns; a window manager is asked to let it fill the screen."""
+        window = self.root.create_window(x, y, width, height, 0, X.CopyFromParent, background_pixel=self.COLOUR)
         window.set_wm_name("something else")
+        if full_screen:
+            window.change_property(self._atom("_NET_WM_STATE"), self._atom("ATOM"), 32,
+                                   [self._atom("_NET_WM_STATE_FULLSCREEN")])
 
         def appears():
             # Asked for again and again: a window manager that has just started may overlook the first time.

@@ -214,6 +214,7 @@ void NoticeWindowsTest::blinkTimer_repeatsEverySecondOnceShown()
     QCOMPARE(spy.timers().size(), 1);
     QVERIFY(spy.timer(1000));
     QVERIFY(!spy.timer(1000)->isSingleShot());
+    QCOMPARE(spy.timer(1000)->timerType(), Qt::PreciseTimer);
     QVERIFY(spy.timer(1000)->isActive());
 }
 

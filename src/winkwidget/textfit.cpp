@@ -1,0 +1,64 @@
+#include "textfit.h"
+
+#include <QFrame>
+#include <QLabel>
+#include <QLayout>
+
+namespace
+{
+
+// In percent of a letter's own width. Below this the letters of bold sans-serif fonts run into each other.
+const int NarrowestStretch = 60;
+
+int textWidth(const QLabel &label)
+{
+    return label.minimumSizeHint().width();
+}
+
+void setStretch(QLabel &label, int stretch)
+{
+    QFont font = label.font();
+    font.setStretch(stretch);
+    label.setFont(font);
+}
+
+// Narrows the letters until the text needs no more than the width, or the letters stay legible only just.
+void narrow(QLabel &label, int width)
+{
+    const int whole = textWidth(label);
+    if (whole <= width)
+        return;
+    // Letters have whole widths in pixels, so that the first guess may be a little too wide.
+    int stretch = qMax(NarrowestStretch, 100 * width / whole);
+    setStretch(label, stretch);
+    while (textWidth(label) > width && stretch > NarrowestStretch)
+        setStretch(label, --stretch);
+}
+
+} // namespace
+
+int contentWidth(const QFrame &frame)
+{
+    int left, top, right, bottom;
+    frame.layout()->getContentsMargins(&left, &top, &right, &bottom);
+    return frame.window()->maximumWidth() - 2 * frame.frameWidth() - left - right;
+}
+
+void fitTexts(const NoticeTexts &texts, int width)
+{
+    narrow(texts.title, width);
+    QLabel *const captions[] = {&texts.deviceCaption, &texts.addressCaption};
+    for (QLabel *caption : captions) {
+        // Where room is short a layout takes a caption for no wider than the minimum that the form gives it.
+        if (caption->minimumWidth() > 0)
+            narrow(*caption, caption->minimumWidth());
+    }
+    QLabel *const values[] = {&texts.deviceName, &texts.ipAddress};
+    texts.rows.invalidate();
+    const int beside = texts.rows.minimumSize().width() - qMax(textWidth(*values[0]), textWidth(*values[1]));
+    for (QLabel *value : values) {
+        narrow(*value, width - beside);
+        if (textWidth(*value) > width - beside)
+            value->setFixedWidth(width - beside);
+    }
+}
