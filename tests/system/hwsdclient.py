@@ -7,7 +7,7 @@ from jeepney import DBusAddress, HeaderFields, MessageType, new_method_call
 from jeepney.io.blocking import open_dbus_connection
 
 from hwsdcatalogue import NETWORK, OBJECTS, SIGNATURES
-from hwsdsim import SERVICE_NAME, HwsdSim
+from hwsdsim import SERVICE_NAME, WARNINGS_END_IT, HwsdSim
 from privatebus import PrivateBus
 from waiting import PATIENCE
 
@@ -89,7 +89,7 @@ def start_fixture(bus):
     running = []
 
     def start_one(**arguments):
-        running.append(HwsdSim(bus.address, **arguments))
+        running.append(HwsdSim(bus.address, environment=WARNINGS_END_IT, **arguments))
         return running[-1]
 
     yield start_one
@@ -110,5 +110,5 @@ def client_fixture(bus):
 @pytest.fixture(scope="module", name="shared")
 def shared_fixture():
     """Calls one simulation for all tests that do not mind what others did to the panel."""
-    with PrivateBus() as own, HwsdSim(own.address):
+    with PrivateBus() as own, HwsdSim(own.address, environment=WARNINGS_END_IT):
         yield connect(own)

@@ -17,6 +17,8 @@ from waiting import PATIENCE, wait_for
 SERVICE_NAME = "com.zelt.HWSD"
 CONTROL = DBusAddress("/org/mvdpserver/HwsdSim", bus_name="org.mvdpserver.HwsdSim",
                       interface="org.mvdpserver.HwsdSim1")
+# For tests of the program itself: it has no warnings of its own, so that one of Qt's tells of a mistake in it.
+WARNINGS_END_IT = {"QT_FATAL_WARNINGS": "1"}
 
 
 def build_folder():
@@ -32,7 +34,7 @@ def program_path():
 def run_program(*options):
     """hwsd-sim to its end, for what it does without a bus or cannot do at all."""
     return subprocess.run([program_path(), *options], stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                          timeout=PATIENCE)
+                          env=dict(os.environ, **WARNINGS_END_IT), timeout=PATIENCE)
 
 
 class HwsdSim:

@@ -119,8 +119,9 @@ QString checkKey(const QString &key, const Kind &kind)
         if (QLatin1String(method.out).contains(QLatin1String(kind.needs)))
             return QString();
     }
-    return QString(QLatin1String(known ? "\"%1\" replies nothing that \"%2\" could change"
-                                       : "\"%1\" means no method"))
+    if (!known)
+        return QString(QLatin1String("\"%1\" means no method")).arg(key);
+    return QString(QLatin1String("\"%1\" replies nothing that \"%2\" could change"))
         .arg(key, QLatin1String(kind.name));
 }
 
