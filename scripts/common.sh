@@ -32,6 +32,13 @@ install_packages() {
         >/dev/null
 }
 
+# configure_tree PRESET FOLDER [cmake option...]: with all that the scripts use, unless the options say otherwise. A
+# folder that was configured for another generator or compiler is configured anew.
+configure_tree() {
+    local options=(--preset "$1" -S "$root" -B "$2" -DMVDP_SERVICE=ON -DMVDP_TOOLS=ON -DBUILD_TESTING=ON "${@:3}")
+    cmake "${options[@]}" || cmake --fresh "${options[@]}"
+}
+
 # build_tree PRESET FOLDER [cmake option...] [-- target...]: configures and builds; quiet unless it fails. One build at
 # a time: each keeps all cores busy, and several at once only take the caches from each other.
 build_tree() {
@@ -46,7 +53,7 @@ build_tree() {
     log=$folder/build.log
     echo "Building in ${folder#"$root"/} (log: ${log#"$root"/})"
     if ! {
-        cmake --preset "$preset" -S "$root" -B "$folder" -G Ninja "${options[@]}" &&
+        configure_tree "$preset" "$folder" "${options[@]}" &&
             flock "$root/build/lock" cmake --build "$folder" ${*:+--target "$@"}
     } >"$log" 2>&1; then
         tail -n 50 "$log" >&2
