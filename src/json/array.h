@@ -16,9 +16,10 @@ namespace json
 /**
  * A sequence of elements.
  *
- * A reference to an element survives appending (Insert at the end, Resize to more, access beyond the
- * end) and is invalid once elements were removed or inserted before others. Iterators survive only what
- * does not change the size.
+ * Inserting and erasing move the elements between the place and the nearer end, one by one: none at either
+ * end, where the length of the Array makes no difference. References to the others stay valid; those to the
+ * moved ones are not, and halfway either half may be the one that moves. Resize and access beyond the end act
+ * at the end. Iterators survive only what does not change the size.
  */
 class Array
 {
@@ -47,9 +48,12 @@ public:
     const_iterator begin() const { return Begin(); }
     const_iterator end() const { return End(); }
 
-    /** Appends a copy and returns its position. The element may be part of this Array. */
-    iterator Insert(const UnknownElement &element);
-    /** Inserts a copy before `where`, an iterator of this Array, and returns its position. */
+    /** Appends a copy, otherwise as the next. */
+    iterator Insert(const UnknownElement &element) { return Insert(element, End()); }
+    /**
+     * Inserts a copy before `where`, an iterator of this Array, and returns its position. The element may be
+     * part of this Array. When memory runs out the Array is as it was, with the references into it.
+     */
     iterator Insert(const UnknownElement &element, iterator where);
     /** Removes the element at `where`, which must not be End(); returns the following position. */
     iterator Erase(iterator where);
@@ -71,6 +75,7 @@ private:
     Elements &elements() const { return m_elements ? *m_elements : noElements(); }
     static Elements &noElements();
     Elements &ownElements();
+    static iterator carry(iterator place, iterator wanted);
 
     // Made for the first element: an empty deque already takes more than half a kilobyte.
     std::unique_ptr<Elements> m_elements;
@@ -113,36 +118,52 @@ inline Array::Elements &Array::ownElements()
     return *m_elements;
 }
 
-inline Array::iterator Array::Insert(const UnknownElement &element)
+// An iterator is a value.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
+inline Array::iterator Array::Insert(const UnknownElement &element, iterator where)
 {
+    const Elements::difference_type before = where - Begin();
+    const Elements::difference_type behind = End() - where;
     // Copied first: the element may be this Array's own or hold it.
     UnknownElement copy(element);
     Elements &own = ownElements();
+    // std::deque would insert between elements by copying those on one side, trees and all.
+    if (before < behind) {
+        own.emplace_front();
+        swap(own.front(), copy);
+        return carry(own.begin(), own.begin() + before);
+    }
     own.emplace_back();
     swap(own.back(), copy);
-    return own.end() - 1;
-}
-
-// NOLINTNEXTLINE(performance-unnecessary-value-param): an iterator is a value
-inline Array::iterator Array::Insert(const UnknownElement &element, iterator where)
-{
-    const Elements::difference_type index = where - Begin();
-    // Swapped down from the end: std::deque would copy the elements behind it, trees and all.
-    iterator place = Insert(element);
-    const iterator wanted = Begin() + index;
-    for (; place != wanted; --place)
-        swap(*place, *(place - 1));
-    return place;
+    return carry(own.end() - 1, own.begin() + before);
 }
 
 inline Array::iterator Array::Erase(iterator where)
 {
-    const Elements::difference_type index = where - Begin();
-    for (iterator next = where + 1; next != End(); ++where, ++next)
-        swap(*where, *next);
-    m_elements->pop_back();
-    return Begin() + index;
+    const Elements::difference_type before = where - Begin();
+    const Elements::difference_type behind = End() - where - 1;
+    if (before < behind) {
+        carry(where, Begin());
+        m_elements->pop_front();
+    } else {
+        carry(where, End() - 1);
+        m_elements->pop_back();
+    }
+    return Begin() + before;
 }
+
+// Takes an element to another place and returns that; those on the way move up.
+inline Array::iterator Array::carry(iterator place, iterator wanted)
+{
+    for (; place < wanted; ++place)
+        swap(*place, *(place + 1));
+    for (; wanted < place; --place)
+        swap(*place, *(place - 1));
+    return place;
+}
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 inline void Array::Resize(std::size_t size)
 {

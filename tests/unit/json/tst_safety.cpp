@@ -79,7 +79,6 @@ private slots:
     void literalTextIsAString();
     void rangeForWalksContainers();
     void iteratorsOfEmptyArraysCompare();
-    void insertingBeforeOthersCopiesNothingElse();
     void deepTreesNeedNoStack_data();
     void deepTreesNeedNoStack();
     void deepTreesDifferAtTheirEnd();
@@ -225,20 +224,6 @@ void TestSafety::iteratorsOfEmptyArraysCompare()
     never.Insert(Number(1), never.Begin());
     emptied.Insert(Number(1), emptied.End());
     QVERIFY(never == emptied);
-}
-
-void TestSafety::insertingBeforeOthersCopiesNothingElse()
-{
-    Array array;
-    array[0]["x"] = Number(1);
-    array[1]["x"] = Number(2);
-    const Object *const first = &static_cast<Object &>(array[0]);
-    const Object *const second = &static_cast<Object &>(array[1]);
-    array.Insert(Null(), array.Begin());
-    QCOMPARE(&static_cast<const Object &>(array[1]), first);
-    QCOMPARE(&static_cast<const Object &>(array[2]), second);
-    array.Erase(array.Begin() + 1);
-    QCOMPARE(&static_cast<const Object &>(array[1]), second);
 }
 
 void TestSafety::deepTreesNeedNoStack_data()
