@@ -196,6 +196,9 @@ inline void Parser::parse(Array &array)
     if (m_token->type == Token::ArrayEnd) {
         advance();
     } else {
+        // Where the document ends no element was begun, which would stay in the Array.
+        if (m_token->type == Token::End)
+            failToken();
         do {
             parse(array[array.Size()]);
         } while (takeComma(Token::ArrayEnd));

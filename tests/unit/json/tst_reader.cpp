@@ -84,8 +84,9 @@ private slots:
     void targetIsExtended();
     void targetOfOtherKindIsReplaced();
     void scanErrorLeavesTargetAlone();
-    void parseErrorKeepsWhatWasComplete_data();
-    void parseErrorKeepsWhatWasComplete();
+    void targetIsLeftAloneWhereNothingWasBegun();
+    void parseErrorKeepsWhatWasBegun_data();
+    void parseErrorKeepsWhatWasBegun();
 
     void exceptionsAreSiblings();
 };
@@ -332,16 +333,47 @@ void TestReader::scanErrorLeavesTargetAlone()
     QVERIFY(element == String("x"));
 }
 
-void TestReader::parseErrorKeepsWhatWasComplete_data()
+void TestReader::targetIsLeftAloneWhereNothingWasBegun()
+{
+    Array array = jsontext::read<Array>("[1]");
+    QCOMPARE(outcome(array, "["), QByteArray("parse: Unexpected end of token stream"));
+    QCOMPARE(written(array), QByteArray("[\n\t1\n]"));
+    QCOMPARE(outcome(array, ""), QByteArray("parse: Unexpected end of token stream"));
+    QCOMPARE(written(array), QByteArray("[\n\t1\n]"));
+    UnknownElement element = String("x");
+    QCOMPARE(outcome(element, " "), QByteArray("parse: Unexpected end of token stream"));
+    QVERIFY(element == String("x"));
+}
+
+void TestReader::parseErrorKeepsWhatWasBegun_data()
 {
     QTest::addColumn<QByteArray>("input");
     QTest::addColumn<QByteArray>("kept");
     const char *const rows[][2] = {
+        // An Array keeps the element that it was at: all behind the bracket but its end, or behind a comma.
         {"[1,[2,3,}", "[\n\t1,\n\t[\n\t\t2,\n\t\t3,\n\t\tnull\n\t]\n]"},
         {"[1,]", "[\n\t1,\n\tnull\n]"},
+        {"[1,", "[\n\t1,\n\tnull\n]"},
+        {"[}", "[\n\tnull\n]"},
+        {"[,1]", "[\n\tnull\n]"},
         {"[1,1.2.3]", "[\n\t1,\n\t0\n]"},
         {"[1 2]", "[\n\t1\n]"},
+        {"[1", "[\n\t1\n]"},
         {"[1] 2", "[\n\t1\n]"},
+        // At the end of the document nothing was begun.
+        {"[", "[]"},
+        {" [ ", "[]"},
+        {"[[", "[\n\t[]\n]"},
+        {"[1,[", "[\n\t1,\n\t[]\n]"},
+        {"[[]", "[\n\t[]\n]"},
+        {"[{", "[\n\t{}\n]"},
+        {"{", "{}"},
+        // An Object keeps its finished members only.
+        {"{\"a\"", "{}"},
+        {"{\"a\":", "{}"},
+        {"{\"a\":[", "{}"},
+        {"{\"a\":1", "{\n\t\"a\" : 1\n}"},
+        {"{\"a\":1,", "{\n\t\"a\" : 1\n}"},
         {"{\"a\":1,\"b\":{\"c\":2,}}", "{\n\t\"a\" : 1\n}"},
         {"{\"a\":1,\"b\":[2,", "{\n\t\"a\" : 1\n}"},
         {"{\"a\":1,\"a\":2}", "{\n\t\"a\" : 1\n}"},
@@ -352,14 +384,22 @@ void TestReader::parseErrorKeepsWhatWasComplete_data()
         QTest::newRow(row[0]) << QByteArray(row[0]) << QByteArray(row[1]);
 }
 
-void TestReader::parseErrorKeepsWhatWasComplete()
+void TestReader::parseErrorKeepsWhatWasBegun()
 {
     QFETCH(QByteArray, input);
     QFETCH(QByteArray, kept);
+    const std::string text = toStd(input);
     UnknownElement element;
-    const QByteArray end = outcome(element, toStd(input));
+    const QByteArray end = outcome(element, text);
     QVERIFY2(end.startsWith("parse: "), end.constData());
     QCOMPARE(written(element), kept);
+
+    // The same in a target of the document's own kind.
+    Array array;
+    Object object;
+    const bool isArray = input.trimmed().startsWith('[');
+    QCOMPARE(isArray ? outcome(array, text) : outcome(object, text), end);
+    QCOMPARE(isArray ? written(array) : written(object), kept);
 }
 
 void TestReader::exceptionsAreSiblings()
