@@ -173,7 +173,7 @@ inline void Array::Resize(std::size_t size)
 
 inline UnknownElement &Array::operator[](std::size_t index)
 {
-    if (index == std::numeric_limits<std::size_t>::max())
+    if (index == (std::numeric_limits<std::size_t>::max)())
         throw Exception("Array out of bounds");
     if (index >= Size())
         Resize(index + 1);

@@ -1,6 +1,8 @@
 #ifndef JSON_EXCEPTION_H
 #define JSON_EXCEPTION_H
 
+#include "standard.h"
+
 #include <stdexcept>
 #include <string>
 

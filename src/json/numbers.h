@@ -1,6 +1,8 @@
 #ifndef JSON_NUMBERS_H
 #define JSON_NUMBERS_H
 
+#include "standard.h"
+
 #include <cmath>
 #include <cstddef>
 #include <iomanip>
@@ -99,7 +101,7 @@ private:
         m_stream->str(text);
         *m_stream >> value;
         // Standard libraries differ on whether an overflow is the largest double or infinity.
-        const double largest = std::numeric_limits<double>::max();
+        const double largest = (std::numeric_limits<double>::max)();
         return value > largest ? largest : value < -largest ? -largest : value;
     }
 
@@ -123,7 +125,7 @@ public:
             if (static_cast<double>(integer) == value && (integer != 0 || !std::signbit(value)))
                 return appendInteger(integer, text);
         }
-        const double largest = std::numeric_limits<double>::max();
+        const double largest = (std::numeric_limits<double>::max)();
         if (value >= -largest && value <= largest)
             appendAny(value, text);
         else

@@ -142,10 +142,10 @@ inline void Parser::parse(UnknownElement &element)
         return parse(static_cast<String &>(element));
     case Token::Number:
         return parse(static_cast<Number &>(element));
-    case Token::True:
-    case Token::False:
+    case Token::TrueLiteral:
+    case Token::FalseLiteral:
         return parse(static_cast<Boolean &>(element));
-    case Token::Null:
+    case Token::NullLiteral:
         return parse(static_cast<Null &>(element));
     default:
         failToken();
@@ -230,15 +230,15 @@ inline void Parser::parse(Number &number)
 
 inline void Parser::parse(Boolean &boolean)
 {
-    if (m_token->type != Token::True)
-        expect(Token::False);
-    boolean.Value() = m_token->type == Token::True;
+    if (m_token->type != Token::TrueLiteral)
+        expect(Token::FalseLiteral);
+    boolean.Value() = m_token->type == Token::TrueLiteral;
     advance();
 }
 
 inline void Parser::parse(Null &)
 {
-    take(Token::Null);
+    take(Token::NullLiteral);
 }
 
 // Counts one more open container.

@@ -24,9 +24,10 @@ struct Token {
         Colon,
         Text,
         Number,
-        True,
-        False,
-        Null
+        // Not True and False, which Xlib defines as macros.
+        TrueLiteral,
+        FalseLiteral,
+        NullLiteral
     };
 
     Token()
@@ -153,11 +154,11 @@ inline void Scanner::scanToken()
     case '"':
         return scanText();
     case 't':
-        return scanLiteral(Token::True, "true");
+        return scanLiteral(Token::TrueLiteral, "true");
     case 'f':
-        return scanLiteral(Token::False, "false");
+        return scanLiteral(Token::FalseLiteral, "false");
     case 'n':
-        return scanLiteral(Token::Null, "null");
+        return scanLiteral(Token::NullLiteral, "null");
     default:
         break;
     }

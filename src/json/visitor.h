@@ -1,6 +1,8 @@
 #ifndef JSON_VISITOR_H
 #define JSON_VISITOR_H
 
+#include "standard.h"
+
 #include <string>
 
 namespace json

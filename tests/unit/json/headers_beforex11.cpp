@@ -1,0 +1,18 @@
+// Who includes the JSON headers first has Xlib's macros as they are.
+
+#include <json/writer.h>
+
+#include <X11/Xlib.h>
+
+#include "json/headers.h"
+
+std::string rewrittenBeforeX11(const std::string &text)
+{
+    std::istringstream input(text);
+    json::UnknownElement element;
+    const Bool isRead = input >> element ? False : True; // the whole stream is one document
+    std::ostringstream output;
+    if (isRead)
+        json::Writer::Write(element, output);
+    return output.str();
+}

@@ -1,0 +1,37 @@
+// The JSON headers in files that have macros of others, and all of these files in one program. That they
+// compile is most of the test.
+
+#include "json/headers.h"
+
+#include <QByteArray>
+#include <QTest>
+
+class TestHeaders : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void macrosChangeNothing_data();
+    void macrosChangeNothing();
+};
+
+typedef std::string (*Rewrite)(const std::string &text);
+Q_DECLARE_METATYPE(Rewrite)
+
+void TestHeaders::macrosChangeNothing_data()
+{
+    QTest::addColumn<Rewrite>("rewrite");
+    QTest::newRow("before Xlib") << &rewrittenBeforeX11;
+    QTest::newRow("behind Xlib") << &rewrittenBehindX11;
+    QTest::newRow("behind min and max") << &rewrittenBehindMinMax;
+}
+
+void TestHeaders::macrosChangeNothing()
+{
+    QFETCH(Rewrite, rewrite);
+    QCOMPARE(QByteArray::fromStdString(rewrite("[true, false, null, -1e999]")),
+             QByteArray("[\n\ttrue,\n\tfalse,\n\tnull,\n\t-1.7976931348623157081e+308\n]"));
+}
+
+QTEST_APPLESS_MAIN(TestHeaders)
+#include "tst_headers.moc"
