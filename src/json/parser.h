@@ -82,7 +82,9 @@ public:
     }
 
 private:
-    // Far beyond any real document, and little enough for the stack of any thread.
+    // Far beyond any real document. On x86-64 a level of objects was measured to take 224 to 384 bytes of the
+    // stack, one of arrays 64 to 240 (g++ 12 and clang 14, -O0 to -O3), and the deepest document with all
+    // that reading needs besides 201 KiB at the most. Reader promises less than 256.
     enum { MaximumDepth = 512 };
 
     void parse(UnknownElement &element);

@@ -28,7 +28,8 @@ namespace json
  * Beyond the letter of JSON the names and strings may hold any raw byte but a quote, and numbers leading
  * zeros, a bare point, or an exponent cut short ("1e" and "-" are 0). A number too large becomes the
  * largest double. `\u0000` to `\u00ff` give that one byte, `\u0100` and above a question mark.
- * Deeper than 512 levels is ParseException "Nesting too deep". Locale and flags of the stream do not matter.
+ * Deeper than 512 levels is ParseException "Nesting too deep"; the levels up to there are read with less than
+ * 256 KiB of the thread's stack, other than under sanitizers. Locale and flags of the stream do not matter.
  *
  * Afterwards the stream has eofbit and failbit set, unless a ScanException came before its end: it then
  * stands at the place of the error (or, where its buffer cannot go back and a code point has too few digits,

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QTest>
+#include <QThread>
 
 #include "json/countedmemory.h"
 #include "json/jsontext.h"
@@ -55,6 +56,41 @@ std::string members(int count)
     return text;
 }
 
+// Sanitizers put room for their marks between all that is on the stack.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+const bool LargeFrames = true;
+#elif defined(__has_feature)
+const bool LargeFrames = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+const bool LargeFrames = false;
+#endif
+
+// Does what there is to do with a document on a stack as small as Reader promises to do with.
+class SmallThread : public QThread
+{
+public:
+    explicit SmallThread(const std::string &text)
+        : m_text(text)
+    {
+        setStackSize(256 * 1024);
+    }
+
+    QByteArray end;
+
+protected:
+    void run() override
+    {
+        UnknownElement element;
+        end = outcome(element, m_text);
+        const UnknownElement copy = element;
+        if (!(copy == element) || written(copy).isEmpty())
+            end = "not the same";
+    }
+
+private:
+    const std::string m_text;
+};
+
 } // namespace
 
 class TestReaderLimits : public QObject
@@ -68,6 +104,8 @@ private slots:
     void manyOpenBracketsAreRefused_data();
     void manyOpenBracketsAreRefused();
     void depthCountsOpenLevelsOnly();
+    void deepestIsReadWithLittleStack_data();
+    void deepestIsReadWithLittleStack();
 
     void largeDocumentIsReadAndRewritten();
     void duplicateAmongManyIsFound_data();
@@ -143,6 +181,31 @@ void TestReaderLimits::depthCountsOpenLevelsOnly()
     QCOMPARE(outcome(element, "[" + repeated("[[{\"a\":{}}]],", 1000) + "1]"), QByteArray("ok"));
     const Array &array = element;
     QCOMPARE(array.Size(), std::size_t(1001));
+}
+
+void TestReaderLimits::deepestIsReadWithLittleStack_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<QByteArray>("expected");
+    const QByteArray objects = QByteArray("{\"a\":").repeated(512);
+    const QByteArray both = QByteArray("{\"a\":[").repeated(256);
+    QTest::newRow("arrays") << QByteArray(512, '[') + "1.5" + QByteArray(512, ']') << QByteArray("ok");
+    QTest::newRow("objects") << objects + "1.5" + QByteArray(512, '}') << QByteArray("ok");
+    QTest::newRow("both") << both + "1.5" + QByteArray("]}").repeated(256) << QByteArray("ok");
+    QTest::newRow("too many") << objects + "[" << QByteArray("parse: Nesting too deep");
+    QTest::newRow("broken off") << objects << QByteArray("parse: Unexpected end of token stream");
+}
+
+void TestReaderLimits::deepestIsReadWithLittleStack()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, expected);
+    if (LargeFrames)
+        QSKIP("built with a sanitizer");
+    SmallThread thread(jsontext::toStd(input));
+    thread.start();
+    QVERIFY(thread.wait());
+    QCOMPARE(thread.end, expected);
 }
 
 void TestReaderLimits::largeDocumentIsReadAndRewritten()
