@@ -34,11 +34,14 @@ QString uniqueConnectionName()
 }
 
 // A bus that has no address may be one that is launched on demand. That is tried until it fails once, not
-// with every datagram: each try may start programs.
-std::atomic<bool> launchFailed(false);
+// with every datagram: each try may start programs. The two buses are launched in different ways.
+std::atomic<bool> systemLaunchFailed(false);
+std::atomic<bool> sessionLaunchFailed(false);
 
 QDBusConnection openBus(QDBusConnection::BusType type, const QString &name)
 {
+    std::atomic<bool> &launchFailed =
+        type == QDBusConnection::SystemBus ? systemLaunchFailed : sessionLaunchFailed;
     const BusState state = busState(type);
     if (state == BusState::NotListening || (state == BusState::NotNamed && launchFailed))
         return QDBusConnection(QString());
