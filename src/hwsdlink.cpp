@@ -38,6 +38,27 @@ QString uniqueConnectionName()
 std::atomic<bool> systemLaunchFailed(false);
 std::atomic<bool> sessionLaunchFailed(false);
 
+// Asks the bus itself something, of which the answer does not matter. False when none came.
+bool exchangeWithBus(const QDBusConnection &connection)
+{
+    const QString bus = QLatin1String("org.freedesktop.DBus");
+    const QDBusMessage question = QDBusMessage::createMethodCall(bus, QLatin1String("/org/freedesktop/DBus"),
+                                                                 bus, QLatin1String("GetId"));
+    const QDBusMessage::MessageType type = connection.call(question, QDBus::Block, ProbeTimeoutMs).type();
+    return type == QDBusMessage::ReplyMessage;
+}
+
+// Qt 5 and 6 note a connection's own name when the bus announces it, on a thread of Qt's and without a lock,
+// and look the name of every service that is called up in the same list: a call that is made too early reads
+// what is being moved, and now and then the process ends. Calls of the bus itself are not looked up. The
+// reply to a first one comes behind the announcement, and once there is one to a second, the name has been
+// noted.
+void waitForOwnName(const QDBusConnection &connection)
+{
+    if (exchangeWithBus(connection))
+        exchangeWithBus(connection);
+}
+
 QDBusConnection openBus(QDBusConnection::BusType type, const QString &name)
 {
     std::atomic<bool> &launchFailed =
@@ -46,7 +67,9 @@ QDBusConnection openBus(QDBusConnection::BusType type, const QString &name)
     if (state == BusState::NotListening || (state == BusState::NotNamed && launchFailed))
         return QDBusConnection(QString());
     QDBusConnection connection = QDBusConnection::connectToBus(type, name);
-    if (state == BusState::NotNamed && !connection.isConnected())
+    if (connection.isConnected())
+        waitForOwnName(connection);
+    else if (state == BusState::NotNamed)
         launchFailed = true;
     return connection;
 }
