@@ -98,6 +98,18 @@ std::unique_ptr<Proxy> makeProxy(const BusConnection &bus, const char *path)
         new Proxy(QLatin1String(ServiceName), QLatin1String(path), bus.connection(), nullptr));
 }
 
+// Null, with a warning for each of its attempts, when the service does not come up meanwhile.
+std::unique_ptr<ComZeltHWSDInterface> makeValidRootProxy(const BusConnection &bus)
+{
+    for (int attempt = 0; attempt < RootProxyAttempts; ++attempt) {
+        std::unique_ptr<ComZeltHWSDInterface> proxy = makeProxy<ComZeltHWSDInterface>(bus, RootPath);
+        if (proxy->isValid())
+            return proxy;
+        qWarning() << "Waiting for all HWSD services up and running...";
+    }
+    return nullptr;
+}
+
 // One of the four object proxies; an invalid one is reported and kept.
 template <class Proxy>
 std::unique_ptr<Proxy> makeObjectProxy(const BusConnection &bus, const char *path, const char *warning)
@@ -157,7 +169,7 @@ std::unique_ptr<HwsdLink> HwsdLink::open()
     std::unique_ptr<HwsdLink> link;
     if (isAnswer(reply)) {
         link.reset(new HwsdLink(std::move(bus)));
-        link->makeRootProxy();
+        link->root = makeValidRootProxy(*link->bus);
     } else {
         qWarning() << ErrorReachingService << reply.errorMessage()
                    << " -> try falling back to HWSD session bus";
@@ -181,7 +193,7 @@ std::unique_ptr<HwsdLink> HwsdLink::openOnSessionBus(std::unique_ptr<BusConnecti
         return nullptr;
     }
     std::unique_ptr<HwsdLink> link(new HwsdLink(std::move(session)));
-    link->makeRootProxy();
+    link->root = makeValidRootProxy(*link->bus);
     qWarning() << "HWSD running in session bus! " << reply.errorMessage();
     return link;
 }
@@ -197,15 +209,16 @@ void HwsdLink::leaveEventsToGuiThread()
     i2cSeeprom->moveToThread(guiThread);
 }
 
-void HwsdLink::makeRootProxy()
+ComZeltHWSDInterface *HwsdLink::rootMadeIfMissing()
 {
-    for (int attempt = 0; attempt < RootProxyAttempts; ++attempt) {
-        root = makeProxy<ComZeltHWSDInterface>(*bus, RootPath);
-        if (root->isValid())
-            return;
-        root.reset();
-        qWarning() << "Waiting for all HWSD services up and running...";
+    if (root)
+        return root.get();
+    if (!m_lateRoot) {
+        m_lateRoot = makeValidRootProxy(*bus);
+        if (m_lateRoot)
+            m_lateRoot->moveToThread(QCoreApplication::instance()->thread());
     }
+    return m_lateRoot.get();
 }
 
 void HwsdLink::makeObjectProxies()

@@ -38,7 +38,7 @@ private:
 };
 
 // The way to the platform service: a bus and the five proxies made on it. Built once, then only read, by
-// any thread.
+// any thread; what one thread may still add, rootMadeIfMissing(), it keeps to itself.
 struct HwsdLink {
     explicit HwsdLink(std::unique_ptr<BusConnection> connectedBus);
     ~HwsdLink();
@@ -54,9 +54,15 @@ struct HwsdLink {
     // before and after.
     void leaveEventsToGuiThread();
 
+    // The root proxy, or, when the service had not come up in time, one that is made now, with the warnings
+    // of up to three attempts, and kept. Null while the service is not up. For one thread alone, the one that
+    // restarts the device: another may be reading this link meanwhile, and must not look at what is made
+    // here.
+    ComZeltHWSDInterface *rootMadeIfMissing();
+
     const std::unique_ptr<BusConnection> bus;
     // Null when the service did not come up in time; the other four exist always, though perhaps invalid:
-    // calls on them then end in D-Bus errors.
+    // calls on them end in D-Bus errors until the service is up.
     std::unique_ptr<ComZeltHWSDInterface> root;
     std::unique_ptr<ComZeltHWSDSystemInfoInterface> systemInfo;
     std::unique_ptr<ComZeltHWSDPartitionInfoInterface> mainOsInfo;
@@ -66,8 +72,10 @@ struct HwsdLink {
 private:
     // Where the service does not answer on heldBus.
     static std::unique_ptr<HwsdLink> openOnSessionBus(std::unique_ptr<BusConnection> heldBus);
-    void makeRootProxy();
     void makeObjectProxies();
+
+    // Only rootMadeIfMissing() uses it; root does not change once the link is published.
+    std::unique_ptr<ComZeltHWSDInterface> m_lateRoot;
 };
 
 #endif // HWSDLINK_H

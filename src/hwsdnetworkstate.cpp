@@ -63,10 +63,11 @@ bool HWSDPlatform::resetConfiguration()
 
 bool HWSDPlatform::restartSystem()
 {
-    const HwsdLink *service = link();
-    if (!service || !service->root)
+    HwsdLink *service = link();
+    ComZeltHWSDInterface *root = service ? service->rootMadeIfMissing() : nullptr;
+    if (!root)
         return false;
-    service->root->restartSystem();
+    root->restartSystem();
     return true;
 }
 

@@ -55,7 +55,7 @@ bool HWSDPlatform::connectToPlatform()
     return m_link.load() != nullptr;
 }
 
-const HwsdLink *HWSDPlatform::link()
+HwsdLink *HWSDPlatform::link()
 {
     if (!m_link.load())
         connectToPlatform();

@@ -63,7 +63,8 @@ public:
     // Puts the factory's network configuration into force; true when the service agreed. The cache stays.
     bool resetConfiguration();
 
-    // Asks for a restart of the device without waiting for the answer; false when nobody can be asked.
+    // Asks for a restart of the device without waiting for the answer; false when nobody can be asked. A
+    // service that was not up yet when the link was made is looked for again.
     bool restartSystem();
 
     // The version of the operating system's partition; 0 while it is unknown, and then asked for again by the
@@ -86,7 +87,7 @@ private:
     // True when a link to the service is held afterwards.
     bool connectToPlatform();
     // The link, connecting first if need be; null when that fails.
-    const HwsdLink *link();
+    HwsdLink *link();
 
     enum class RecordReading { Done, Refused, Mistyped };
     // The interface's record as the service has it. A text that is no JSON object gives an empty record.

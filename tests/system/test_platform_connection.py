@@ -32,6 +32,8 @@ INVALID_PROXIES = ["Cannot get /SysteInfo object :  QDBusError(", "Cannot get /M
                    "Cannot get /m_networkManager object :  QDBusError(",
                    "Cannot get /I2CSEEPROM object :  QDBusError("]
 
+NOT_UP_YET = "Waiting for all HWSD services up and running..."
+
 # The panels here have no screen; a wink says so at its own time, from the other thread.
 NO_SCREEN = "Cannot open the X display: no wink notice is shown"
 
@@ -45,6 +47,8 @@ OPERATIONS = {Command.ECHO: 1,              # refresh
               Command.RESET_NETWORK: 3,     # refresh; reset, restart
               Command.RESTORE: 3,
               Command.RESTART: 5}
+
+RESTARTING = [Command.RESTART, Command.RESTORE_RELATIVE, Command.RESET_NETWORK, Command.RESTORE]
 
 
 def warnings_since(panel, before):
@@ -185,6 +189,50 @@ def test_without_any_bus_each_operation_says_so(make_panel):
     assert panel.warnings() == [NO_SYSTEM_BUS, NO_SESSION_BUS] * 6  # and the settling echo's
 
 
+# Buses without an address. D-Bus has a session bus launched by the program dbus-launch where there is a display.
+
+LAUNCHES = "launches"
+
+
+def start_service_without_addresses(panel, launch):
+    """Starts the service on a machine without a system bus; `launch` is what dbus-launch does, as a shell command."""
+    programs = panel.folder / "programs"
+    programs.mkdir()
+    launcher = programs / "dbus-launch"
+    launcher.write_text(f"#!/bin/sh\necho once >> '{panel.folder / LAUNCHES}'\n{launch}\n", encoding="ascii")
+    launcher.chmod(0o755)
+    # The machine's own bus and launcher, if it has them, are out of sight.
+    hide = ("mount -t tmpfs none /run && if [ -e /usr/bin/dbus-launch ]; then mount --bind "
+            f"'{launcher}' /usr/bin/dbus-launch; fi && exec \"$@\"")
+    panel.start_service(prefix=["unshare", "--mount", "--", "sh", "-c", hide, "sh"],
+                        environment={"DBUS_SYSTEM_BUS_ADDRESS": "", "DBUS_SESSION_BUS_ADDRESS": "",
+                                     "DISPLAY": ":nowhere", "PATH": f"{programs}:{os.environ['PATH']}"})
+
+
+def launches(panel):
+    return (panel.folder / LAUNCHES).read_text(encoding="ascii").split()
+
+
+def test_a_session_bus_is_launched_though_the_system_bus_was_not_to_be_had(make_panel):
+    panel = make_panel(system_bus=False, session_bus=True, sim="session", start=False)
+    # Address, process and window, as in dbus-launch --binary-syntax.
+    start_service_without_addresses(
+        panel, rf"printf '%s\0\1\0\0\0\0\0\0\0\0\0\0\0' '{panel.session_bus.address}'")
+    assert panel.tool_at().ask(DISCOVER).data == panel.expected_identity()
+    assert panel.warnings() == [NO_SYSTEM_BUS]
+    assert launches(panel) == ["once"]
+
+
+def test_a_bus_that_could_not_be_launched_is_not_launched_again(make_panel):
+    panel = make_panel(system_bus=False, sim=None, start=False)
+    start_service_without_addresses(panel, "exit 1")
+    tool = panel.tool_at()
+    for _ in range(3):
+        tool.ask(mvdp.request(Command.ECHO))
+    assert panel.warnings() == [NO_SYSTEM_BUS, NO_SESSION_BUS] * 3
+    assert launches(panel) == ["once"]
+
+
 def test_without_a_system_bus_and_without_the_service_on_the_session_bus(make_panel):
     """The session bus is tried like a held bus, and then once more as the fall-back."""
     panel = make_panel(system_bus=False, session_bus=True, sim=None)
@@ -216,10 +264,13 @@ def test_a_held_connection_without_the_service_answers_and_is_not_made_again(hal
         assert reply.data == unknown_panel(panel, command=command, description=b"HMI 0")
     assert reply.packet_type == {Command.ECHO: mvdp.REQUEST,
                                  Command.SET_ADDRESS: mvdp.NOT_APPLIED}.get(command, mvdp.REPLY)
-    assert warnings_since(panel, before) == (["creation of file failed"] if command == Command.RESTORE else [])
+    expected = ["creation of file failed"] if command == Command.RESTORE else []
+    if command in RESTARTING:
+        expected += [NOT_UP_YET] * 3
+    assert warnings_since(panel, before) == expected
 
 
-def test_a_held_connection_works_when_the_service_comes_but_cannot_restart(make_panel):
+def test_a_held_connection_works_when_the_service_comes(make_panel):
     panel = make_panel(sim=None)
     tool = panel.tool_at()
     assert tool.ask(DISCOVER).mac == NO_MAC
@@ -227,11 +278,31 @@ def test_a_held_connection_works_when_the_service_comes_but_cannot_restart(make_
     reply = tool.ask(mvdp.request(Command.DISCOVER))
     # The description was decided when nobody could be asked.
     assert reply.data == panel.expected_identity(description=b"HMI 0")
-    for command in (Command.RESTART, Command.RESET_NETWORK, Command.RESTORE_RELATIVE):
+    before = len(panel.warnings())
+    (panel.mnt / "data" / "hmi").mkdir(parents=True)
+    for command in RESTARTING:
         assert tool.ask(mvdp.request(command, mac=MAC)).packet_type == mvdp.REPLY
-    tool.settle()
-    assert [call[0] for call in panel.calls()].count("resetConfiguration") == 2
-    assert panel.sim.restarts() == 0
+        wait_for(lambda: panel.sim.restarts() == 1, f"the restart by {command.name}")
+        # No restart yet, and not the factory address that a reset leads to.
+        panel.sim.set_state(panel.sim.initial_state)
+    assert [call[0] for call in panel.calls()].count("resetConfiguration") == 3
+    assert panel.warnings()[before:] == []
+
+
+def test_a_service_that_goes_again_before_its_first_restart_is_waited_for(make_panel):
+    panel = make_panel(sim=None)
+    tool = panel.tool_at()
+    tool.ask(DISCOVER)
+    panel.start_sim("system")
+    assert tool.ask(DISCOVER).mac == MAC
+    panel.stop_sim()
+    before = len(panel.warnings())
+    assert tool.ask(mvdp.request(Command.RESTART, mac=MAC)).packet_type == mvdp.REPLY
+    assert panel.warnings()[before:] == [NOT_UP_YET] * 3
+    panel.start_sim("system")
+    assert tool.ask(mvdp.request(Command.RESTART, mac=MAC)).packet_type == mvdp.REPLY
+    wait_for(lambda: panel.sim.restarts() == 1, "the restart")
+    assert len(panel.warnings()) == before + 3
 
 
 @pytest.mark.parametrize("kind", ["system", "session"])

@@ -43,7 +43,8 @@ private slots:
     void withoutABusEveryOperationFailsAndChangesNothing();
     void everyOperationTriesToConnectAgain();
     void busIsLookedForOnceOnly();
-    void restartWithoutRootProxyFails();
+    void restartMakesTheRootProxyThatIsMissing();
+    void restartFailsWhileTheServiceDoesNotComeUp();
 };
 
 void HwsdPlatformTest::instanceIsOneUntilItIsDeleted()
@@ -191,15 +192,44 @@ void HwsdPlatformTest::busIsLookedForOnceOnly()
              QStringList(QStringLiteral("/NetworkManager com.zelt.HWSD.NetworkManager.resetConfiguration")));
 }
 
-void HwsdPlatformTest::restartWithoutRootProxyFails()
+// A system bus without the service, and no session bus to fall back to: the link is held and has no root
+// proxy.
+void HwsdPlatformTest::restartMakesTheRootProxyThatIsMissing()
 {
+    const QString waiting = QStringLiteral("Waiting for all HWSD services up and running...");
+    const QString restart = QStringLiteral("/ com.zelt.HWSD.restartSystem()");
+    QVERIFY(buses->startSystemBus());
+    HWSDPlatform &platform = *HWSDPlatform::instance();
+    MessageCatcher messages;
+    QVERIFY(platform.refreshNetworkState());
+    QVERIFY(!messages.take().contains(waiting));
+    QVERIFY(!platform.restartSystem());
+    QCOMPARE(messages.take(), (QStringList{waiting, waiting, waiting}));
+
+    QVERIFY(buses->startServiceOnSystemBus());
+    QVERIFY(platform.restartSystem());
+    QCOMPARE(buses->service().waitForCalls(1), QStringList(restart));
+    // The one that was made is kept, also for a service that comes back.
+    QVERIFY(buses->startServiceOnSystemBus());
+    BusMonitor monitor(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
+    QVERIFY(monitor.start());
+    QVERIFY(platform.restartSystem());
+    QCOMPARE(buses->service().waitForCalls(1), QStringList(restart));
+    QCOMPARE(monitor.stop(), QStringList(QStringLiteral("/ com.zelt.HWSD.restartSystem")));
+    QCOMPARE(messages.take(), QStringList());
+}
+
+// The service answers, but whenever its owner is asked for, the bus knows of none.
+void HwsdPlatformTest::restartFailsWhileTheServiceDoesNotComeUp()
+{
+    const QString waiting = QStringLiteral("Waiting for all HWSD services up and running...");
     const FakeBus bus(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
     QVERIFY(bus.isListening());
     MessageCatcher messages;
     QVERIFY(!HWSDPlatform::instance()->restartSystem());
-    QVERIFY(messages.take().contains(QStringLiteral("Waiting for all HWSD services up and running...")));
+    QCOMPARE(messages.take().filter(waiting).size(), 6); // when the link was made, and now
     QVERIFY(!HWSDPlatform::instance()->restartSystem());
-    QCOMPARE(messages.take(), QStringList());
+    QCOMPARE(messages.take(), (QStringList{waiting, waiting, waiting}));
 }
 
 int main(int argc, char **argv)
