@@ -1,5 +1,6 @@
 #include "devicenames.h"
 
+#include "numbertext.h"
 #include "rawinifile.h"
 
 #include <QtCore/QDir>
@@ -9,14 +10,14 @@
 namespace
 {
 
-// Unlike QString::toInt, a piece with a blank in it is no number.
+// Unlike elsewhere, a piece with a blank in it is no number.
 int codeFromText(const QString &text)
 {
     for (int i = 0; i < text.size(); ++i) {
         if (text.at(i).isSpace())
             return 0;
     }
-    return text.toInt();
+    return numberFromText(text);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "hwsdtypes.h"
 #include "i2cseeprominterface.h"
 #include "modelcodes.h"
+#include "numbertext.h"
 #include "partitioninfointerface.h"
 #include "publishonce.h"
 #include "systeminfointerface.h"
@@ -37,10 +38,10 @@ quint32 versionFromText(const QString &text)
     if (text.size() <= VersionDigits)
         return 0;
     const QString digits = text.right(VersionDigits);
-    const quint32 w = static_cast<quint32>(digits.mid(0, 2).toInt());
-    const quint32 x = static_cast<quint32>(digits.mid(2, 3).toInt());
-    const quint32 y = static_cast<quint32>(digits.mid(5, 2).toInt());
-    const quint32 z = static_cast<quint32>(digits.mid(7, 2).toInt());
+    const quint32 w = static_cast<quint32>(numberFromText(digits.mid(0, 2)));
+    const quint32 x = static_cast<quint32>(numberFromText(digits.mid(2, 3)));
+    const quint32 y = static_cast<quint32>(numberFromText(digits.mid(5, 2)));
+    const quint32 z = static_cast<quint32>(numberFromText(digits.mid(7, 2)));
     return w << 24 | x << 16 | y << 8 | z;
 }
 

@@ -8,6 +8,7 @@
 #include "networkinterfaceconfig.h"
 #include "networkmanagerinterface.h"
 
+#include "numbertext.h"
 #include <QtCore/QDebug>
 #include <QtCore/QStringList>
 #include <QtDBus/QDBusPendingReply>
@@ -93,5 +94,5 @@ void HWSDPlatform::cacheMacAddress(const QString &text)
     const QStringList parts = text.split(QLatin1Char(':'));
     const int count = qMin(static_cast<int>(parts.size()), static_cast<int>(sizeof m_macAddress));
     for (int i = 0; i < count; ++i)
-        m_macAddress[i] = static_cast<unsigned char>(parts.at(i).toInt(nullptr, 16));
+        m_macAddress[i] = static_cast<unsigned char>(numberFromText(parts.at(i), 16));
 }

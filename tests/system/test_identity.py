@@ -196,7 +196,9 @@ def test_the_description_is_decided_once(panel, identify):
     # A three-digit part above 255 runs over into the first.
     ("x99999999", 0x63E76309), ("x00256000", 0x01000000), ("x01511023", 0x01FF0203),
     # What is no number counts as 0.
-    ("xab123cd4", 0x007B0004), ("x12abc345", 0x0C002205)])
+    ("xab123cd4", 0x007B0004), ("x12abc345", 0x0C002205),
+    # White space around a number does not belong to it.
+    ("x1 23 5 7", 0x01170507), ("x1\u00a0234567", 0x01EA3807)])
 def test_the_partition_version_is_cut_from_the_texts_end(panel, identify, text, version):
     panel.sim.set_state({"partition": {"version": text}})
     assert identify().partition_version == version

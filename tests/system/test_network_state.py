@@ -75,6 +75,7 @@ def test_the_values_in_force_count_and_not_the_configured_ones(panel, tool):
     ("ffffffffff:11:22:33:44:55", "00:11:22:33:44:55"),
     # Too few parts leave the later bytes as they were.
     ("77:88:99:aa:bb", "77:88:99:aa:bb:5e"), ("77", "77:1a:2b:3c:4d:5e"), ("", "00:1a:2b:3c:4d:5e"),
+    ("\u00a01:2\u00a0: 3:4 :5\0:\0", "01:02:03:04:00:00"),
     ("77-88-99-aa-bb-cc", "00:1a:2b:3c:4d:5e"), ("77:88:", "77:88:00:3c:4d:5e"),
     # Too many are not looked at.
     ("11:22:33:44:55:66:77", "11:22:33:44:55:66"), (":".join(["ab"] * 4000), "ab:ab:ab:ab:ab:ab")],

@@ -60,6 +60,13 @@ void DeviceNamesTest::textGivesTable_data()
     row("negative", "-5:A", {{-5, latin1("A")}});
     row("zeros in front are decimal", "0501:A", {{501, latin1("A")}});
     row("Latin-1", "501:caf\xE9", {{501, latin1("caf\xE9")}});
+    row("blank of Latin-1 before the number",
+        "\xA0"
+        "501:A",
+        {{0, latin1("A")}});
+    row("sign in front", "+501:A", {{501, latin1("A")}});
+    QTest::newRow("zero byte behind the number")
+        << QString::fromLatin1("501\0:A", 6) << Names{{0, latin1("A")}};
     row("empty", "", {});
     row("no table at all", "Panel", {});
 }

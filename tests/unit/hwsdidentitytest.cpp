@@ -130,6 +130,14 @@ void HwsdIdentityTest::versionIsReadFromTheTextsEnd_data()
     row("VVVVVVVVV", 0);
     // More than eight characters are needed.
     row("01234567", 0);
+    // White space around the digits of a cut is passed over.
+    row("x1\xA0"
+        "234567",
+        0x01u << 24 | 234u << 16 | 56u << 8 | 7u);
+    row("x 1\xA0"
+        "23567",
+        0x01u << 24 | 23u << 16 | 56u << 8 | 7u);
+    row("x1 2 456\xA0", 0x01u << 24 | 56u << 8);
     row("1234567", 0);
     row("1", 0);
     row("", 0);

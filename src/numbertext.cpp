@@ -1,0 +1,64 @@
+#include "numbertext.h"
+
+#include <QtCore/QtGlobal>
+
+#include <limits>
+
+namespace
+{
+
+// 16, which is no digit in any base, for what is none.
+int digitFromCharacter(QChar character)
+{
+    const ushort code = character.unicode();
+    if (code >= '0' && code <= '9')
+        return code - '0';
+    if (code >= 'a' && code <= 'f')
+        return code - 'a' + 10;
+    if (code >= 'A' && code <= 'F')
+        return code - 'A' + 10;
+    return 16;
+}
+
+bool parseNumber(const QString &text, int base, int &number)
+{
+    int begin = 0;
+    int end = static_cast<int>(text.size());
+    while (begin < end && text.at(begin).isSpace())
+        ++begin;
+    while (begin < end && text.at(end - 1).isSpace())
+        --end;
+    const bool negative = begin < end && text.at(begin) == QLatin1Char('-');
+    if (negative || (begin < end && text.at(begin) == QLatin1Char('+')))
+        ++begin;
+    // A "0x" with nothing behind it stays and is refused for its x.
+    if (base == 16 && end - begin > 2 && text.at(begin) == QLatin1Char('0') &&
+        text.at(begin + 1).toLower() == QLatin1Char('x'))
+        begin += 2;
+    if (begin == end)
+        return false;
+
+    const qint64 largest = static_cast<qint64>(std::numeric_limits<int>::max()) + (negative ? 1 : 0);
+    qint64 value = 0;
+    for (int i = begin; i < end; ++i) {
+        const int digit = digitFromCharacter(text.at(i));
+        if (digit >= base)
+            return false;
+        value = value * base + digit;
+        if (value > largest)
+            return false;
+    }
+    number = static_cast<int>(negative ? -value : value);
+    return true;
+}
+
+} // namespace
+
+int numberFromText(const QString &text, int base, bool *isNumber)
+{
+    int number = 0;
+    const bool parsed = parseNumber(text, base, number);
+    if (isNumber)
+        *isNumber = parsed;
+    return number;
+}
