@@ -45,15 +45,16 @@ quint32 versionFromText(const QString &text)
     return w << 24 | x << 16 | y << 8 | z;
 }
 
-// The first four bytes as a little-endian number; 0, which names no model, when there are fewer.
-qint32 manufactureCodeFromBytes(const QByteArray &bytes)
+// The first four bytes as a little-endian number; false when there are fewer.
+bool manufactureCodeFromBytes(const QByteArray &bytes, qint32 &code)
 {
     if (bytes.size() < 4)
-        return 0;
-    quint32 code = 0;
+        return false;
+    quint32 number = 0;
     for (int i = 3; i >= 0; --i)
-        code = code << 8 | static_cast<uchar>(bytes.at(i));
-    return static_cast<qint32>(code);
+        number = number << 8 | static_cast<uchar>(bytes.at(i));
+    code = static_cast<qint32>(number);
+    return true;
 }
 
 // The text up to the first zero byte, when there is one and only printable text before it; else empty.
@@ -126,11 +127,15 @@ QString HWSDPlatform::findSystemDescription(const HwsdLink &service) const
 
     QDBusPendingReply<QByteArray> codeReply = service.systemInfo->manufactureCode();
     codeReply.waitForFinished();
-    const qint32 code = codeReply.isError() ? 0 : manufactureCodeFromBytes(codeReply.argumentAt<0>());
-    if (names.contains(code))
-        return names.value(code);
-    if (const char *model = modelCodeText(code))
-        return QLatin1String(model);
+    // An unknown code is shown as 0, but no table is asked for it: 0 is what the factory's table has for
+    // every entry whose number cannot be read.
+    qint32 code = 0;
+    if (!codeReply.isError() && manufactureCodeFromBytes(codeReply.argumentAt<0>(), code)) {
+        if (names.contains(code))
+            return names.value(code);
+        if (const char *model = modelCodeText(code))
+            return QLatin1String(model);
+    }
 
     QDBusPendingReply<int, QByteArray> seepromReply =
         service.i2cSeeprom->readSlvAddr(SeepromSlaveAddress, SeepromModelAddress, SeepromModelLength);

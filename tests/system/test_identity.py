@@ -101,6 +101,8 @@ def test_a_code_that_cannot_be_read_is_0(panel, identify, fault):
     panel.sim.set_fault("readSlvAddr", "error")
     panel.sim.set_fault("manufactureCode", kind, **parameters)
     assert identify(506).data[44:] == in_full(b"HMI 0")
+    # Nor is it the 0 that a number is which the factory's file spells wrongly.
+    assert identify(506, ini("501:Panel A, 502:Panel B")).data[44:] == in_full(b"HMI 0")
 
 
 # The factory's names

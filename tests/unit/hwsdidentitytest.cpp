@@ -73,9 +73,11 @@ private slots:
     void seepromThatCannotBeReadGivesTheCode();
     void manufactureCodeIsSignedAndLittleEndian_data();
     void manufactureCodeIsSignedAndLittleEndian();
-    void manufactureCodeThatCannotBeReadIsZero_data();
-    void manufactureCodeThatCannotBeReadIsZero();
-    void nameForCodeZeroIsUsedWhenTheCodeCannotBeRead();
+    void manufactureCodeThatCannotBeReadIsShownAsZero_data();
+    void manufactureCodeThatCannotBeReadIsShownAsZero();
+    void manufactureCodeThatCannotBeReadHasNoName_data();
+    void manufactureCodeThatCannotBeReadHasNoName();
+    void codeZeroHasTheNameOfNumberZero();
 
     void descriptionIsFoundOnceForBothForms_data();
     void descriptionIsFoundOnceForBothForms();
@@ -128,8 +130,6 @@ void HwsdIdentityTest::versionIsReadFromTheTextsEnd_data()
     row("V012345.7", 0x01u << 24 | 234u << 16 | 7u);
     row("V0123456x", 0x01u << 24 | 234u << 16 | 56u << 8);
     row("VVVVVVVVV", 0);
-    // More than eight characters are needed.
-    row("01234567", 0);
     // White space around the digits of a cut is passed over.
     row("x1\xA0"
         "234567",
@@ -138,6 +138,8 @@ void HwsdIdentityTest::versionIsReadFromTheTextsEnd_data()
         "23567",
         0x01u << 24 | 23u << 16 | 56u << 8 | 7u);
     row("x1 2 456\xA0", 0x01u << 24 | 56u << 8);
+    // More than eight characters are needed.
+    row("01234567", 0);
     row("1234567", 0);
     row("1", 0);
     row("", 0);
@@ -335,7 +337,7 @@ void HwsdIdentityTest::manufactureCodeIsSignedAndLittleEndian()
     QTEST(platform().systemInfoText(), "text");
 }
 
-void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsZero_data()
+void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero_data()
 {
     QTest::addColumn<bool>("refused");
     QTest::addColumn<QVariantList>("answer");
@@ -348,7 +350,7 @@ void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsZero_data()
     QTest::newRow("three bytes") << false << QVariantList{QByteArray::fromHex("F50100")};
 }
 
-void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsZero()
+void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero()
 {
     QFETCH(bool, refused);
     QFETCH(QVariantList, answer);
@@ -358,10 +360,29 @@ void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsZero()
     QCOMPARE(service().takeCalls(), (QStringList{latin1(CodeCall), latin1(SeepromCall)}));
 }
 
-void HwsdIdentityTest::nameForCodeZeroIsUsedWhenTheCodeCannotBeRead()
+void HwsdIdentityTest::manufactureCodeThatCannotBeReadHasNoName_data()
 {
-    QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=0:Unknown panel\n"));
-    QCOMPARE(platform().systemInfoText(), latin1("Unknown panel"));
+    manufactureCodeThatCannotBeReadIsShownAsZero_data();
+}
+
+void HwsdIdentityTest::manufactureCodeThatCannotBeReadHasNoName()
+{
+    QFETCH(bool, refused);
+    QFETCH(QVariantList, answer);
+    // The blank makes the second number none, which counts as 0.
+    QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=501:Panel A, 502:Panel B\n"));
+    if (!refused)
+        service().answer(latin1("manufactureCode"), answer);
+    answerSeeprom(QByteArray("Special 7\0", 10));
+    QCOMPARE(platform().systemInfoText(), latin1("Special 7"));
+    QCOMPARE(service().takeCalls(), (QStringList{latin1(CodeCall), latin1(SeepromCall)}));
+}
+
+void HwsdIdentityTest::codeZeroHasTheNameOfNumberZero()
+{
+    QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=501:Panel A, 502:Panel B\n"));
+    answerCode(0);
+    QCOMPARE(platform().systemInfoText(), latin1("Panel B"));
     QCOMPARE(service().takeCalls(), QStringList(latin1(CodeCall)));
 }
 
