@@ -43,6 +43,16 @@ QString writeJsonObject(const json::Object &object)
     return fromJsonText(stream.str());
 }
 
+QDebug operator<<(QDebug debug, const JsonMessage &message)
+{
+#if QT_VERSION >= 0x050000
+    // Not as a QString, which would be quoted, and which Qt 4 has no way to print otherwise.
+    return debug << QString::fromLatin1(message.m_text).toUtf8().constData();
+#else
+    return debug << message.m_text;
+#endif
+}
+
 bool readJsonObject(const QString &text, const JsonReadWarnings &warnings, json::Object &object)
 {
     if (text.isEmpty()) {
@@ -54,9 +64,9 @@ bool readJsonObject(const QString &text, const JsonReadWarnings &warnings, json:
         json::Reader::Read(object, stream);
         return true;
     } catch (const json::Reader::ParseException &error) {
-        qWarning() << warnings.parseError << error.what();
+        qWarning() << warnings.parseError << JsonMessage(error);
     } catch (const json::Reader::ScanException &error) {
-        qWarning() << warnings.scanError << error.what();
+        qWarning() << warnings.scanError << JsonMessage(error);
     } catch (...) {
         qWarning() << warnings.otherError;
     }

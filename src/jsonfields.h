@@ -3,6 +3,7 @@
 
 #include <json/elements.h>
 
+#include <QtCore/QDebug>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QtGlobal>
@@ -15,6 +16,23 @@ QString fromJsonText(const std::string &text);
 
 // The text of an object as the JSON writer lays it out.
 QString writeJsonObject(const json::Object &object);
+
+// A message of the JSON library's, as an item of a warning: unquoted, as it stands. It holds bytes of the
+// text that was read, which are Latin-1 like all text there; Qt 5 and 6 would take a plain const char * for
+// UTF-8.
+class JsonMessage
+{
+public:
+    // The error has to outlive this.
+    explicit JsonMessage(const json::Exception &error)
+        : m_text(error.what())
+    {
+    }
+    friend QDebug operator<<(QDebug debug, const JsonMessage &message);
+
+private:
+    const char *m_text;
+};
 
 // The four warnings of one record's text reading, each as it stands.
 struct JsonReadWarnings {

@@ -112,6 +112,10 @@ void RecordTextsTest::unreadableTextIsWarnedOf_data()
         row("bad character", latin1("{'name':1}"), record.scanError, "Unexpected character in stream: '");
         row("unknown escape", latin1("{\"name\":\"\\x41\"}"), record.scanError,
             "Unrecognized escape sequence found in string: \\x");
+        row("Latin-1 character", latin1("\xE9"), record.scanError, "Unexpected character in stream: \xE9");
+        row("message is printed as it stands",
+            latin1("{\"\\u00e9\\\\\\\"\\u0001\\n\\u00ff\":1,\"\\u00e9\\\\\\\"\\u0001\\n\\u00ff\":1}"),
+            record.parseError, "Duplicate object member token: \xE9\\\"\x01\n\xFF");
         row("NUL", QString(QChar(0)), record.scanError, "Unexpected character in stream: ");
         row("character outside Latin-1", QString(QChar(0x416)), record.scanError,
             "Unexpected character in stream: ?");
