@@ -5,13 +5,22 @@
 #include "hwsdinterface.h"
 #include "hwsdlink.h"
 #include "ipv4text.h"
+#include "jsonfields.h"
 #include "networkinterfaceconfig.h"
 #include "networkmanagerinterface.h"
-
 #include "numbertext.h"
+
 #include <QtCore/QDebug>
 #include <QtCore/QStringList>
 #include <QtDBus/QDBusPendingReply>
+
+namespace
+{
+
+// Names of interfaces come and go; a panel has a few at a time.
+const int MostInterfacesTold = 16;
+
+} // namespace
 
 bool HWSDPlatform::refreshNetworkState()
 {
@@ -73,7 +82,7 @@ bool HWSDPlatform::restartSystem()
 }
 
 HWSDPlatform::RecordReading HWSDPlatform::readInterfaceRecord(const HwsdLink &service,
-                                                              NetworkInterfaceConfig &record) const
+                                                              NetworkInterfaceConfig &record)
 {
     QDBusPendingReply<QString> reply = service.networkManager->getInterfaceConfig(m_interfaceName);
     reply.waitForFinished();
@@ -82,10 +91,22 @@ HWSDPlatform::RecordReading HWSDPlatform::readInterfaceRecord(const HwsdLink &se
     try {
         record.fromJsonString(reply.argumentAt<0>());
     } catch (const json::Exception &error) {
-        qWarning() << "Mistyped value in the configuration of interface" << m_interfaceName << error.what();
+        warnOfMistypedRecord(error);
         return RecordReading::Mistyped;
     }
+    m_toldMistyped.remove(m_interfaceName);
     return RecordReading::Done;
+}
+
+void HWSDPlatform::warnOfMistypedRecord(const json::Exception &error)
+{
+    const QByteArray message = error.what();
+    if (m_toldMistyped.value(m_interfaceName) == message)
+        return;
+    if (m_toldMistyped.size() >= MostInterfacesTold)
+        m_toldMistyped.clear();
+    m_toldMistyped.insert(m_interfaceName, message);
+    qWarning() << "Mistyped value in the configuration of interface" << m_interfaceName << JsonMessage(error);
 }
 
 // Parts beyond the sixth are dropped; a text of fewer leaves the later bytes as they were.

@@ -1,6 +1,7 @@
 #ifndef HWSDPLATFORM_H
 #define HWSDPLATFORM_H
 
+#include <QtCore/QByteArray>
 #include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtCore/QString>
@@ -10,6 +11,11 @@
 
 class NetworkInterfaceConfig;
 struct HwsdLink;
+
+namespace json
+{
+class Exception;
+} // namespace json
 
 // The process-wide facade over the platform service: network state of one interface, the actions on the
 // device, and the device's identity.
@@ -49,8 +55,8 @@ public:
     bool setGateway(quint32 gateway);
 
     // Reads the interface's settings in force into the cache. False only when there is no bus: when the
-    // service refuses, or answers with values of a wrong type (a warning), the cache stays as it was. An
-    // answer that is no JSON object, or one without a name, counts as an empty record: address, netmask,
+    // service refuses, or answers with a value of a wrong type (a warning, once), the cache stays as it was.
+    // An answer that is no JSON object, or one without a name, counts as an empty record: address, netmask,
     // gateway and the first byte of the MAC address become 0, DHCP is off.
     bool refreshNetworkState();
 
@@ -91,7 +97,9 @@ private:
 
     enum class RecordReading { Done, Refused, Mistyped };
     // The interface's record as the service has it. A text that is no JSON object gives an empty record.
-    RecordReading readInterfaceRecord(const HwsdLink &service, NetworkInterfaceConfig &record) const;
+    RecordReading readInterfaceRecord(const HwsdLink &service, NetworkInterfaceConfig &record);
+    // Once for each change of what is wrong with an interface's record: it is read with every datagram.
+    void warnOfMistypedRecord(const json::Exception &error);
     void cacheMacAddress(const QString &text);
 
     // The description, finding it out first if need be; null while the service cannot be reached.
@@ -109,6 +117,8 @@ private:
     quint32 m_gateway;
     QString m_interfaceName;
     bool m_dhcp;
+    // By interface, what was last warned of; not since a reading that went well.
+    QHash<QString, QByteArray> m_toldMistyped;
 };
 
 #endif // HWSDPLATFORM_H

@@ -58,6 +58,8 @@ const char ApplyCall[] = "/NetworkManager com.zelt.HWSD.NetworkManager.applyNewC
 const char ResetCall[] = "/NetworkManager com.zelt.HWSD.NetworkManager.resetConfiguration()";
 const char RestartCall[] = "/ com.zelt.HWSD.restartSystem()";
 
+const char MistypedEth0[] = "Mistyped value in the configuration of interface \"eth0\" Bad cast";
+
 // Everything the facade holds, in one line.
 QString stateOf(const HWSDPlatform &platform)
 {
@@ -91,6 +93,8 @@ private slots:
     void refusedRefreshIsTrueAndKeepsTheCache();
     void mistypedValueKeepsTheCacheWithAWarning_data();
     void mistypedValueKeepsTheCacheWithAWarning();
+    void mistypedValueIsToldOnceUntilItIsGone();
+    void mistypedValueIsToldOfEachInterface();
     void refreshOfAVanishedServiceKeepsTheCache();
 
     void applyWritesTheRecordAndAppliesIt();
@@ -205,6 +209,11 @@ void HwsdNetworkStateTest::refreshReadsMacAddressTexts_data()
     row("aa-bb-cc-dd-ee-ff", "002233445566");
     row("aa:bb:cc:dd:ee:ff:99:88", "aabbccddeeff");
     row(":::::::::::::::::::::::::::::::::", "000000000000");
+    row("\xA0"
+        "1:2\xA0:\xA0:4 5: 6:7",
+        "010200000607");
+    row("1:2\\u0000:3:\\u0000:5:6", "010003000506");
+    row("0x1a:0X2:0x:-1:+2:1g", "1a0200ff0200");
 }
 
 void HwsdNetworkStateTest::refreshReadsMacAddressTexts()
@@ -288,12 +297,59 @@ void HwsdNetworkStateTest::mistypedValueKeepsTheCacheWithAWarning()
     answerRecord(text);
     MessageCatcher messages;
     QVERIFY(platform().refreshNetworkState());
-    QCOMPARE(messages.take().size(), 1);
+    QCOMPARE(messages.take(), QStringList(latin1(MistypedEth0)));
     QCOMPARE(stateOf(platform()), latin1(RecordState));
 
     QVERIFY(!platform().applyConfiguration());
-    QCOMPARE(messages.take().size(), 1);
+    QCOMPARE(messages.take(), QStringList());
     QCOMPARE(service().takeCalls(), (QStringList{readCall("eth0"), readCall("eth0")}));
+}
+
+void HwsdNetworkStateTest::mistypedValueIsToldOnceUntilItIsGone()
+{
+    const QStringList told(latin1(MistypedEth0));
+    MessageCatcher messages;
+    for (int round = 0; round < 3; ++round) {
+        answerRecord(latin1("{\"name\":5}"));
+        QVERIFY(!platform().applyConfiguration());
+        QCOMPARE(messages.take(), told);
+        for (int reading = 0; reading < 3; ++reading) {
+            QVERIFY(platform().refreshNetworkState());
+            QVERIFY(!platform().applyConfiguration());
+        }
+        // A reading that fails in another way tells nothing about the values.
+        service().refuse(latin1("getInterfaceConfig"));
+        QVERIFY(platform().refreshNetworkState());
+        answerRecord(latin1("{\"name\":5}"));
+        QVERIFY(platform().refreshNetworkState());
+        QCOMPARE(messages.take(), QStringList());
+        answerRecord(latin1(Record));
+        QVERIFY(platform().refreshNetworkState());
+    }
+    QCOMPARE(messages.take(), QStringList());
+}
+
+void HwsdNetworkStateTest::mistypedValueIsToldOfEachInterface()
+{
+    const QStringList both = {latin1(MistypedEth0),
+                              latin1("Mistyped value in the configuration of interface \"eth1\" Bad cast")};
+    answerRecord(latin1("{\"name\":5}"));
+    MessageCatcher messages;
+    for (int round = 0; round < 3; ++round) {
+        platform().setInterface("eth0");
+        QVERIFY(platform().refreshNetworkState());
+        platform().setInterface("eth1");
+        QVERIFY(platform().refreshNetworkState());
+    }
+    QCOMPARE(messages.take(), both);
+    // That one of them is well again changes nothing for the other.
+    answerRecord(latin1(Record));
+    QVERIFY(platform().refreshNetworkState());
+    answerRecord(latin1("{\"name\":5}"));
+    QVERIFY(platform().refreshNetworkState());
+    platform().setInterface("eth0");
+    QVERIFY(platform().refreshNetworkState());
+    QCOMPARE(messages.take(), QStringList(both.last()));
 }
 
 void HwsdNetworkStateTest::refreshOfAVanishedServiceKeepsTheCache()
