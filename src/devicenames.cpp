@@ -27,7 +27,7 @@ QHash<int, QString> readDeviceNames(const QString &path)
     const QString file =
         path.isEmpty() ? QDir::currentPath() + QDir::separator() + QLatin1String("machine.ini") : path;
     const QSettings settings(file, rawIniFormat());
-    return parseDeviceNames(settings.value(QLatin1String("Brand/options/devicename")).toString());
+    return parseDeviceNames(settings.value(QLatin1String("brand/options/devicename")).toString());
 }
 
 QHash<int, QString> parseDeviceNames(const QString &text)

@@ -1,8 +1,11 @@
 #include "rawinifile.h"
 
+#include "inivalue.h"
+#include "numbertext.h"
+
 #include <QtCore/QByteArray>
+#include <QtCore/QHash>
 #include <QtCore/QIODevice>
-#include <QtCore/QList>
 #include <QtCore/QString>
 
 namespace
@@ -11,30 +14,124 @@ namespace
 // The factory file has a few hundred bytes; what is larger by far is no such file.
 const qint64 LargestFile = 1 << 20;
 
-// "options\devicename" is "options/devicename"; %20 is a blank.
+// Characters in all keys together. Each key has its section's name in it, so that a long one before many keys
+// would come to a multiple of the file.
+const int MostKeyCharacters = 4 << 20;
+
+const char Utf8Mark[] = "\xEF\xBB\xBF";
+
+// A line's place in the file, without indentation and line end. Not empty.
+struct Line {
+    int begin;
+    int end;
+    int equals; // the first outside quotes; -1: there is none
+};
+
+int sizeOf(const QByteArray &bytes)
+{
+    return static_cast<int>(bytes.size());
+}
+
+bool isLineEnd(char character)
+{
+    return character == '\n' || character == '\r';
+}
+
+int skipComment(const QByteArray &file, int position)
+{
+    while (position < sizeOf(file) && !isLineEnd(file.at(position)))
+        ++position;
+    return position;
+}
+
+// Finds the next line that has something in it, behind position, which is moved to its end. Quotes and
+// backslashes count wherever they stand, in keys and sections as well: a line goes on over a line end between
+// quotes or behind a backslash.
+bool nextLine(const QByteArray &file, int &position, Line &line)
+{
+    while (position < sizeOf(file)) {
+        const char character = file.at(position);
+        if (character == ';')
+            position = skipComment(file, position);
+        else if (isIniBlank(character) || isLineEnd(character))
+            ++position;
+        else
+            break;
+    }
+    line.begin = position;
+    line.equals = -1;
+    bool quoted = false;
+    while (position < sizeOf(file)) {
+        const char character = file.at(position);
+        if (!quoted && (character == ';' || isLineEnd(character)))
+            break;
+        if (character == '"')
+            quoted = !quoted;
+        else if (character == '=' && !quoted && line.equals < 0)
+            line.equals = position;
+        position = character == '\\' ? behindIniEscape(file, position) : position + 1;
+    }
+    line.end = position;
+    return line.end > line.begin;
+}
+
+// The character behind a percent sign, as "E9" or "U20AC"; moves position behind it. False where no such
+// number stands there; then the percent sign is one.
+bool escapedNameCharacter(const QByteArray &name, int &position, QChar &character)
+{
+    const bool four = position < sizeOf(name) && name.at(position) == 'U';
+    const int begin = position + (four ? 1 : 0);
+    const int end = begin + (four ? 4 : 2);
+    if (end > sizeOf(name))
+        return false;
+    bool isNumber = false;
+    const int code =
+        numberFromText(QString::fromLatin1(name.constData() + begin, end - begin), 16, &isNumber);
+    if (!isNumber)
+        return false;
+    character = QChar(static_cast<ushort>(code));
+    position = end;
+    return true;
+}
+
+// "options\devicename" is "options/devicename"; %20 is a blank, %U20AC a euro sign.
 QString nameFromFile(const QByteArray &name)
 {
-    QByteArray path = name.trimmed();
-    path.replace('\\', '/');
-    const QByteArray decoded = QByteArray::fromPercentEncoding(path);
-    return QString::fromLatin1(decoded.constData(), static_cast<int>(decoded.size()));
+    QString text;
+    text.reserve(sizeOf(name));
+    int position = 0;
+    while (position < sizeOf(name)) {
+        const char character = name.at(position++);
+        QChar escaped;
+        if (character == '\\')
+            text += QLatin1Char('/');
+        else if (character == '%' && escapedNameCharacter(name, position, escaped))
+            text += escaped;
+        else
+            text += QLatin1Char(character);
+    }
+    return text;
 }
 
-QString valueFromFile(const QByteArray &value)
-{
-    QByteArray text = value.trimmed();
-    if (text.size() >= 2 && text.startsWith('"') && text.endsWith('"'))
-        text = text.mid(1, text.size() - 2);
-    return QString::fromLatin1(text.constData(), static_cast<int>(text.size()));
-}
-
-// The prefix of the keys that follow; the section "General" is no group of its own.
+// The prefix of the keys in a section; the section "General" is no group of its own, a group of that name is
+// written "%General".
 QString prefixOfSection(const QByteArray &line)
 {
-    const QByteArray name = line.mid(1, line.indexOf(']') - 1);
-    if (qstricmp(name.trimmed().constData(), "general") == 0)
+    const int bracket = static_cast<int>(line.indexOf(']'));
+    const QByteArray name = line.mid(1, bracket < 0 ? -1 : bracket - 1).trimmed();
+    const QByteArray lowered = name.toLower();
+    if (lowered == "general")
         return QString();
-    return nameFromFile(name) + QLatin1Char('/');
+    const QString group = lowered == "%general" ? QString::fromLatin1(name.mid(1)) : nameFromFile(name);
+    return group + QLatin1Char('/');
+}
+
+// Blanks before the equals sign do not belong to the key. Empty for a line without a key.
+QString keyOfEntry(const QString &prefix, QByteArray name)
+{
+    while (!name.isEmpty() && isIniBlank(name.at(name.size() - 1)))
+        name.chop(1);
+    return name.isEmpty() ? QString() : (prefix + nameFromFile(name)).toLower();
 }
 
 bool refuseToWrite(QIODevice &, const QSettings::SettingsMap &)
@@ -55,17 +152,33 @@ bool readRawIni(QIODevice &device, QSettings::SettingsMap &entries)
 {
     if (!device.isReadable())
         return false;
+    const QByteArray file = device.read(LargestFile);
+    const bool marked = file.startsWith(Utf8Mark);
+    int position = marked ? 3 : 0;
+    // "b" in the section "a", "a\b" without a section and "B" in the section "A" are one key. As with Qt's
+    // reader the section that names the most of it holds, and within that the last entry.
+    QHash<QString, int> heldPrefixSizes;
+    int charactersLeft = MostKeyCharacters;
     QString prefix;
-    const QList<QByteArray> lines = device.read(LargestFile).replace('\r', '\n').split('\n');
-    for (int i = 0; i < lines.size(); ++i) {
-        const QByteArray line = lines.at(i).trimmed();
-        const int equals = static_cast<int>(line.indexOf('='));
-        if (line.startsWith(';'))
+    Line line;
+    while (nextLine(file, position, line)) {
+        if (file.at(line.begin) == '[') {
+            prefix = prefixOfSection(file.mid(line.begin, line.end - line.begin));
             continue;
-        if (line.startsWith('['))
-            prefix = prefixOfSection(line);
-        else if (equals > 0)
-            entries.insert(prefix + nameFromFile(line.left(equals)), valueFromFile(line.mid(equals + 1)));
+        }
+        if (line.equals < 0)
+            continue;
+        charactersLeft -= static_cast<int>(prefix.size()) + line.equals - line.begin;
+        if (charactersLeft < 0)
+            break;
+        const QString key = keyOfEntry(prefix, file.mid(line.begin, line.equals - line.begin));
+        int &heldPrefixSize = heldPrefixSizes[key];
+        const int prefixSize = static_cast<int>(prefix.size());
+        if (key.isEmpty() || prefixSize < heldPrefixSize)
+            continue;
+        heldPrefixSize = prefixSize;
+        entries.insert(key, iniValueText(file.mid(line.equals + 1, line.end - line.equals - 1),
+                                         marked ? IniEncoding::Utf8 : IniEncoding::FromBytes));
     }
     return true;
 }

@@ -132,6 +132,11 @@ def ini(value):
     ("503:a name for a nameless one", 503, b"a name for a nameless one"),
     ("-7:below zero", -7, b"below zero"), ("0506:leading zero", 506, b"leading zero"),
     ("506:Caf\u00e9 \u00fc", 506, b"Caf\xe9 \xfc"),
+    # As Qt 4 and 5 write it, and as Qt 6 does.
+    (r"506:Caf\xe9 \xfc", 506, b"Caf\xe9 \xfc"), ("506:Caf\u00c3\u00a9 \u00c3\u00bc", 506, b"Caf\xe9 \xfc"),
+    (r"506:19\" C:\\", 506, b"QM413-JD562"), (r"506:19\" C\\D\tE", 506, b'19" C\\D\tE'),
+    ("506:Line 3;a comment", 506, b"Line 3"), ('"506:Line 3;no comment"', 506, b"Line 3;no comment"),
+    ("501:A,\\\n506:B", 506, b"B"),
     ("506:" + "x" * 64, 506, b"x" * 64), ("506:" + "x" * 65, 506, b"x" * 64),
     ("506:" + "0123456789" * 30, 506, (b"0123456789" * 7)[:64])], ids=lambda each: repr(each)[:40])
 def test_the_factorys_name_wins(identify, value, code, description):
@@ -143,7 +148,8 @@ def test_the_factorys_name_wins(identify, value, code, description):
     "; comment\n\n[Other]\noptions\\devicename=506:there\n[Brand]\nx=1\noptions\\devicename=506:here\ny=2\n",
     "[Brand]\noptions\\devicename=506:there\noptions\\devicename=506:here",
     "[Brand]\noptions\\devicename = 506:here\n",
-    "[Brand/options]\ndevicename=506:here\n"], ids=repr)
+    "[Brand/options]\ndevicename=506:here\n", "[BRAND]\nOptions\\DeviceName=506:here\n",
+    "[%42rand]\noptions%U002fdevicename=506:here\n"], ids=repr)
 def test_the_name_is_found_in_its_section(identify, content):
     assert identify(506, content).description == b"here"
 

@@ -93,6 +93,12 @@ void DeviceNamesTest::fileGivesTable_data()
         {{501, latin1("A")}, {0, latin1("B")}});
     row("whole path in the section", "[Brand/options]\ndevicename=501:A,502:B\n", both);
     row("Latin-1", "[Brand]\noptions\\devicename=501:caf\xE9\n", {{501, latin1("caf\xE9")}});
+    row("unquoted up to a semicolon", "[Brand]\noptions\\devicename=501:A;502:B\n", {{501, latin1("A")}});
+    row("escapes", "[Brand]\noptions\\devicename=501:caf\\xe9 19\\\" \\\\\n",
+        {{501, latin1("caf\xE9 19\" \\")}});
+    row("other case", "[BRAND]\nOptions\\DeviceName=501:A,502:B\n", both);
+    row("escapes in the key", "[%42rand]\n%U006Fptions\\device%6Eame=501:A,502:B\n", both);
+    row("over two lines", "[Brand]\noptions\\devicename=501:A,\\\n502:B\n", both);
     row("among others", "[Screen]\nx=1\n[Brand]\nname=Z\noptions\\devicename=501:A,502:B\n[Last]\ny=2\n",
         both);
     row("another section", "[Brond]\noptions\\devicename=501:A\n", {});
