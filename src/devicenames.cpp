@@ -14,7 +14,7 @@ namespace
 int codeFromText(const QString &text)
 {
     for (int i = 0; i < text.size(); ++i) {
-        if (text.at(i).isSpace())
+        if (isWhiteSpace(text.at(i)))
             return 0;
     }
     return numberFromText(text);

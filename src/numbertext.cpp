@@ -24,9 +24,9 @@ bool parseNumber(const QString &text, int base, int &number)
 {
     int begin = 0;
     int end = static_cast<int>(text.size());
-    while (begin < end && text.at(begin).isSpace())
+    while (begin < end && isWhiteSpace(text.at(begin)))
         ++begin;
-    while (begin < end && text.at(end - 1).isSpace())
+    while (begin < end && isWhiteSpace(text.at(end - 1)))
         --end;
     const bool negative = begin < end && text.at(begin) == QLatin1Char('-');
     if (negative || (begin < end && text.at(begin) == QLatin1Char('+')))
@@ -61,4 +61,9 @@ int numberFromText(const QString &text, int base, bool *isNumber)
     if (isNumber)
         *isNumber = parsed;
     return number;
+}
+
+bool isWhiteSpace(QChar character)
+{
+    return character.isSpace() || character.unicode() == 0x85;
 }

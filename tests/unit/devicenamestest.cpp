@@ -64,6 +64,10 @@ void DeviceNamesTest::textGivesTable_data()
         "\xA0"
         "501:A",
         {{0, latin1("A")}});
+    row("next line before the number",
+        "\x85"
+        "501:A",
+        {{0, latin1("A")}});
     row("sign in front", "+501:A", {{501, latin1("A")}});
     QTest::newRow("zero byte behind the number")
         << QString::fromLatin1("501\0:A", 6) << Names{{0, latin1("A")}};
