@@ -16,15 +16,23 @@ from waiting import wait_for
 
 BROADCAST = "255.255.255.255"
 _IP_PKTINFO = getattr(socket, "IP_PKTINFO", 8)
+_IP_TRANSPARENT = getattr(socket, "IP_TRANSPARENT", 19)
 
 # How the panel takes a new address.
 APPLY, REFUSE, IGNORE, SILENT, APPLY_SILENTLY = "apply", "refuse", "ignore", "silent", "apply silently"
 VANISH = "vanish"  # says it took the address and is not heard again
+VANISH_SILENTLY = "vanish silently"
+# Tells the new address and goes on answering from the old one: by what its answer says, or without an answer.
+REFUSE_BUT_TELL, TELL_ONLY, TELL_SILENTLY = "refuse but tell", "tell only", "tell silently"
+
+_ONLY_TELLING = (REFUSE_BUT_TELL, TELL_ONLY, TELL_SILENTLY)
+_UNANSWERED = (SILENT, APPLY_SILENTLY, TELL_SILENTLY, VANISH_SILENTLY)
 
 
 @dataclasses.dataclass
 class Identity:
-    """What one panel tells of itself; `source` is the address its datagrams come from, if another."""
+    """What one panel tells of itself; `source` is the address its datagrams come from, if it is another one than it
+    tells."""
     address: str = "192.168.10.5"
     netmask: str = "255.255.255.0"
     gateway: str = "192.168.10.1"
@@ -38,6 +46,11 @@ class Identity:
         del facts["source"]
         return mvdp.identity(command=command, **facts)
 
+    @property
+    def answers_from(self):
+        """Empty: the kernel chooses."""
+        return self.source or (self.address if self.address != "0.0.0.0" else "")
+
 
 def _bound_socket(interface, port):
     sock = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
@@ -47,6 +60,8 @@ def _bound_socket(interface, port):
     membership = struct.pack("4s4si", socket.inet_aton(mvdp.GROUP), bytes(4), socket.if_nametoindex(interface))
     sock.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, membership)
     sock.setsockopt(socket.IPPROTO_IP, _IP_PKTINFO, 1)
+    # A panel that has taken a new address answers from it, whether or not the namespace has it.
+    sock.setsockopt(socket.IPPROTO_IP, _IP_TRANSPARENT, 1)
     sock.bind(("", port))
     return sock
 
@@ -134,18 +149,20 @@ class FakePanel:
         addressed = [panel for panel in self.panels
                      if command == Command.DISCOVER or mvdp.mac_bytes(panel.mac) == request[20:26]]
         if command in (Command.RESET_NETWORK, Command.RESTORE):
-            return [(request[:5] + b"\2" + request[6:], panel.source) for panel in addressed]
+            return [(request[:5] + b"\2" + request[6:], panel.answers_from) for panel in addressed]
         if command == Command.SET_ADDRESS:
             return [answer for panel in addressed for answer in self._set(panel, request)]
-        return [(panel.reply(command), panel.source) for panel in addressed]
+        return [(panel.reply(command), panel.answers_from) for panel in addressed]
 
     def _set(self, panel, request):
         on_set = self.on_set.get(panel.mac, APPLY) if isinstance(self.on_set, dict) else self.on_set
-        if on_set in (APPLY, APPLY_SILENTLY):
+        if on_set in _ONLY_TELLING:
+            panel.source = panel.answers_from
+        if on_set in (APPLY, APPLY_SILENTLY, *_ONLY_TELLING):
             panel.address, panel.netmask, panel.gateway = (
                 ".".join(str(octet) for octet in reversed(request[start:start + 4])) for start in (8, 12, 16))
-        answer = panel.reply(Command.SET_ADDRESS,
-                             packet_type=mvdp.NOT_APPLIED if on_set == REFUSE else mvdp.REPLY)
-        if on_set == VANISH:
+        is_refused = on_set in (REFUSE, REFUSE_BUT_TELL)
+        answer = panel.reply(Command.SET_ADDRESS, packet_type=mvdp.NOT_APPLIED if is_refused else mvdp.REPLY)
+        if on_set in (VANISH, VANISH_SILENTLY):
             self.panels = [each for each in self.panels if each is not panel]
-        return [] if on_set in (SILENT, APPLY_SILENTLY) else [(answer, panel.source)]
+        return [] if on_set in _UNANSWERED else [(answer, panel.answers_from)]

@@ -29,10 +29,12 @@ class Fleet:
     bridge; up when the constructor returns. Panel 0 is `panels[0]`.
 
     `lay_tool_wire(tool, switch)` joins the tool's eth0 to the bridge's port "tool"; the default is a plain cable.
+    `follows` is Panel's.
     """
 
-    def __init__(self, size, lay_tool_wire=None):
+    def __init__(self, size, lay_tool_wire=None, *, follows=True):
         self.panels = []
+        self._follows = follows
         self._namespaces = []
         # The programs of a panel get a signal when the thread that started them goes: these stay until the end.
         self._starters = concurrent.futures.ThreadPoolExecutor(STARTED_AT_ONCE)
@@ -65,7 +67,7 @@ class Fleet:
         settings = {"ip_address": address_of(number), "netmask": "255.255.248.0", "gateway_ip": TOOL_ADDRESS}
         interface = {"mac_address": mac_of(number), **settings,
                      **{f"actual_{key}": value for key, value in settings.items()}}
-        panel = Panel(lay_wires=lay_wire, state={"interfaces": {"eth0": interface}})
+        panel = Panel(lay_wires=lay_wire, state={"interfaces": {"eth0": interface}}, follows=self._follows)
         panel.number = number
         self.panels.append(panel)
 

@@ -115,11 +115,13 @@ class Panel:
     state: what is laid over the simulated panel's built-in state.
     display: an X display's name, or None for Qt's offscreen platform.
     lay_wires: a function of the panel that makes its network; the default is one wire to `tool`.
+    follows: True lets its real eth0 follow the settings that the platform service applies, as on a panel; without it
+        only what the platform service tells changes, and the panel answers from where it was.
     start: False leaves starting the service to the test.
     """
 
     def __init__(self, *, system_bus=True, session_bus=False, sim="system", state=STATE, display=None,
-                 lay_wires=None, start=True, machine_ini=None):
+                 lay_wires=None, start=True, machine_ini=None, follows=False):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="mvdp-panel-"))
         self.process = None
         self.sims = {}
@@ -127,6 +129,7 @@ class Panel:
         self._buses = []
         self._starts = 0
         self._display = display
+        self._follows = follows
         try:
             self._build(system_bus, session_bus, sim, state, lay_wires or lay_one_wire, machine_ini)
             if start:
@@ -172,6 +175,9 @@ class Panel:
         return only
 
     def start_sim(self, kind="system", state=STATE, options=(), prefix=()):
+        if self._follows:
+            options = [*options, "--apply-to-kernel"]
+            prefix = ["nsenter", f"--net={self.namespace.path}", *prefix]
         sim = HwsdSim(self.bus(kind).address, options=options, state=state, prefix=prefix)
         sim.initial_state = sim.state()
         self.sims[kind] = sim
@@ -198,6 +204,15 @@ class Panel:
             sim.set_state({"interfaces": {name: None for name in added}})
             sim.set_state(sim.initial_state)
             sim.clear_calls()
+            if self._follows:
+                self._put_eth0_back(sim.interface())
+
+    def _put_eth0_back(self, record):
+        """The real interface as the platform service's record has it."""
+        prefix = bin(int.from_bytes(socket.inet_aton(record["actual_netmask"]), "big")).count("1")
+        self.namespace.ip("address flush dev eth0")
+        self.namespace.address("eth0", f"{record['actual_ip_address']}/{prefix}")
+        self.namespace.route(f"default via {record['actual_gateway_ip']}")
 
     def expected_identity(self, **changes):
         """The identity reply of the built-in panel, with fields changed."""

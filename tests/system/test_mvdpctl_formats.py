@@ -29,13 +29,19 @@ CHANGING_CALLS = ("setInterfaceConfigJSON", "applyNewConfiguration", "resetConfi
 
 @pytest.fixture(name="row", scope="module")
 def fixture_row():
+    """Panels that answer from where they were, whatever they tell: a reset must not take them out of hearing."""
+    with Fleet(BYSTANDER + 1, follows=False) as fleet:
+        yield fleet
+
+
+@pytest.fixture(name="moving_row", scope="module")
+def fixture_moving_row():
     with Fleet(BYSTANDER + 1) as fleet:
         yield fleet
 
 
-@pytest.fixture(name="fleet")
-def fixture_fleet(row):
-    """The module's panels, reset."""
+def fresh(row):
+    """The panels, reset."""
     for panel in row.panels:
         panel.reset()
         panel.check_alive()
@@ -43,6 +49,17 @@ def fixture_fleet(row):
     for panel in row.panels:
         panel.check_alive()
     assert changes(row.panels[BYSTANDER]) == []
+
+
+@pytest.fixture(name="fleet")
+def fixture_fleet(row):
+    yield from fresh(row)
+
+
+@pytest.fixture(name="moving_fleet")
+def fixture_moving_fleet(moving_row):
+    """Panels that really take the addresses that they are given."""
+    yield from fresh(moving_row)
 
 
 def in_each_format(fleet, words):
@@ -252,21 +269,22 @@ def outcome_record(number, result, address, gateway, panel):
     return f"{mac(number)},{result},{address},255.255.248.0,{gateway},{panel[len(mac(number)) + 1:]}"
 
 
-def test_set(fleet):
-    results = in_each_format(fleet, lambda number: [
+def test_set(moving_fleet):
+    results = in_each_format(moving_fleet, lambda number: [
         "set", mac(number), "--address", f"192.168.9.7{number}", "--gateway", "192.168.8.9", "--yes", *SEARCHING])
     assert codes(results) == [DONE] * 3
     text, document, table = results
     assert text.lines == ["02:00:5e:20:00:00 now has 192.168.9.70/21, gateway 192.168.8.9."]
     new = {"address": "192.168.9.71", "gateway": "192.168.8.9"}
-    assert document.json == outcome(1, "applied", **new, panel=members(1, **new))
+    assert document.json == outcome(1, "applied", **new, panel=members(1, **new, source="192.168.9.71"))
     new = {"address": "192.168.9.72", "gateway": "192.168.8.9"}
-    assert table.lines == [SET_COLUMNS, outcome_record(2, "applied", **new, panel=record(2, **new))]
+    assert table.lines == [SET_COLUMNS, outcome_record(2, "applied", **new,
+                                                       panel=record(2, **new, source="192.168.9.72"))]
     for number in range(3):
-        assert_settings_arrived(fleet.panels[number], number, f"192.168.9.7{number}", "192.168.8.9")
+        assert_settings_arrived(moving_fleet.panels[number], number, f"192.168.9.7{number}", "192.168.8.9")
 
 
-def test_set_by_a_plan(fleet, tmp_path):
+def test_set_by_a_plan(moving_fleet, tmp_path):
     """Of three panels one gets settings, one has them already and one is not there."""
     def words(number):
         plan = tmp_path / f"{number}.csv"
@@ -275,7 +293,7 @@ def test_set_by_a_plan(fleet, tmp_path):
                         f"{mac(BYSTANDER)},192.168.9.3,\n"
                         f"{ABSENT},192.168.9.9,\n", encoding="ascii")
         return ["set", "--from", plan, "--yes", *SEARCHING]
-    results = in_each_format(fleet, words)
+    results = in_each_format(moving_fleet, words)
     assert codes(results) == [NO_ANSWER] * 3
     text, document, table = results
     assert text.lines == ["02:00:5e:20:00:03  already so  192.168.9.3/21, gateway 192.168.8.1",
@@ -292,15 +310,16 @@ def test_set_by_a_plan(fleet, tmp_path):
         outcome(BYSTANDER, "already so", "192.168.9.3", "192.168.8.1", members(BYSTANDER)),
         {"mac": ABSENT, "result": "not found", "wantedAddress": "192.168.9.9", "wantedNetmask": None,
          "wantedGateway": None, "panel": None},
-        outcome(1, "applied", "192.168.9.71", "0.0.0.0", members(1, address="192.168.9.71", gateway="0.0.0.0"))]}
+        outcome(1, "applied", "192.168.9.71", "0.0.0.0",
+                members(1, address="192.168.9.71", gateway="0.0.0.0", source="192.168.9.71"))]}
     assert table.lines == [
         SET_COLUMNS,
         outcome_record(BYSTANDER, "already so", "192.168.9.3", "192.168.8.1", record(BYSTANDER)),
         f"{ABSENT},not found,192.168.9.9,,,,,,,,,,,",
         outcome_record(2, "applied", "192.168.9.72", "0.0.0.0",
-                       record(2, address="192.168.9.72", gateway="0.0.0.0"))]
+                       record(2, address="192.168.9.72", gateway="0.0.0.0", source="192.168.9.72"))]
     for number in range(3):
-        assert_settings_arrived(fleet.panels[number], number, f"192.168.9.7{number}", "0.0.0.0")
+        assert_settings_arrived(moving_fleet.panels[number], number, f"192.168.9.7{number}", "0.0.0.0")
 
 
 TIME = r"\d\d\d\d-\d\d-\d\dT\d\d:\d\d:\d\d(Z|[+-]\d\d:\d\d)"
