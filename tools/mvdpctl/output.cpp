@@ -3,9 +3,11 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonValue>
+#include <QtCore/QLocale>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace
 {
@@ -44,6 +46,14 @@ QString line(const Row &row, const std::array<int, ColumnCount> &widths, int col
     if (columns == 0)
         return text + last;
     return text + cutTo(last, std::max(LeastDescription, columns - static_cast<int>(text.size())));
+}
+
+// As JSON has them: every digit, and whole ones without an exponent.
+QString numberText(double number)
+{
+    const double exactWhole = 9007199254740992.0; // 2 to the power of 53
+    const bool isWhole = std::abs(number) <= exactWhole && std::trunc(number) == number;
+    return QString::number(number, isWhole ? 'f' : 'g', isWhole ? 0 : QLocale::FloatingPointShortest);
 }
 
 } // namespace
@@ -128,7 +138,7 @@ QStringList csvFields(const QJsonObject &object, const QStringList &columns)
                 parts << part.toString();
             fields << parts.join(QLatin1Char(' '));
         } else if (value.isDouble()) {
-            fields << QString::number(value.toDouble());
+            fields << numberText(value.toDouble());
         } else {
             fields << value.toString();
         }

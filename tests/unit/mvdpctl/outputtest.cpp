@@ -29,6 +29,8 @@ private slots:
     void unknownsAreNullInJson();
     void csvHasTheMembersOfJson();
     void csvFieldsAreText();
+    void numbersHaveTheDigitsOfJson_data();
+    void numbersHaveTheDigitsOfJson();
     void messagesCannotSteerATerminal();
 };
 
@@ -111,6 +113,28 @@ void OutputTest::csvFieldsAreText()
         {"null", QJsonValue()}, {"list", QJsonArray{"a", "b"}}, {"number", 0.25}, {"text", "x"}};
     QCOMPARE(csvFields(object, {"text", "null", "list", "number", "missing"}),
              QStringList({"x", "", "a b", "0.25", ""}));
+}
+
+void OutputTest::numbersHaveTheDigitsOfJson_data()
+{
+    QTest::addColumn<double>("number");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("zero") << 0.0 << "0";
+    QTest::newRow("a million") << 1000000.0 << "1000000";
+    QTest::newRow("seven digits") << 1234567.0 << "1234567";
+    QTest::newRow("largest whole") << 9007199254740992.0 << "9007199254740992";
+    QTest::newRow("negative") << -1000000.0 << "-1000000";
+    QTest::newRow("time") << 1234.567891 << "1234.567891";
+    QTest::newRow("short time") << 0.0481340987 << "0.0481340987";
+}
+
+void OutputTest::numbersHaveTheDigitsOfJson()
+{
+    QFETCH(double, number);
+    QFETCH(QString, text);
+    const QJsonObject object = {{"number", number}};
+    QCOMPARE(csvFields(object, {"number"}), QStringList({text}));
+    QCOMPARE(QJsonDocument(object).toJson(QJsonDocument::Compact), "{\"number\":" + text.toUtf8() + "}");
 }
 
 void OutputTest::messagesCannotSteerATerminal()
