@@ -26,7 +26,7 @@ enum class Verdict {
     OtherMac,
     Altered, // echo and the two resets: not the bytes that were sent
 };
-constexpr int VerdictCount = 6;
+constexpr std::size_t VerdictCount = static_cast<std::size_t>(Verdict::Altered) + 1; // the last one
 
 // Says what a received datagram is to this request. Only an Answer may be looked into further.
 Verdict judge(const Request &request, const Received &received);

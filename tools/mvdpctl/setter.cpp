@@ -123,6 +123,7 @@ const OutcomeFacts &factsOf(Outcome outcome)
         {"not tried", ExitCode::NoAnswer, "%1 did not get %2: interrupted before",
          "Run the plan again: what is done is skipped."},
     };
+    static_assert(std::size(facts) == OutcomeCount, "one row for each outcome, in their order");
     return facts[static_cast<std::size_t>(outcome)];
 }
 

@@ -6,7 +6,8 @@
 #include "settingscheck.h"
 
 #include <chrono>
-#include <vector>
+#include <cstddef>
+#include <optional>
 
 // What became of new settings for one panel.
 enum class Outcome {
@@ -21,6 +22,7 @@ enum class Outcome {
     Trouble,  // this computer could not send
     NotTried, // the user interrupted before it
 };
+constexpr std::size_t OutcomeCount = static_cast<std::size_t>(Outcome::NotTried) + 1; // the last one
 
 // Its name in JSON and CSV, which the manual page promises to scripts.
 const char *outcomeName(Outcome outcome);
