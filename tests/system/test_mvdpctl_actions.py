@@ -492,6 +492,26 @@ def test_verbose_shows_each_datagram(fake, mvdpctl):
     assert "   16  01 0a a8 c0 02 00 5e 10 00 01 58 02 0f 27 8d 01\n" in result.err
 
 
+@pytest.mark.parametrize("words", [["identify", PANEL_ADDRESS], ["identify", "QM316"], ["identify", MAC],
+                                   ["set", PANEL_ADDRESS, "--address", "192.168.10.7", "--yes"],
+                                   ["echo", MAC, "--count", "1"], ["wink", PANEL_ADDRESS]],
+                         ids=" ".join)
+def test_verbose_shows_the_datagrams_of_the_panel_alone(fake, mvdpctl, words):
+    fake.panels += [Identity(mac=f"02:00:5e:10:01:{number:02x}", address=f"192.168.10.{100 + number}",
+                             description=b"other") for number in range(20)]
+    fake.before = [b"junk"]
+    result = mvdpctl(*words, "--verbose", *SEARCHING)
+    assert result.code == DONE
+    assert "\n> to 255.255.255.255:58553 on eth0, 256 bytes\n" in "\n" + result.err
+    blocks = re.split(r"^(?=[<>] )", result.err, flags=re.MULTILINE)
+    received = [block for block in blocks if block.startswith("< ")]
+    assert received
+    assert all(f"MAC address {MAC}\n" in block or "(echo)" in block or " 4 bytes" in block for block in received)
+    assert "of another panel" not in "".join(received)
+    # All the same they are counted.
+    assert "1 of the wrong length" in result.err
+
+
 def test_panel_without_a_mac_address_is_not_taken_for_another(fake, mvdpctl):
     """Two that do not know themselves: one has the settings already that the other is to get, and does not take."""
     fake.panels = [Identity(mac=NO_MAC, source=PANEL_ADDRESS),

@@ -23,7 +23,7 @@ const std::vector<Option> &commonOptions()
         {"json", nullptr, "Print the result as JSON."},
         {"csv", nullptr, "Print the result as comma-separated values."},
         {"quiet", nullptr, "Print results and errors only."},
-        {"verbose", nullptr, "Show every datagram that is sent or received."},
+        {"verbose", nullptr, "Show the datagrams that are sent and received."},
         {"yes", nullptr, "Do not ask before a dangerous command."},
         {"help", nullptr, "Show this text."},
     };

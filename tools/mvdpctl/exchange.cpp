@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace
 {
@@ -89,7 +90,7 @@ bool Exchange::trySend(const Request &request, const std::vector<Destination> &d
 std::optional<Received> Exchange::nextDatagram(Clock::time_point deadline)
 {
     std::optional<Received> received = m_transport.receive(deadline);
-    if (received && m_terminal.isVerbose()) {
+    if (received && m_terminal.isVerbose() && isShown(*received)) {
         const std::size_t shown = std::min<std::size_t>(received->length, MvdpDatagram::Size);
         m_terminal.trace(QStringLiteral("< from %1:%2 on %3 by %4, %5 bytes")
                              .arg(ipv4Text(received->source))
@@ -118,7 +119,8 @@ void Exchange::countIgnored(Verdict verdict, const Received &received)
     if (verdict == Verdict::OtherCommand && m_commandsSent.test(received.datagram.command()))
         return;
     ++m_counts[static_cast<std::size_t>(verdict)];
-    m_terminal.trace(QStringLiteral("  ignored: %1").arg(QLatin1String(reasonText(verdict))));
+    if (m_terminal.isVerbose() && isShown(received))
+        m_terminal.trace(QStringLiteral("  ignored: %1").arg(QLatin1String(reasonText(verdict))));
 }
 
 std::optional<Received> Exchange::ask(const Request &request,
@@ -138,6 +140,11 @@ std::optional<Received> Exchange::ask(const Request &request,
     if (!anySent)
         failUnsent();
     return std::nullopt;
+}
+
+void Exchange::showOnly(std::function<bool(const Received &)> isShown)
+{
+    m_isShown = std::move(isShown);
 }
 
 int Exchange::ignored() const

@@ -9,6 +9,7 @@
 #include <array>
 #include <bitset>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -42,6 +43,10 @@ public:
     std::optional<Received> ask(const Request &request, const std::vector<std::vector<Destination>> &ways,
                                 const Patience &patience, const QString &doing);
 
+    // From now on --verbose shows only those received datagrams for which this is true; the others are
+    // handled as before. What is sent is always shown.
+    void showOnly(std::function<bool(const Received &)> isShown);
+
     int ignored() const;
     // One line of a sentence with what was ignored and why.
     QString ignoredText() const;
@@ -49,8 +54,11 @@ public:
     QString noAnswerAdvice() const;
 
 private:
+    bool isShown(const Received &received) const { return !m_isShown || m_isShown(received); }
+
     Transport &m_transport;
     Terminal &m_terminal;
+    std::function<bool(const Received &)> m_isShown;
     std::array<int, VerdictCount> m_counts = {};
     std::bitset<256> m_commandsSent;
     int m_problemsShown = 0;

@@ -59,9 +59,16 @@ void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
                             .arg(macText(found.front().mac))};
 }
 
+void showOnly(const TargetName &name, Session &session)
+{
+    session.exchange.showOnly(
+        [name](const Received &received) { return fits(name, Panel::fromReply(received)); });
+}
+
 // A panel that is asked by its MAC address, at --to alone if that is given.
 std::optional<Panel> askByMac(const MacAddress &mac, Session &session)
 {
+    showOnly({macText(mac), mac, std::nullopt}, session);
     const auto through = session.through();
     const auto destinations = through ? session.transport.towards(*through) : session.transport.everywhere();
     const auto answer = session.exchange.ask(Request::toMac(MvdpCommand::Identify, mac), {destinations},
@@ -96,6 +103,7 @@ Panel onlyMatch(const TargetName &name, const PanelList &panels, Session &sessio
         failWithoutMatch(name, panels, session);
     if (found.size() > 1)
         failAmbiguous(name, found, session);
+    showOnly(found.front(), session);
     return found.front();
 }
 
@@ -105,6 +113,7 @@ PanelList searchFor(const TargetName &name, Session &session)
         throwUsage(QStringLiteral("--to goes with a MAC address or a description"));
     if (name.address && session.transport.reachesMany(*name.address))
         throwUsage(QStringLiteral("%1 is not the address of one panel").arg(name.text));
+    showOnly(name, session);
     Search search = {session.everywhere(), session.searchPatience(), {}};
     if (name.address && Transport::hasRouteTo(*name.address)) {
         const auto towards = session.transport.towards(*name.address);
@@ -121,7 +130,16 @@ Panel findTarget(Session &session)
     const auto panel = askByMac(*name.mac, session);
     if (!panel)
         failWithoutMatch(name, PanelList(), session);
+    showOnly(*panel, session);
     return *panel;
+}
+
+void showOnly(const Panel &panel, Session &session)
+{
+    // An echo that came back altered may carry any MAC address.
+    session.exchange.showOnly([mac = panel.mac, source = panel.source](const Received &received) {
+        return received.source == source || (!isZero(mac) && received.datagram.hasMacAddress(mac.data()));
+    });
 }
 
 QString panelLabel(const Panel &panel)

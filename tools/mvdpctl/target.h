@@ -29,11 +29,15 @@ std::vector<Panel> matches(const TargetName &name, const PanelList &panels);
 // there are several, ExitCode::NoAnswer when there is none.
 Panel onlyMatch(const TargetName &name, const PanelList &panels, Session &session);
 
-// All panels that a search finds: everywhere, at --to, and at the address that the name may be.
+// All panels that a search finds: everywhere, at --to, and at the address that the name may be. --verbose
+// shows the answers of those that the name fits.
 PanelList searchFor(const TargetName &name, Session &session);
 
 // The panel, searched for no longer than it takes: one that is named by its MAC address is asked directly.
 Panel findTarget(Session &session);
+
+// From now on --verbose shows of what is received only what this panel sent.
+void showOnly(const Panel &panel, Session &session);
 
 // "02:00:5e:10:00:01 (192.168.10.5, QM316-44LRNA)"
 QString panelLabel(const Panel &panel);

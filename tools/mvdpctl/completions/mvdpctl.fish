@@ -32,7 +32,7 @@ complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l rounds -x -d 'How oft
 complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l json -d 'Print the result as JSON'
 complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l csv -d 'Print the result as comma-separated values'
 complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l quiet -d 'Print results and errors only'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l verbose -d 'Show every datagram'
+complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l verbose -d 'Show the datagrams'
 complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l yes -d 'Do not ask before a dangerous command'
 
 complete -c mvdpctl -n '__mvdpctl_command_is identify echo set wink restart reset-network restore-defaults raw' -l to -x -d 'Reach the panel at this address'
