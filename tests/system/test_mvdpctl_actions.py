@@ -173,6 +173,54 @@ def test_settings_that_are_there_already_are_not_sent(fake, mvdpctl):
     assert Command.SET_ADDRESS in fake.commands()
 
 
+@pytest.mark.parametrize("on_set, name", [(fakepanel.REFUSE_BUT_TELL, "refused"), (fakepanel.TELL_ONLY, "elsewhere"),
+                                          (fakepanel.TELL_SILENTLY, "elsewhere")])
+@pytest.mark.parametrize("way, new", [
+    ("unicast", NEW), ("group", ["--address", "10.20.0.31", "--gateway", "10.20.0.1"])], ids=["near", "far"])
+def test_settings_that_are_only_told_are_not_in_force(fake, mvdpctl, on_set, name, way, new):
+    fake.on_set = on_set
+    fake.way = way
+    for attempt in range(2):
+        result = mvdpctl("set", MAC, *new, "--yes", "--json", "--timeout", "0.5", "--rounds", "4")
+        assert (result.code, result.json["result"]) == (REFUSED, name)
+        assert (result.json["panel"]["address"], result.json["panel"]["source"]) == (new[1], PANEL_ADDRESS)
+        warning = f"mvdpctl: {MAC} tells the address {new[1]} but answered from {PANEL_ADDRESS}: "
+        assert (warning in result.err) == (attempt > 0)
+    # Once it can, it is told them again.
+    fake.on_set = fakepanel.APPLY
+    fake.panels[0].source = ""
+    fake.panels[0].address = PANEL_ADDRESS
+    assert mvdpctl("set", MAC, *new, "--yes", *SEARCHING).code == DONE
+
+
+def test_panel_that_is_elsewhere_is_told_plainly(fake, mvdpctl):
+    fake.on_set = fakepanel.TELL_ONLY
+    result = mvdpctl("set", MAC, "--address", "192.168.10.7", "--yes", "--timeout", "0.5", "--rounds", "6")
+    assert result.code == REFUSED
+    assert "Answered     from 192.168.10.5 by unicast on eth0" in result.lines
+    assert (f"mvdpctl: {MAC} tells 192.168.10.7/24, gateway 192.168.10.1 but answers from another address\n"
+            in result.err)
+    assert "now has" not in result.out
+
+
+@pytest.mark.parametrize("told, way", [(OTHER_ADDRESS, "unicast"), (FAR_ADDRESS, "group"), ("10.99.0.5", "unicast")],
+                         ids=["second address", "second interface", "router"])
+def test_panel_that_answers_from_elsewhere_for_a_reason_has_its_settings(fake, mvdpctl, told, way):
+    """What is sent to the address that it tells reaches it, or a router between translates addresses: without one it
+    would have answered to this computer, which is on another subnet, by the group."""
+    fake.panels = [Identity(address=told, gateway="0.0.0.0", source=PANEL_ADDRESS)]
+    fake.way = way
+    result = mvdpctl("set", MAC, "--address", told, "--yes", "--json", "--timeout", "2", *SEARCHING)
+    assert (result.code, result.json["result"]) == (DONE, "already so")
+
+
+def test_settings_of_a_second_interface_are_applied(fake, mvdpctl):
+    fake.panels = [Identity(address="10.9.0.9", gateway="10.9.0.1", source=PANEL_ADDRESS)]
+    fake.way = "group"
+    result = mvdpctl("set", MAC, "--address", FAR_ADDRESS, "--yes", "--json", "--timeout", "2", "--rounds", "4")
+    assert (result.code, result.json["result"]) == (DONE, "applied")
+
+
 def test_lost_reply_to_applied_settings_does_no_harm(fake, mvdpctl):
     fake.on_set = fakepanel.APPLY_SILENTLY
     assert mvdpctl("set", MAC, *NEW, "--yes", "--timeout", "1", "--rounds", "3").code == DONE
@@ -216,6 +264,38 @@ def test_gateway_that_is_kept_is_pointed_out(fake, mvdpctl):
     told = mvdpctl("set", MAC, "--address", "10.20.0.31", "--gateway", "192.168.10.1", "--yes", *SEARCHING)
     assert "give another with --gateway" not in told.err
     assert Command.SET_ADDRESS not in fake.commands()
+
+
+@pytest.mark.parametrize("settings", [["--address", "192.168.11.31", "--gateway", "0.0.0.0"],
+                                      ["--netmask", "30", "--gateway", "0.0.0.0"]], ids=["address", "netmask"])
+def test_settings_that_make_a_panel_deaf_are_sent_by_force_only(fake, mvdpctl, settings):
+    refused = mvdpctl("set", MAC, *settings, "--yes", *SEARCHING)
+    assert refused.code == USAGE
+    assert re.search(r"^mvdpctl: Without a gateway the panel is heard only by computers with an address in [\d./]+, "
+                     r"and this one has none on eth0\.$", refused.err, re.MULTILINE)
+    assert "Give it a gateway with --gateway. --force sends" in refused.err
+    assert Command.SET_ADDRESS not in fake.commands()
+    assert mvdpctl("set", MAC, *settings, "--yes", "--force", *SEARCHING).code == DONE
+
+
+@pytest.mark.parametrize("on_set", [fakepanel.VANISH, fakepanel.VANISH_SILENTLY])
+def test_silence_of_a_panel_without_a_gateway_is_explained(fake, mvdpctl, on_set):
+    fake.on_set = on_set
+    result = mvdpctl("set", MAC, "--address", "192.168.11.31", "--gateway", "0.0.0.0", "--yes", "--force", "--timeout",
+                     "0.5", "--rounds", "6")
+    assert result.code == NO_ANSWER
+    assert ("heard only by computers with an address in 192.168.11.0/24: give this one such an address on eth0"
+            in result.err)
+
+
+def test_panel_that_goes_on_as_before_is_not_taken_for_deaf(fake, mvdpctl):
+    fake.on_set = fakepanel.SILENT
+    result = mvdpctl("set", MAC, "--address", "192.168.11.31", "--gateway", "0.0.0.0", "--yes", "--force", "--timeout",
+                     "0.5", "--rounds", "6")
+    assert result.code == NO_ANSWER
+    assert "Address      192.168.10.5" in result.lines
+    assert result.err.count("heard only by computers") == 1
+    assert "See with 'mvdpctl discover' which settings it has now" in result.err
 
 
 def test_two_devices_of_one_mac_are_not_set(fake, mvdpctl):
@@ -425,6 +505,31 @@ def test_only_the_chosen_interface_is_used(request):
         panel.requests.clear()
     assert found("--interface", "eth2") == [(MAC2, "eth2")]
     assert panels[0].requests == []
+
+
+def test_address_of_another_cable_is_objected_to(request, tmp_path):
+    tool, panels = two_cables(request, "192.168.1", "192.168.2")
+    plan = tmp_path / "plan.csv"
+    plan.write_text(f"mac,address,gateway\n{MAC2},192.168.1.66,192.168.1.1\n")
+    objection = "The address 192.168.1.66 is in the subnet of eth1, but the panel is connected to eth2.\n"
+    for words in (["set", "--from", plan], ["set", MAC2, "--address", "192.168.1.66", "--gateway", "192.168.1.1"],
+                  ["set", "--interface", "eth2", "--from", plan]):
+        result = Result(tool.run([program(), *words, "--yes", *SEARCHING], capture_output=True))
+        assert (result.code, result.out) == (USAGE, "")
+        assert objection in result.err
+    assert Command.SET_ADDRESS not in panels[1].commands()
+    forced = Result(tool.run([program(), "set", "--from", plan, "--yes", "--force", *SEARCHING], capture_output=True))
+    assert forced.code == DONE
+    assert f"warning: line 2, {MAC2}: {objection}" in forced.err
+
+
+def test_panel_on_both_cables_may_have_an_address_of_either(request):
+    tool, panels = two_cables(request, "192.168.1", "192.168.2")
+    panels[1].panels = panels[0].panels
+    for subnet in ("192.168.2", "192.168.1"):
+        result = Result(tool.run([program(), "set", MAC, "--address", f"{subnet}.66", "--gateway", f"{subnet}.1",
+                                  "--yes", *SEARCHING], capture_output=True))
+        assert (result.code, result.err) == (DONE, "")
 
 
 def test_computer_without_an_address_is_told_so(request):

@@ -5,7 +5,7 @@ import json
 
 import pytest
 
-from mvdpctlrun import program, DONE, NO_ANSWER, REFUSED, SEARCHING, Result
+from mvdpctlrun import program, DONE, HASTY, NO_ANSWER, REFUSED, SEARCHING, USAGE, Result
 from panel import ADDRESS, FACTORY_ADDRESS, GATEWAY, MAC, NETMASK
 from waiting import PATIENCE
 from xscreen import Screen
@@ -17,11 +17,17 @@ MEMBERS = {"mac": MAC, "address": ADDRESS, "netmask": NETMASK, "prefix": 24, "ga
 RECORD = {**MEMBERS, "prefix": "24"}
 
 
+@pytest.fixture(name="shared_panel", scope="module")
+def fixture_shared_panel(module_panels):
+    return module_panels(follows=True)
+
+
 @pytest.fixture(name="ctl")
 def fixture_ctl(panel):
     """Runs the tool across the wire from the panel."""
     def run(*arguments):
-        return Result(panel.tool.run([program(), *arguments, *SEARCHING], input=b"", capture_output=True,
+        searching = [] if "--rounds" in arguments else SEARCHING
+        return Result(panel.tool.run([program(), *arguments, *searching], input=b"", capture_output=True,
                                      timeout=4 * PATIENCE))
     return run
 
@@ -57,6 +63,56 @@ def test_refused_set(panel, ctl):
     result = ctl("set", MAC, "--address", "192.168.10.77", "--yes", "--json")
     assert (result.code, result.json["result"]) == (REFUSED, "refused")
     assert panel.sim.state()["interfaces"]["eth0"]["ip_address"] == ADDRESS
+
+
+NEAR = ["--address", "192.168.10.77"]
+FAR = ["--address", "10.20.0.31", "--gateway", "10.20.0.1"]
+
+
+@pytest.mark.parametrize("settings", [NEAR, FAR], ids=["near", "far"])
+def test_settings_that_are_only_told_are_not_in_force(panel, ctl, tmp_path, settings):
+    """The panel cannot read its settings, so it goes on telling those that it was to take."""
+    assert ctl("identify", MAC).code == DONE
+    panel.sim.set_fault("getInterfaceConfig", "error")
+    address = settings[1]
+    for attempt in range(2):
+        result = ctl("set", MAC, *settings, "--yes", "--json", "--timeout", "1")
+        assert (result.code, result.json["result"]) == (REFUSED, "refused")
+        told = result.json["panel"]
+        assert (told["address"], told["source"]) == (address, ADDRESS)
+        assert (f"{MAC} tells the address {address} but answered from {ADDRESS}" in result.err) == (attempt > 0)
+    plan = tmp_path / "plan.csv"
+    plan.write_text(f"mac,address\n{MAC},{address}\n")
+    result = ctl("set", "--from", plan, "--yes", "--csv", "--timeout", "1")
+    assert (result.code, result.csv[0]["result"]) == (REFUSED, "refused")
+    assert f"(but answers from {ADDRESS})\n" in result.err
+    panel.sim.clear_faults()
+    assert ctl("set", MAC, *settings, "--yes", "--json").json["result"] == "applied"
+    assert ctl("set", MAC, *settings, "--yes", "--json").json["result"] == "already so"
+
+
+def test_panel_without_a_gateway_is_lost_with_a_warning_only(panel, ctl):
+    settings = ["--address", "192.168.11.31", "--gateway", "0.0.0.0"]
+    refused = ctl("set", MAC, *settings, "--yes")
+    assert (refused.code, refused.out) == (USAGE, "")
+    alone = "Without a gateway the panel is heard only by computers with an address in 192.168.11.0/24"
+    assert f"{alone}, and this one has none on eth0.\n" in refused.err
+    assert panel.sim.interface()["ip_address"] == ADDRESS
+
+    forced = ctl("set", MAC, *settings, "--yes", "--force", "--timeout", "1", "--rounds", "4")
+    assert forced.code == NO_ANSWER
+    assert f"mvdpctl: warning: {alone}" in forced.err
+    assert f"mvdpctl: {alone}: give this one such an address on eth0, and see with 'mvdpctl discover'.\n" in forced.err
+    # What it was before is no news of it.
+    assert "cable" not in forced.err and ADDRESS not in forced.out
+    assert panel.sim.interface()["actual_ip_address"] == "192.168.11.31"
+
+    assert ctl("discover", *HASTY).code == NO_ANSWER
+    panel.tool.address("eth0", "192.168.11.1/24")
+    try:
+        assert ctl("identify", MAC, "--json").json["address"] == "192.168.11.31"
+    finally:
+        panel.tool.ip("address delete 192.168.11.1/24 dev eth0")
 
 
 def test_set_that_the_platform_service_does_not_carry_out(panel, ctl):

@@ -158,6 +158,39 @@ def test_address_that_was_not_given_up_is_not_taken(fake, mvdpctl, plan):
     assert "1 blocked: " in result.err
 
 
+@pytest.mark.parametrize("on_set, name", [(fakepanel.REFUSE_BUT_TELL, "refused"), (fakepanel.TELL_ONLY, "elsewhere")])
+def test_address_that_was_only_told_to_be_given_up_is_not_taken(fake, mvdpctl, plan, on_set, name):
+    fake.panels = at(11, 12)
+    fake.on_set = {MAC2: on_set}
+    path = plan(12, 22)
+    for _ in range(2):
+        result = mvdpctl("set", "--from", path, "--yes", "--csv", "--timeout", "0.5", "--rounds", "6")
+        assert result.code == REFUSED
+        assert results(result) == [(MAC2, name), (MAC, "blocked")]
+        assert "0 of 2 panels are as planned.\n" in result.err
+    assert f"{MAC2}  192.168.10.22/24        (but answers from 192.168.10.12)\n" in result.err
+    only_first = mvdpctl("set", "--from", plan(12), "--yes", *SEARCHING)
+    assert only_first.code == USAGE
+    assert f"The address 192.168.10.12 would be that of {MAC2}, too." in only_first.err
+
+
+def test_silence_of_panels_without_a_gateway_is_explained(fake, mvdpctl, tmp_path):
+    fake.panels = at(11, 12, 13)
+    fake.on_set = fakepanel.VANISH
+    path = tmp_path / "plan.csv"
+    path.write_text("mac,address,gateway\n" + "".join(f"{mac},{address},0.0.0.0\n" for mac, address in zip(
+        MACS, ("192.168.11.21", "192.168.11.22", "192.168.10.23"))))
+    refused = mvdpctl("set", "--from", path, "--yes", *SEARCHING)
+    assert refused.code == USAGE
+    assert (f"line 2, {MAC}: Without a gateway the panel is heard only by computers with an address in "
+            "192.168.11.0/24, and this one has none on eth0.\n" in refused.err)
+    result = mvdpctl("set", "--from", path, "--yes", "--force", "--timeout", "0.3", "--rounds", "4")
+    assert result.code == NO_ANSWER
+    assert ("2 unverified: Without a gateway the panel is heard only by computers with an address in 192.168.11.0/24: "
+            in result.err)
+    assert "1 unverified: Look for it" in result.err
+
+
 def test_exchange_that_fails_half_way_is_told_plainly(fake, mvdpctl, plan):
     fake.panels = at(11, 12)
     fake.on_set = {MAC2: fakepanel.REFUSE}

@@ -133,9 +133,10 @@ const Command DiscoverCommand = {
     "in a row bring nothing new and lose no answers; more --rounds help where the\n"
     "network loses many. A panel answers an address outside its own subnet by\n"
     "broadcast or to the multicast group 224.0.5.128, so panels with foreign\n"
-    "addresses on the same wire are found; from behind a router they are heard only\n"
-    "where it routes that group back. In the table * marks an address that several\n"
-    "panels hold, and ! one that is on no subnet of the interface that heard it.",
+    "addresses on the same wire are found if they have a gateway; from behind a\n"
+    "router they are heard only where it routes that group back. In the table *\n"
+    "marks an address that several panels hold, and ! one that is on no subnet of\n"
+    "the interface that heard it.",
     {{}, 0, 10000},
     run,
 };

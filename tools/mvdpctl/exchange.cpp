@@ -171,8 +171,10 @@ QString Exchange::ignoredText() const
 QString Exchange::noAnswerAdvice() const
 {
     QString advice =
-        QStringLiteral("Check power and cable of the panel. A firewall here must let UDP answers in: "
-                       "fix their port with --source-port and open it (it was %1 this time).")
+        QStringLiteral(
+            "Check power and cable of the panel. Without a gateway it is heard only by computers with "
+            "an address in its subnet. A firewall here must let UDP answers in: "
+            "fix their port with --source-port and open it (it was %1 this time).")
             .arg(m_transport.localPort());
     const QStringList mute = m_transport.interfacesWithoutAddress();
     if (!mute.isEmpty())

@@ -1,8 +1,10 @@
 #include "interfaces.h"
 
+#include <QtCore/QStringList>
 #include <QtNetwork/QNetworkInterface>
 
 #include <algorithm>
+#include <iterator>
 
 namespace
 {
@@ -53,4 +55,22 @@ std::vector<NetworkInterface> upInterfaces()
         interfaces.begin(), interfaces.end(),
         [](const NetworkInterface &one, const NetworkInterface &other) { return one.index < other.index; });
     return interfaces;
+}
+
+std::vector<NetworkInterface> interfacesAmong(const std::vector<NetworkInterface> &interfaces,
+                                              const std::set<unsigned> &indices)
+{
+    std::vector<NetworkInterface> among;
+    std::copy_if(
+        interfaces.begin(), interfaces.end(), std::back_inserter(among),
+        [&indices](const NetworkInterface &interface) { return indices.count(interface.index) > 0; });
+    return among;
+}
+
+QString namesOf(const std::vector<NetworkInterface> &interfaces)
+{
+    QStringList names;
+    for (const NetworkInterface &interface : interfaces)
+        names << interface.name;
+    return names.join(QStringLiteral(" and "));
 }

@@ -4,6 +4,7 @@
 #include <QtCore/QString>
 
 #include <cstdint>
+#include <set>
 #include <vector>
 
 struct InterfaceAddress {
@@ -30,5 +31,12 @@ struct NetworkInterface {
 
 // In the order of their indices, loopback included. Empty when the system does not tell.
 std::vector<NetworkInterface> upInterfaces();
+
+// Those with one of the indices.
+std::vector<NetworkInterface> interfacesAmong(const std::vector<NetworkInterface> &interfaces,
+                                              const std::set<unsigned> &indices);
+
+// "eth0" or "eth0 and eth1"
+QString namesOf(const std::vector<NetworkInterface> &interfaces);
 
 #endif // INTERFACES_H

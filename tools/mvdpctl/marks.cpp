@@ -1,5 +1,7 @@
 #include "marks.h"
 
+#include "whereabouts.h"
+
 #include <algorithm>
 #include <map>
 
@@ -40,8 +42,7 @@ QString ownNote(const Panel &panel, const Marks &marks, std::size_t sources)
     if (marks.sharedMac)
         return sharedMacText(panel.mac, sources);
     if (marks.otherSource)
-        return QStringLiteral("%1 tells the address %2 but answered from %3.")
-            .arg(macText(panel.mac), ipv4Text(panel.address), ipv4Text(panel.source));
+        return elsewhereText(panel) + QLatin1Char('.');
     return QString();
 }
 

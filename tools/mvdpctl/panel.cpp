@@ -32,6 +32,16 @@ Panel Panel::fromReply(const Received &reply)
     return panel;
 }
 
+std::vector<std::uint32_t> Panel::heldAddresses() const
+{
+    std::vector<std::uint32_t> held;
+    if (address != 0)
+        held.push_back(address);
+    if (source != 0 && source != address)
+        held.push_back(source);
+    return held;
+}
+
 QString Panel::versionText() const
 {
     // One byte a part, the first part highest: the same shape as an address.
@@ -60,6 +70,8 @@ bool PanelList::add(const Panel &panel)
 {
     if (m_sources.size() < SourceLimit)
         m_sources.insert({panel.mac, panel.source});
+    if (m_interfaces.size() < SourceLimit)
+        m_interfaces.insert({panel.mac, panel.interfaceIndex});
     const std::size_t entry = entryOf(panel);
     if (entry < m_panels.size()) {
         m_panels[entry] = panel;
@@ -100,6 +112,16 @@ std::set<std::uint32_t> PanelList::sourcesOf(const MacAddress &mac) const
             sources.insert(entry.second);
     }
     return sources;
+}
+
+std::set<unsigned> PanelList::interfacesOf(const MacAddress &mac) const
+{
+    std::set<unsigned> interfaces;
+    for (const auto &entry : m_interfaces) {
+        if (entry.first == mac)
+            interfaces.insert(entry.second);
+    }
+    return interfaces;
 }
 
 bool PanelList::hasAnswered(std::uint32_t address) const

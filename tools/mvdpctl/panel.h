@@ -31,6 +31,10 @@ struct Panel {
     QString versionText() const;
     // The address that it has on the network: a panel whose platform service is down tells none.
     std::uint32_t heldAddress() const { return address != 0 ? address : source; }
+    // For the question who else has an address: the one that it tells and the one that it answers from both
+    // count, for either may be the true one. Each once.
+    std::vector<std::uint32_t> heldAddresses() const;
+    bool holds(std::uint32_t held) const { return held != 0 && (held == address || held == source); }
 };
 
 // Which panel it is: its MAC address, and where its replies come from if that is zero.
@@ -58,6 +62,8 @@ public:
 
     // Where replies under this MAC address came from; more than one means two panels or a false one.
     std::set<std::uint32_t> sourcesOf(const MacAddress &mac) const;
+    // The interfaces that its answers came in by: several when it is connected to all of them.
+    std::set<unsigned> interfacesOf(const MacAddress &mac) const;
     bool hasAnswered(std::uint32_t address) const;
 
 private:
@@ -65,6 +71,7 @@ private:
 
     std::vector<Panel> m_panels;
     std::set<std::pair<MacAddress, std::uint32_t>> m_sources;
+    std::set<std::pair<MacAddress, unsigned>> m_interfaces;
 };
 
 #endif // PANEL_H

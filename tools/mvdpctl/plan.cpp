@@ -7,12 +7,14 @@
 namespace
 {
 
-PlanStep stepOf(const PlanEntry &entry, const PanelList &panels)
+PlanStep stepOf(const PlanEntry &entry, const PanelList &panels,
+                const std::function<bool(const Panel &)> &isWhereItTells)
 {
     PlanStep step;
     step.entry = entry;
     if (const Panel *found = panels.find(entry.mac))
         step.now = *found;
+    step.isWhereItTells = !step.now || isWhereItTells(*step.now);
     step.wanted = entry.wanted.over(step.now.value_or(Panel()));
     return step;
 }
@@ -34,8 +36,10 @@ std::map<std::uint32_t, std::vector<MacAddress>> finalHolders(const std::vector<
             holders[step.wanted.address].push_back(step.entry.mac);
     }
     for (const Panel &panel : panels.sorted()) {
-        if (panel.heldAddress() != 0 && isPlanned.count(panel.mac) == 0)
-            holders[panel.heldAddress()].push_back(panel.mac);
+        if (isPlanned.count(panel.mac) > 0)
+            continue;
+        for (const std::uint32_t address : panel.heldAddresses())
+            holders[address].push_back(panel.mac);
     }
     return holders;
 }
@@ -43,9 +47,12 @@ std::map<std::uint32_t, std::vector<MacAddress>> finalHolders(const std::vector<
 QStringList objectionsTo(const PlanStep &step, const PanelList &panels,
                          const std::vector<NetworkInterface> &interfaces)
 {
+    const auto heardOn = interfacesAmong(interfaces, panels.interfacesOf(step.entry.mac));
     // Of this computer's own addresses only: the panels' are looked at together.
     return targetObjections(step.entry.mac, panels) + settingsObjections(step.wanted) +
-           holderObjections(step.wanted.address, step.entry.mac, {}, interfaces);
+           holderObjections(step.wanted.address, step.entry.mac, {}, interfaces) +
+           cableObjections(step.wanted.address, heardOn, interfaces) +
+           deafnessObjections(step.wanted, *step.now, heardOn);
 }
 
 QStringList objectionsTo(const std::vector<PlanStep> &steps, const PanelList &panels,
@@ -74,10 +81,14 @@ QStringList objectionsTo(const std::vector<PlanStep> &steps, const PanelList &pa
 void order(std::list<PlanStep> waiting, std::vector<PlanStep> &result)
 {
     std::map<std::uint32_t, int> held; // by panels that have still to change
-    for (const PlanStep &step : waiting)
-        ++held[step.now->address];
+    for (const PlanStep &step : waiting) {
+        for (const std::uint32_t address : step.now->heldAddresses())
+            ++held[address];
+    }
     const auto isFree = [&held](const PlanStep &step) {
-        return step.wanted.address == step.now->address || held[step.wanted.address] == 0;
+        if (step.isWhereItTells && step.wanted.address == step.now->address)
+            return true;
+        return held[step.wanted.address] == (step.now->holds(step.wanted.address) ? 1 : 0);
     };
     while (!waiting.empty()) {
         auto next = std::find_if(waiting.begin(), waiting.end(), isFree);
@@ -85,7 +96,8 @@ void order(std::list<PlanStep> waiting, std::vector<PlanStep> &result)
         if (isCircle)
             next = waiting.begin();
         next->opensCircle = isCircle;
-        --held[next->now->address];
+        for (const std::uint32_t address : next->now->heldAddresses())
+            --held[address];
         result.push_back(std::move(*next));
         waiting.erase(next);
     }
@@ -94,12 +106,13 @@ void order(std::list<PlanStep> waiting, std::vector<PlanStep> &result)
 } // namespace
 
 Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
-              const std::vector<NetworkInterface> &interfaces)
+              const std::vector<NetworkInterface> &interfaces,
+              const std::function<bool(const Panel &)> &isWhereItTells)
 {
     std::vector<PlanStep> steps;
     steps.reserve(entries.size());
     for (const PlanEntry &entry : entries)
-        steps.push_back(stepOf(entry, panels));
+        steps.push_back(stepOf(entry, panels, isWhereItTells));
     Plan plan;
     plan.objections = objectionsTo(steps, panels, interfaces);
     std::list<PlanStep> changes;
@@ -137,6 +150,9 @@ QStringList planLines(const Plan &plan)
             changes << QStringLiteral("gateway ") +
                            ipv4Text(step.now->gateway).leftJustified(addressColumns - 8) +
                            QStringLiteral("-> ") + ipv4Text(step.wanted.gateway);
+        if (!step.isWhereItTells && step.now->address != 0)
+            changes << (changes.isEmpty() ? now.leftJustified(addressColumns) : QString()) +
+                           QStringLiteral("(but answers from %1)").arg(ipv4Text(step.now->source));
         for (int index = 0; index < static_cast<int>(changes.size()); ++index)
             lines << (index == 0 ? mac : QString(macColumns, QLatin1Char(' '))) + changes.at(index);
         if (step.opensCircle)

@@ -6,6 +6,7 @@
 
 #include <QtCore/QStringList>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -17,10 +18,11 @@ struct PlanStep {
     // It takes the address of a panel that in turn waits for another one's, round in a circle. One of them
     // has to go first, and two panels then hold one address for a moment.
     bool opensCircle = false;
+    bool isWhereItTells = true; // see whereabouts.h
 
     bool isFound() const { return now.has_value(); }
-    bool isAlreadySo() const { return now && hasSettings(*now, wanted); }
-    bool isChange() const { return now && !hasSettings(*now, wanted); }
+    bool isAlreadySo() const { return now && isWhereItTells && hasSettings(*now, wanted); }
+    bool isChange() const { return now && !isAlreadySo(); }
 };
 
 struct Plan {
@@ -31,8 +33,10 @@ struct Plan {
     QStringList objections;
 };
 
+// `interfaces` are all of this computer, `isWhereItTells` that of whereabouts.h.
 Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
-              const std::vector<NetworkInterface> &interfaces);
+              const std::vector<NetworkInterface> &interfaces,
+              const std::function<bool(const Panel &)> &isWhereItTells);
 
 // The plan for people, a line or two a panel.
 QStringList planLines(const Plan &plan);

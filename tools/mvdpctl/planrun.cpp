@@ -5,12 +5,14 @@
 #include "interrupt.h"
 #include "plan.h"
 #include "setter.h"
+#include "whereabouts.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -18,6 +20,20 @@ namespace
 {
 
 const int ResultColumns = 31;
+
+SetResult unsent(Outcome outcome)
+{
+    return {outcome, outcomeAdvice(outcome)};
+}
+
+QString toldText(const PlanStep &step)
+{
+    const Panel &panel = *step.now;
+    if (step.isWhereItTells || panel.address == 0)
+        return settingsText(settingsOf(panel));
+    return addressWithNetmask(panel.address, panel.netmask) + QStringLiteral(", answers from ") +
+           ipv4Text(panel.source);
+}
 
 class PlanRun
 {
@@ -27,16 +43,18 @@ public:
     ExitCode run();
 
 private:
-    Outcome carryOut(PlanStep &step);
+    SetResult carryOut(PlanStep &step);
     bool isHeldByAnother(std::uint32_t address, const MacAddress &own) const;
-    void report(const PlanStep &step, Outcome outcome);
+    void report(const PlanStep &step, const SetResult &result);
     void conclude();
     void warnOfSharedAddresses();
 
     Plan m_plan;
     Session &m_session;
-    std::vector<std::pair<MacAddress, std::uint32_t>> m_addresses; // of all panels, as far as known by now
+    // Of all panels, as far as known by now.
+    std::vector<std::pair<MacAddress, std::vector<std::uint32_t>>> m_addresses;
     std::map<Outcome, int> m_counts;
+    std::map<std::pair<Outcome, QString>, int> m_advice; // how many panels need which
     QJsonArray m_results;
 };
 
@@ -45,7 +63,7 @@ PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
     , m_session(session)
 {
     for (const Panel &panel : panels.sorted())
-        m_addresses.emplace_back(panel.mac, panel.heldAddress());
+        m_addresses.emplace_back(panel.mac, panel.heldAddresses());
 }
 
 ExitCode PlanRun::run()
@@ -59,7 +77,7 @@ ExitCode PlanRun::run()
         m_session.terminal.setProgressPrefix(
             QStringLiteral("panel %1 of %2: ").arg(++number).arg(m_plan.steps.size()));
         const bool skipped = step.isChange() && guard.isInterrupted();
-        report(step, skipped ? Outcome::NotTried : carryOut(step));
+        report(step, skipped ? unsent(Outcome::NotTried) : carryOut(step));
     }
     conclude();
     for (const ExitCode code : {ExitCode::Refused, ExitCode::NetworkTrouble, ExitCode::NoAnswer}) {
@@ -70,39 +88,46 @@ ExitCode PlanRun::run()
     return ExitCode::Done;
 }
 
-Outcome PlanRun::carryOut(PlanStep &step)
+SetResult PlanRun::carryOut(PlanStep &step)
 {
     if (!step.isFound())
-        return Outcome::NotFound;
+        return unsent(Outcome::NotFound);
     if (step.isAlreadySo())
-        return Outcome::AlreadySo;
-    const bool movesIn = step.now->address != step.wanted.address;
+        return unsent(Outcome::AlreadySo);
+    const bool movesIn = !step.isWhereItTells || step.now->address != step.wanted.address;
     if (movesIn && isHeldByAnother(step.wanted.address, step.entry.mac) && !step.opensCircle &&
         !m_session.arguments.isSet("force"))
-        return Outcome::Blocked;
+        return unsent(Outcome::Blocked);
     try {
-        const Outcome outcome = applySettings(m_session, *step.now, step.wanted);
-        for (auto &[mac, address] : m_addresses) {
+        SetResult result = applySettings(m_session, *step.now, step.wanted);
+        step.isWhereItTells = result.outcome == Outcome::Applied ||
+                              isShownToBeThere(*step.now, m_session.transport.allInterfaces());
+        for (auto &[mac, addresses] : m_addresses) {
             if (mac == step.entry.mac)
-                address = step.now->heldAddress();
+                addresses = step.now->heldAddresses();
         }
-        return outcome;
+        return result;
     } catch (const Failure &failure) {
         m_session.terminal.error(failure.message);
-        return Outcome::Trouble;
+        return unsent(Outcome::Trouble);
     }
 }
 
 bool PlanRun::isHeldByAnother(std::uint32_t address, const MacAddress &own) const
 {
     return std::any_of(m_addresses.begin(), m_addresses.end(), [address, &own](const auto &holder) {
-        return holder.first != own && holder.second == address;
+        const auto &addresses = holder.second;
+        return holder.first != own &&
+               std::find(addresses.begin(), addresses.end(), address) != addresses.end();
     });
 }
 
-void PlanRun::report(const PlanStep &step, Outcome outcome)
+void PlanRun::report(const PlanStep &step, const SetResult &result)
 {
+    const Outcome outcome = result.outcome;
     ++m_counts[outcome];
+    if (outcomeCode(outcome) != ExitCode::Done)
+        ++m_advice[{outcome, result.advice}];
     const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
     const QJsonObject object = outcomeJson(outcome, step.entry.mac, wanted, step.now, m_session);
     switch (m_session.format) {
@@ -114,9 +139,9 @@ void PlanRun::report(const PlanStep &step, Outcome outcome)
         break;
     case Format::Text: {
         QString text = macText(step.entry.mac) + QStringLiteral("  ") + QLatin1String(outcomeName(outcome));
-        if (step.now)
-            text = text.leftJustified(ResultColumns) +
-                   settingsText({step.now->address, step.now->netmask, step.now->gateway});
+        const bool isNews = step.now && (result.isHeard || outcome != Outcome::NoAnswer);
+        if (isNews)
+            text = text.leftJustified(ResultColumns) + toldText(step);
         m_session.terminal.print(text);
     }
     }
@@ -134,12 +159,10 @@ void PlanRun::conclude()
     m_session.terminal.note(QStringLiteral("%1 of %2 panels are as planned.").arg(good).arg(total));
     m_session.noteIgnored();
     warnOfSharedAddresses();
-    for (const auto &[outcome, count] : m_counts) {
-        if (count > 0 && outcomeCode(outcome) != ExitCode::Done)
-            m_session.terminal.error(QStringLiteral("%1 %2: %3")
-                                         .arg(count)
-                                         .arg(QLatin1String(outcomeName(outcome)), outcomeAdvice(outcome)));
-    }
+    for (const auto &[advice, count] : m_advice)
+        m_session.terminal.error(QStringLiteral("%1 %2: %3")
+                                     .arg(count)
+                                     .arg(QLatin1String(outcomeName(advice.first)), advice.second));
 }
 
 // Left behind when a panel of a circle failed after another had taken its address.
@@ -151,6 +174,14 @@ void PlanRun::warnOfSharedAddresses()
                 QStringLiteral("%1 now shares the address %2 with another panel: give that one another")
                     .arg(macText(step.entry.mac), ipv4Text(step.now->address)));
     }
+}
+
+std::set<MacAddress> macsOf(const std::vector<PlanEntry> &entries)
+{
+    std::set<MacAddress> macs;
+    for (const PlanEntry &entry : entries)
+        macs.insert(entry.mac);
+    return macs;
 }
 
 void confirm(const Plan &plan, Session &session)
@@ -171,8 +202,12 @@ void confirm(const Plan &plan, Session &session)
 ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
 {
     const Search search = {session.everywhere(), session.searchPatience(), {}};
+    session.exchange.showOnly([planned = macsOf(entries)](const Received &received) {
+        return planned.count(Panel::fromReply(received).mac) > 0;
+    });
     const PanelList panels = discoverPanels(session.exchange, session.terminal, search);
-    const Plan plan = makePlan(entries, panels, session.transport.interfaces());
+    const Plan plan = makePlan(entries, panels, session.transport.allInterfaces(),
+                               [&session](const Panel &panel) { return isWhereItTells(panel, session); });
     confirm(plan, session);
     return PlanRun(plan, panels, session).run();
 }

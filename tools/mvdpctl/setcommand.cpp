@@ -4,6 +4,7 @@
 #include "session.h"
 #include "setter.h"
 #include "target.h"
+#include "whereabouts.h"
 
 #include <QtCore/QJsonDocument>
 
@@ -15,31 +16,38 @@ WantedSettings wantedSettings(const Arguments &arguments)
     return {arguments.address("address"), arguments.netmask("netmask"), arguments.address("gateway")};
 }
 
-QString advice(bool isOnlyTheKeptGatewayWrong)
-{
-    QString text = QStringLiteral("--force sends such settings all the same.");
-    if (isOnlyTheKeptGatewayWrong)
-        text.prepend(QStringLiteral("The gateway is the one that the panel has: give another with --gateway, "
-                                    "0.0.0.0 for none. "));
-    return text;
-}
+const char ForceAdvice[] = "--force sends such settings all the same.";
+const char OtherGatewayAdvice[] =
+    "The gateway is the one that the panel has: give another with --gateway, 0.0.0.0 for "
+    "none; then only computers in its subnet hear it. ";
+const char GatewayAdvice[] = "Give it a gateway with --gateway. ";
 
 void checkSettings(const Panel &panel, const WantedSettings &wanted, const PanelList &panels,
                    Session &session)
 {
-    NetworkSettings settings = wanted.over(panel);
-    const QStringList ofOthers =
-        targetObjections(panel.mac, panels) +
-        holderObjections(settings.address, panel.mac, panels.sorted(), session.transport.interfaces());
+    const NetworkSettings settings = wanted.over(panel);
+    const auto &interfaces = session.transport.allInterfaces();
+    const auto heardOn = interfacesAmong(interfaces, panels.interfacesOf(panel.mac));
+    const QStringList ofOthers = targetObjections(panel.mac, panels) +
+                                 holderObjections(settings.address, panel.mac, panels.sorted(), interfaces) +
+                                 cableObjections(settings.address, heardOn, interfaces);
     const QStringList ofSettings = settingsObjections(settings);
-    settings.gateway = 0;
-    const bool isGateway = !wanted.gateway && ofOthers.isEmpty() && settingsObjections(settings).isEmpty();
-    weighObjections(ofOthers + ofSettings, session.arguments.isSet("force"), session.terminal,
-                    advice(isGateway));
+    const QStringList ofDeafness = deafnessObjections(settings, panel, heardOn);
+    const bool isOnlyTheKeptGatewayWrong =
+        !wanted.gateway && ofOthers.isEmpty() && !ofSettings.isEmpty() &&
+        settingsObjections({settings.address, settings.netmask, 0}).isEmpty();
+    QString advice = QString::fromLatin1(ForceAdvice);
+    if (isOnlyTheKeptGatewayWrong)
+        advice.prepend(QLatin1String(OtherGatewayAdvice));
+    else if (!ofDeafness.isEmpty())
+        advice.prepend(QLatin1String(GatewayAdvice));
+    weighObjections(ofOthers + ofSettings + ofDeafness, session.arguments.isSet("force"), session.terminal,
+                    advice);
 }
 
-void report(Outcome outcome, const NetworkSettings &wanted, const Panel &panel, Session &session)
+void report(const SetResult &set, const NetworkSettings &wanted, const Panel &panel, Session &session)
 {
+    const Outcome outcome = set.outcome;
     const QJsonObject result = outcomeJson(outcome, panel.mac, allOf(wanted), panel, session);
     const QString sentence = outcomeSentence(outcome, panel.mac, wanted);
     const ExitCode code = outcomeCode(outcome);
@@ -54,12 +62,12 @@ void report(Outcome outcome, const NetworkSettings &wanted, const Panel &panel, 
     case Format::Text:
         if (code == ExitCode::Done)
             session.terminal.say(sentence);
-        else
+        else if (set.isHeard || outcome != Outcome::NoAnswer) // what it was before is no news of it
             printResult({}, panel, Format::Text, session.interfaceNames(), session.terminal);
     }
     session.noteIgnored();
     if (code != ExitCode::Done)
-        throw Failure{code, sentence, outcomeAdvice(outcome)};
+        throw Failure{code, sentence, set.advice};
 }
 
 ExitCode runOne(const Arguments &arguments, Session &session)
@@ -69,17 +77,23 @@ ExitCode runOne(const Arguments &arguments, Session &session)
     Panel panel = onlyMatch(name, panels, session);
     const WantedSettings wanted = wantedSettings(arguments);
     const NetworkSettings settings = wanted.over(panel);
-    if (hasSettings(panel, settings) && !arguments.isSet("force")) {
-        report(Outcome::AlreadySo, settings, panel, session);
+    const bool isThere = isWhereItTells(panel, session);
+    if (hasSettings(panel, settings) && isThere && !arguments.isSet("force")) {
+        report({Outcome::AlreadySo, {}}, settings, panel, session);
         return ExitCode::Done;
     }
+    if (!isThere && panel.address != 0)
+        session.terminal.warn(elsewhereText(panel) + QStringLiteral(": what it tells may not be in force"));
     checkSettings(panel, wanted, panels, session);
-    const QString now = settingsText({panel.address, panel.netmask, panel.gateway});
-    askConsent(
-        arguments, session.terminal,
-        QStringLiteral("Change %1 from %2 to %3?").arg(panelLabel(panel), now, settingsText(settings)));
-    const Outcome outcome = applySettings(session, panel, settings);
-    report(outcome, settings, panel, session);
+    const QString question =
+        hasSettings(panel, settings)
+            ? QStringLiteral("Send %1 the settings that it tells, %2, once more?")
+                  .arg(panelLabel(panel), settingsText(settings))
+            : QStringLiteral("Change %1 from %2 to %3?")
+                  .arg(panelLabel(panel), settingsText(settingsOf(panel)), settingsText(settings));
+    askConsent(arguments, session.terminal, question);
+    const SetResult result = applySettings(session, panel, settings);
+    report(result, settings, panel, session);
     return ExitCode::Done;
 }
 
@@ -114,8 +128,9 @@ const Command SetCommand = {
     "Give panels another address, netmask and gateway.",
     "Looks for the panel, checks the new settings, asks, sends them, and searches\n"
     "again to see whether the panel shows them. What is not given stays as the panel\n"
-    "has it. --gateway 0.0.0.0 means none. --timeout (5 seconds) and --rounds (3) are\n"
-    "for the answer to the settings, and as long again for the panel to show them.\n"
+    "has it. --gateway 0.0.0.0 means none: then only computers with an address in the\n"
+    "panel's subnet hear it. --timeout (5 seconds) and --rounds (3) are for the\n"
+    "answer to the settings, and as long again for the panel to show them.\n"
     "\n"
     "FILE.csv or FILE.json is a plan for many panels, with the columns or members\n"
     "mac, address, netmask and gateway; what 'discover --csv' or '--json' prints is\n"

@@ -2,8 +2,10 @@
 
 #include "discovery.h"
 #include "target.h"
+#include "whereabouts.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace
 {
@@ -21,9 +23,11 @@ public:
     {
     }
 
-    Outcome run(Panel &panel);
+    SetResult run(Panel &panel);
 
 private:
+    Outcome outcome(Panel &panel);
+    QString silenceAdvice(Outcome outcome, const Panel &before) const;
     std::optional<Received> sendSettings(const Panel &panel);
     PanelList searchAsFarAsPossible(const Search &search);
     bool verify(Panel &panel);
@@ -34,17 +38,43 @@ private:
     bool m_heardAgain = false;
 };
 
-Outcome Setter::run(Panel &panel)
+SetResult Setter::run(Panel &panel)
+{
+    showOnly(panel, m_session);
+    const Panel before = panel;
+    SetResult result = {outcome(panel), {}};
+    result.isHeard = m_heardAgain;
+    result.advice = m_heardAgain ? outcomeAdvice(result.outcome) : silenceAdvice(result.outcome, before);
+    return result;
+}
+
+// Of a panel that the settings took out of hearing nothing else is to be said.
+QString Setter::silenceAdvice(Outcome outcome, const Panel &before) const
+{
+    const auto heardOn = interfacesAmong(m_session.transport.allInterfaces(), {before.interfaceIndex});
+    const QString deafness = deafnessText(m_settings, before, heardOn);
+    if (deafness.isEmpty())
+        return outcomeAdvice(outcome);
+    return deafness +
+           QStringLiteral(": give this one such an address on %1, and see with 'mvdpctl discover'.")
+               .arg(namesOf(heardOn));
+}
+
+Outcome Setter::outcome(Panel &panel)
 {
     const auto reply = sendSettings(panel);
     if (reply) {
         panel = Panel::fromReply(*reply);
-        if (reply->datagram.packetType() == static_cast<std::uint8_t>(MvdpPacketType::ReplyNotApplied))
+        if (reply->datagram.packetType() == static_cast<std::uint8_t>(MvdpPacketType::ReplyNotApplied)) {
+            m_heardAgain = true;
             return Outcome::Refused;
+        }
     }
     // The reply alone proves little, and its absence too: the panel's interface goes down while it changes.
     if (verify(panel))
         return Outcome::Applied;
+    if (m_heardAgain && hasSettings(panel, m_settings))
+        return Outcome::Elsewhere;
     if (!reply)
         return Outcome::NoAnswer;
     return m_heardAgain ? Outcome::Unchanged : Outcome::Unverified;
@@ -83,7 +113,8 @@ bool Setter::verify(Panel &panel)
     };
     const auto hasTaken = [this, find](const PanelList &panels) {
         const Panel *now = find(panels);
-        return now != nullptr && hasSettings(*now, m_settings);
+        return now != nullptr && hasSettings(*now, m_settings) &&
+               isShownToBeThere(*now, m_session.transport.allInterfaces());
     };
     search.isComplete = hasTaken;
     const PanelList panels = searchAsFarAsPossible(search);
@@ -91,7 +122,7 @@ bool Setter::verify(Panel &panel)
     m_heardAgain = now != nullptr;
     if (m_heardAgain)
         panel = *now;
-    return hasTaken(panels);
+    return m_heardAgain && hasSettings(panel, m_settings) && isWhereItTells(panel, m_session);
 }
 
 struct OutcomeFacts {
@@ -107,9 +138,14 @@ const OutcomeFacts &factsOf(Outcome outcome)
         {"applied", ExitCode::Done, "%1 now has %2.", ""},
         {"already so", ExitCode::Done, "%1 already has %2.", ""},
         {"refused", ExitCode::Refused, "%1 could not apply %2",
-         "Its platform service refused the settings; what it shows now is above."},
+         "It could not read its settings, so nothing was changed: its platform service may be down. What it "
+         "tells now is above; that may be what it was just told."},
         {"unchanged", ExitCode::Refused, "%1 accepted %2 but still shows other settings",
          "It may need a restart, or its platform service ignores the change; what it shows now is above."},
+        {"elsewhere", ExitCode::Refused, "%1 tells %2 but answers from another address",
+         "It may tell what it was told and could not apply: its platform service may be down. Restart it, "
+         "and "
+         "try again; from where it answered is above."},
         {"unverified", ExitCode::NoAnswer, "%1 accepted %2 but was not heard again",
          "Look for it with 'mvdpctl discover'; its new subnet may keep its answers from this computer."},
         {"no answer", ExitCode::NoAnswer, "%1 did not answer to the new settings %2",
@@ -149,7 +185,7 @@ QString outcomeAdvice(Outcome outcome)
     return QString::fromLatin1(factsOf(outcome).advice);
 }
 
-Outcome applySettings(Session &session, Panel &panel, const NetworkSettings &settings)
+SetResult applySettings(Session &session, Panel &panel, const NetworkSettings &settings)
 {
     return Setter(session, settings).run(panel);
 }

@@ -1,6 +1,9 @@
 #include "settingscheck.h"
 
 #include "marks.h"
+#include "whereabouts.h"
+
+#include <algorithm>
 
 namespace
 {
@@ -87,7 +90,7 @@ QStringList holderObjections(std::uint32_t address, const MacAddress &own, const
 {
     QStringList objections;
     for (const Panel &panel : others) {
-        if (panel.mac != own && panel.heldAddress() == address)
+        if (panel.mac != own && panel.holds(address))
             objections << QStringLiteral("The address %1 is held by the panel %2 (%3).")
                               .arg(ipv4Text(address), macText(panel.mac), panel.description);
     }
@@ -97,4 +100,27 @@ QStringList holderObjections(std::uint32_t address, const MacAddress &own, const
                               .arg(ipv4Text(address), interface.name);
     }
     return objections;
+}
+
+QStringList cableObjections(std::uint32_t address, const std::vector<NetworkInterface> &heardOn,
+                            const std::vector<NetworkInterface> &interfaces)
+{
+    const auto hasSubnet = [address](const NetworkInterface &interface) {
+        return !interface.isLoopback && interface.isOnSubnet(address);
+    };
+    const auto other = std::find_if(interfaces.begin(), interfaces.end(), hasSubnet);
+    if (heardOn.empty() || other == interfaces.end() ||
+        std::any_of(heardOn.begin(), heardOn.end(), hasSubnet))
+        return {};
+    return {QStringLiteral("The address %1 is in the subnet of %2, but the panel is connected to %3.")
+                .arg(ipv4Text(address), other->name, namesOf(heardOn))};
+}
+
+QStringList deafnessObjections(const NetworkSettings &settings, const Panel &panel,
+                               const std::vector<NetworkInterface> &heardOn)
+{
+    const QString text = deafnessText(settings, panel, heardOn);
+    if (text.isEmpty() || !settingsObjections(settings).isEmpty())
+        return {};
+    return {text + QStringLiteral(", and this one has none on %1.").arg(namesOf(heardOn))};
 }

@@ -29,11 +29,17 @@ struct WantedSettings {
     }
 };
 
+inline NetworkSettings settingsOf(const Panel &panel)
+{
+    return {panel.address, panel.netmask, panel.gateway};
+}
+
 inline WantedSettings allOf(const NetworkSettings &settings)
 {
     return {settings.address, settings.netmask, settings.gateway};
 }
 
+// What it tells; whether that is in force is another matter, see whereabouts.h.
 inline bool hasSettings(const Panel &panel, const NetworkSettings &settings)
 {
     return panel.address == settings.address && panel.netmask == settings.netmask &&
@@ -50,5 +56,14 @@ QStringList targetObjections(const MacAddress &mac, const PanelList &panels);
 // Who else holds the address: another panel, or this computer.
 QStringList holderObjections(std::uint32_t address, const MacAddress &own, const std::vector<Panel> &others,
                              const std::vector<NetworkInterface> &interfaces);
+
+// That the address is in the subnet of another of this computer's interfaces than those that heard the panel.
+QStringList cableObjections(std::uint32_t address, const std::vector<NetworkInterface> &heardOn,
+                            const std::vector<NetworkInterface> &interfaces);
+
+// That this computer will not hear the panel any more. Says nothing of settings to which settingsObjections()
+// has something to say.
+QStringList deafnessObjections(const NetworkSettings &settings, const Panel &panel,
+                               const std::vector<NetworkInterface> &heardOn);
 
 #endif // SETTINGSCHECK_H

@@ -82,8 +82,8 @@ Transport::~Transport() = default;
 
 void Transport::chooseInterfaces(const QString &name)
 {
-    const std::vector<NetworkInterface> all = upInterfaces();
-    for (const NetworkInterface &interface : all) {
+    m_allInterfaces = upInterfaces();
+    for (const NetworkInterface &interface : m_allInterfaces) {
         if (name.isEmpty() ? interface.isLoopback : interface.name != name)
             continue;
         if (!interface.addresses.empty())
@@ -92,7 +92,7 @@ void Transport::chooseInterfaces(const QString &name)
             m_interfacesWithoutAddress << interface.name;
     }
     if (!name.isEmpty() && m_interfaces.empty())
-        failWithoutInterface(name, all);
+        failWithoutInterface(name, m_allInterfaces);
 }
 
 void Transport::failWithoutInterface(const QString &name, const std::vector<NetworkInterface> &all)

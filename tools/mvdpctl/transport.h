@@ -55,6 +55,8 @@ public:
 
     // Those that are used.
     const std::vector<NetworkInterface> &interfaces() const { return m_interfaces; }
+    // All of this computer that are up, used or not, loopback included.
+    const std::vector<NetworkInterface> &allInterfaces() const { return m_allInterfaces; }
     // Those that would be used if they had an IPv4 address.
     const QStringList &interfacesWithoutAddress() const { return m_interfacesWithoutAddress; }
     QString interfaceName(unsigned index) const;
@@ -67,7 +69,8 @@ public:
     // One address, whatever it is: broadcast and multicast addresses go out on each interface, any other on
     // the one that was chosen, or else as the routing table has it.
     std::vector<Destination> towards(std::uint32_t address) const;
-    // The limited broadcast or a multicast address on one interface; nothing where that cannot carry it.
+    // The limited broadcast, a multicast address or an address on the interface's own wire, on one interface;
+    // nothing where that cannot carry it.
     std::vector<Destination> towardsOn(unsigned interfaceIndex, std::uint32_t address) const;
     // True for multicast and broadcast addresses, those of our own subnets included.
     bool reachesMany(std::uint32_t address) const { return wayTo(address) != Way::Unicast; }
@@ -96,6 +99,7 @@ private:
     std::optional<Received> receiveWaiting();
 
     std::unique_ptr<QUdpSocket> m_socket;
+    std::vector<NetworkInterface> m_allInterfaces;
     std::vector<NetworkInterface> m_interfaces;
     QStringList m_interfacesWithoutAddress;
     bool m_onlyOneInterface;

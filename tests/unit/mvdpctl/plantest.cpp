@@ -31,6 +31,11 @@ PanelList panelsAt(std::initializer_list<std::uint8_t> lastBytes)
     return panels;
 }
 
+bool isWhereItTells(const Panel &panel)
+{
+    return panel.source == panel.address;
+}
+
 // The last MAC byte of each step in its order: "!" behind it when it opens a circle.
 QString orderOf(const Plan &plan)
 {
@@ -55,12 +60,15 @@ private slots:
     void conflictsAreObjectedTo();
     void settingsAndThisComputerAreLookedAt();
     void panelThatIsAsPlannedIsNotObjectedTo();
+    void panelThatIsElsewhereIsAChange();
+    void addressThatIsStillAnsweredFromIsHeld();
+    void cablesAndGatewaysAreLookedAt();
     void planIsShownInNarrowLines();
 };
 
 void PlanTest::stepsAreComparedWithWhatIsThere()
 {
-    const Plan plan = makePlan({entry(1, 5), entry(2, 7), entry(9, 8)}, panelsAt({5, 6}), {});
+    const Plan plan = makePlan({entry(1, 5), entry(2, 7), entry(9, 8)}, panelsAt({5, 6}), {}, isWhereItTells);
     QCOMPARE(orderOf(plan), QStringLiteral("1 9 2"));
     QVERIFY(plan.steps[0].isAlreadySo());
     QVERIFY(!plan.steps[1].isFound() && !plan.steps[1].isChange());
@@ -73,7 +81,7 @@ void PlanTest::whatIsNotGivenStays()
     PlanEntry onlyGateway;
     onlyGateway.mac = testPanel(1).mac;
     onlyGateway.wanted.gateway = 0;
-    const Plan plan = makePlan({onlyGateway}, panelsAt({5}), {});
+    const Plan plan = makePlan({onlyGateway}, panelsAt({5}), {}, isWhereItTells);
     QVERIFY(plan.steps[0].isChange());
     QCOMPARE(plan.steps[0].wanted.address, address(5));
     QCOMPARE(plan.steps[0].wanted.netmask, 0xFFFFFF00u);
@@ -105,7 +113,7 @@ void PlanTest::addressesAreGivenUpBeforeTheyAreTaken()
         entries.push_back(
             entry(static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(wanted.at(number - 1))));
     }
-    const Plan plan = makePlan(entries, panels, {});
+    const Plan plan = makePlan(entries, panels, {}, isWhereItTells);
     QCOMPARE(orderOf(plan), order);
     QCOMPARE(plan.objections, QStringList());
 }
@@ -136,7 +144,7 @@ void PlanTest::conflictsAreObjectedTo()
             entries.push_back(
                 entry(static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(wanted.at(number - 1))));
     }
-    const Plan plan = makePlan(entries, panelsAt({11, 12}), {});
+    const Plan plan = makePlan(entries, panelsAt({11, 12}), {}, isWhereItTells);
     QVERIFY2(plan.objections.size() == objections.size(),
              qPrintable(plan.objections.join(QLatin1Char('\n'))));
     for (int index = 0; index < static_cast<int>(objections.size()); ++index)
@@ -149,7 +157,7 @@ void PlanTest::settingsAndThisComputerAreLookedAt()
     NetworkInterface ours;
     ours.name = QStringLiteral("eth0");
     ours.addresses = {{address(1), 0xFFFFFF00}};
-    const Plan plan = makePlan({entry(1, 255), entry(2, 1)}, panelsAt({11, 12}), {ours});
+    const Plan plan = makePlan({entry(1, 255), entry(2, 1)}, panelsAt({11, 12}), {ours}, isWhereItTells);
     QCOMPARE(plan.objections.size(), 3); // the panels' gateway is address 1 as well
     QVERIFY(plan.objections.at(0).contains(QStringLiteral("broadcast address")));
     QVERIFY(plan.objections.at(1).contains(QStringLiteral("own new address")));
@@ -161,15 +169,69 @@ void PlanTest::panelThatIsAsPlannedIsNotObjectedTo()
     PanelList panels;
     Panel odd = testPanel(1, address(255));
     panels.add(odd);
-    QCOMPARE(makePlan({entry(1, 255)}, panels, {}).objections, QStringList());
+    QCOMPARE(makePlan({entry(1, 255)}, panels, {}, isWhereItTells).objections, QStringList());
+}
+
+void PlanTest::panelThatIsElsewhereIsAChange()
+{
+    Panel elsewhere = testPanel(1, address(12));
+    elsewhere.source = address(11);
+    PanelList panels;
+    panels.add(elsewhere);
+    const Plan plan = makePlan({entry(1, 12)}, panels, {}, isWhereItTells);
+    QVERIFY(plan.steps[0].isChange() && !plan.steps[0].isAlreadySo());
+    QCOMPARE(planLines(plan),
+             QStringList({"02:00:5e:10:00:01  192.168.10.12/24        (but answers from 192.168.10.11)"}));
+    QCOMPARE(planLines(makePlan({entry(1, 13)}, panels, {}, isWhereItTells)),
+             QStringList({"02:00:5e:10:00:01  192.168.10.12/24        -> 192.168.10.13/24",
+                          "                   (but answers from 192.168.10.11)"}));
+}
+
+void PlanTest::addressThatIsStillAnsweredFromIsHeld()
+{
+    PanelList panels = panelsAt({21});
+    Panel elsewhere = testPanel(2, address(12));
+    elsewhere.source = address(11);
+    panels.add(elsewhere);
+    const Plan alone = makePlan({entry(1, 11)}, panels, {}, isWhereItTells);
+    QCOMPARE(alone.objections, QStringList({"line 2, 02:00:5e:10:00:01: The address 192.168.10.11 would be "
+                                            "that of 02:00:5e:10:00:02, too."}));
+    const Plan both = makePlan({entry(1, 11), entry(2, 12)}, panels, {}, isWhereItTells);
+    QCOMPARE(both.objections, QStringList());
+    QCOMPARE(orderOf(both), QStringLiteral("2 1"));
+    QCOMPARE(orderOf(makePlan({entry(2, 11)}, panels, {}, isWhereItTells)), QStringLiteral("2"));
+}
+
+void PlanTest::cablesAndGatewaysAreLookedAt()
+{
+    NetworkInterface eth0;
+    eth0.index = testPanel().interfaceIndex;
+    eth0.name = QStringLiteral("eth0");
+    eth0.addresses = {{0x0A010201, 0xFFFFFF00}};
+    NetworkInterface eth1;
+    eth1.index = eth0.index + 1;
+    eth1.name = QStringLiteral("eth1");
+    eth1.addresses = {{address(1), 0xFFFFFF00}};
+    PlanEntry deaf = entry(1, 13);
+    deaf.wanted.gateway = 0;
+    PanelList panels;
+    panels.add(testPanel(1, 0x0A010205));
+    panels.add(testPanel(2, 0x0A010206));
+    const Plan plan = makePlan({deaf, entry(2, 14)}, panels, {eth0, eth1}, isWhereItTells);
+    const QString cable = "is in the subnet of eth1, but the panel is connected to eth0.";
+    QCOMPARE(plan.objections,
+             QStringList({"line 2, 02:00:5e:10:00:01: The address 192.168.10.13 " + cable,
+                          "line 2, 02:00:5e:10:00:01: Without a gateway the panel is heard only by "
+                          "computers with an address in 192.168.10.0/24, and this one has none on eth0.",
+                          "line 3, 02:00:5e:10:00:02: The address 192.168.10.14 " + cable}));
 }
 
 void PlanTest::planIsShownInNarrowLines()
 {
     PlanEntry both = entry(1, 7);
     both.wanted.gateway = 0;
-    const QStringList lines =
-        planLines(makePlan({both, entry(2, 12), entry(3, 12), entry(9, 9)}, panelsAt({11, 12, 13}), {}));
+    const QStringList lines = planLines(makePlan({both, entry(2, 12), entry(3, 12), entry(9, 9)},
+                                                 panelsAt({11, 12, 13}), {}, isWhereItTells));
     QCOMPARE(lines, QStringList({
                         "02:00:5e:10:00:02  192.168.10.12/24        already as planned",
                         "02:00:5e:10:00:09  not found",

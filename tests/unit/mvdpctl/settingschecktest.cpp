@@ -13,6 +13,8 @@ private slots:
     void heldAddressIsObjectedTo();
     void ownAddressMayStay();
     void addressOfThisComputerIsObjectedTo();
+    void bothAddressesOfAPanelThatIsElsewhereAreHeld();
+    void addressOfAnotherCableIsObjectedTo();
     void macOfManyPanelsIsObjectedTo();
     void equalityCoversAllThree();
 };
@@ -118,6 +120,38 @@ void SettingsCheckTest::addressOfThisComputerIsObjectedTo()
     interface.addresses = {{0x0A000001, 0xFF000000}, {0xC0A80A01, 0xFFFFFF00}};
     QCOMPARE(holderObjections(0xC0A80A01, testPanel().mac, {}, {interface}),
              QStringList({"The address 192.168.10.1 is this computer's own, on eth3."}));
+}
+
+void SettingsCheckTest::bothAddressesOfAPanelThatIsElsewhereAreHeld()
+{
+    Panel elsewhere = testPanel(2, 0xC0A80A06);
+    elsewhere.source = 0xC0A80A07;
+    for (const std::uint32_t address : {0xC0A80A06u, 0xC0A80A07u})
+        QCOMPARE(holderObjections(address, testPanel(1).mac, {elsewhere}, {}).size(), 1);
+    QCOMPARE(holderObjections(0, testPanel(1).mac, {Panel()}, {}).size(), 0);
+}
+
+void SettingsCheckTest::addressOfAnotherCableIsObjectedTo()
+{
+    NetworkInterface lo;
+    lo.isLoopback = true;
+    lo.addresses = {{0x7F000001, 0xFF000000}};
+    NetworkInterface eth0;
+    eth0.name = QStringLiteral("eth0");
+    eth0.addresses = {{0xC0A80A01, 0xFFFFFF00}};
+    NetworkInterface eth1;
+    eth1.name = QStringLiteral("eth1");
+    eth1.addresses = {{0x0A010201, 0xFFFFFF00}};
+    const std::vector<NetworkInterface> all = {lo, eth0, eth1};
+    QCOMPARE(
+        cableObjections(0xC0A80A1F, {eth1}, all),
+        QStringList(
+            {"The address 192.168.10.31 is in the subnet of eth0, but the panel is connected to eth1."}));
+    for (const auto &heardOn : {std::vector<NetworkInterface>{eth0}, {eth0, eth1}, {}})
+        QCOMPARE(cableObjections(0xC0A80A1F, heardOn, all), QStringList());
+    // Neither a subnet of nobody's nor the loopback's is that of a cable.
+    QCOMPARE(cableObjections(0xAC100001, {eth1}, all), QStringList());
+    QCOMPARE(cableObjections(0x7F000002, {eth1}, all), QStringList());
 }
 
 void SettingsCheckTest::macOfManyPanelsIsObjectedTo()

@@ -1,0 +1,84 @@
+#include "whereabouts.h"
+
+#include "discovery.h"
+#include "failure.h"
+#include "session.h"
+
+#include <algorithm>
+
+namespace
+{
+
+// By the panel's netmask, for it is the panel that decides by it how to answer.
+bool isAnyInSubnetOf(const NetworkSettings &settings, const std::vector<NetworkInterface> &interfaces)
+{
+    return std::any_of(interfaces.begin(), interfaces.end(), [&settings](const NetworkInterface &interface) {
+        return std::any_of(interface.addresses.begin(), interface.addresses.end(),
+                           [&settings](const InterfaceAddress &own) {
+                               return ((own.address ^ settings.address) & settings.netmask) == 0;
+                           });
+    });
+}
+
+bool isBehindTranslation(const Panel &panel, const std::vector<NetworkInterface> &interfaces)
+{
+    return panel.way == Way::Unicast && !isAnyInSubnetOf(settingsOf(panel), interfaces);
+}
+
+// A gateway outside the subnet leads nowhere: the panel's system refuses the route.
+bool hasGateway(const NetworkSettings &settings)
+{
+    return settings.gateway != 0 && settings.gateway != settings.address &&
+           ((settings.gateway ^ settings.address) & settings.netmask) == 0;
+}
+
+bool answersAtItsAddress(const Panel &panel, Session &session)
+{
+    if (panel.address == 0 || isZero(panel.mac) || session.transport.reachesMany(panel.address))
+        return false;
+    // On the panel's own wire no route is needed.
+    std::vector<Destination> there = session.transport.towardsOn(panel.interfaceIndex, panel.address);
+    if (Transport::hasRouteTo(panel.address)) {
+        const auto routed = session.transport.towards(panel.address);
+        there.insert(there.end(), routed.begin(), routed.end());
+    }
+    Patience patience = session.searchPatience();
+    patience.rounds = std::min(patience.rounds, SearchRounds);
+    try {
+        return session.exchange
+            .ask(Request::toMac(MvdpCommand::Identify, panel.mac), {there}, patience,
+                 QStringLiteral("asking at ") + ipv4Text(panel.address))
+            .has_value();
+    } catch (const Failure &) {
+        return false; // what cannot be sent there proves nothing
+    }
+}
+
+} // namespace
+
+bool isShownToBeThere(const Panel &panel, const std::vector<NetworkInterface> &interfaces)
+{
+    return panel.source == panel.address || isBehindTranslation(panel, interfaces);
+}
+
+bool isWhereItTells(const Panel &panel, Session &session)
+{
+    return isShownToBeThere(panel, session.transport.allInterfaces()) || answersAtItsAddress(panel, session);
+}
+
+QString elsewhereText(const Panel &panel)
+{
+    return QStringLiteral("%1 tells the address %2 but answered from %3")
+        .arg(macText(panel.mac), ipv4Text(panel.address), ipv4Text(panel.source));
+}
+
+QString deafnessText(const NetworkSettings &settings, const Panel &panel,
+                     const std::vector<NetworkInterface> &heardOn)
+{
+    const bool isHeard = heardOn.empty() || hasGateway(settings) || isAnyInSubnetOf(settings, heardOn) ||
+                         isBehindTranslation(panel, heardOn);
+    if (isHeard)
+        return QString();
+    return QStringLiteral("Without a gateway the panel is heard only by computers with an address in %1")
+        .arg(addressWithNetmask(settings.address & settings.netmask, settings.netmask));
+}

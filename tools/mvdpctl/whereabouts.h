@@ -1,0 +1,41 @@
+#ifndef WHEREABOUTS_H
+#define WHEREABOUTS_H
+
+#include "settingscheck.h"
+
+#include <QtCore/QString>
+
+#include <vector>
+
+class Session;
+
+// Where a panel is, beside what it tells of that.
+//
+// The settings in a reply are what the panel last knew. When it cannot read them afresh they stay as they
+// were, and after a failed change they are those that it was told to take. Of them only the address can be
+// checked from here. The panel has the address that it tells when
+// - its answer came from there, or
+// - it answers what is sent to it there: an answer to the group leaves from the address of whatever interface
+// the
+//   panel's routes lead to, or
+// - a router that translates addresses lies between. Its sign: the answer came to this computer alone, as a
+// panel
+//   answers within its own subnet only, and this computer has no address in that.
+// Of any other panel neither "already so" nor "applied" may be said.
+
+// What one answer shows: the first and the third reason. `interfaces` are all of this computer.
+bool isShownToBeThere(const Panel &panel, const std::vector<NetworkInterface> &interfaces);
+
+// Asks the panel at its address if need be, for a few seconds at the most.
+bool isWhereItTells(const Panel &panel, Session &session);
+
+// "02:00:5e:10:00:01 tells the address 192.168.10.5 but answered from 192.168.10.7"
+QString elsewhereText(const Panel &panel);
+
+// A panel answers computers outside its own subnet through its gateway; without one those answers cannot
+// leave it. Says which computers hear it then, without a full stop, when these settings keep its answers from
+// the interfaces that heard it; else empty.
+QString deafnessText(const NetworkSettings &settings, const Panel &panel,
+                     const std::vector<NetworkInterface> &heardOn);
+
+#endif // WHEREABOUTS_H
