@@ -48,11 +48,10 @@ bool exchangeWithBus(const QDBusConnection &connection)
     return type == QDBusMessage::ReplyMessage;
 }
 
-// Qt 5 and 6 note a connection's own name when the bus announces it, on a thread of Qt's and without a lock,
-// and look the name of every service that is called up in the same list: a call that is made too early reads
-// what is being moved, and now and then the process ends. Calls of the bus itself are not looked up. The
-// reply to a first one comes behind the announcement, and once there is one to a second, the name has been
-// noted.
+// Qt 5 and 6 note a connection's own name when the bus announces it, on a thread of Qt's and without a lock.
+// They look up the name of every called service in the same list, so that a call that comes too early can end
+// the process. Calls of the bus itself are not looked up. The first reply comes after the announcement, the
+// second after Qt has noted the name.
 void waitForOwnName(const QDBusConnection &connection)
 {
     if (exchangeWithBus(connection))

@@ -44,8 +44,8 @@ struct HwsdLink {
     ~HwsdLink();
 
     // Finds the bus on which the service answers and makes the proxies there. Null, with warnings, when no
-    // bus can be had or the service answers on neither. Blocks for up to 40 s when a service
-    // hangs.
+    // bus can be had or the service answers on neither. Blocks for up to 40 s when a service hangs, and for
+    // up to 10 s more for each bus that hangs.
     static std::unique_ptr<HwsdLink> open();
 
     // Qt sends each proxy an event when the service comes or goes. The thread that made the proxies may have

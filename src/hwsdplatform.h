@@ -98,7 +98,7 @@ private:
     enum class RecordReading { Done, Refused, Mistyped };
     // The interface's record as the service has it. A text that is no JSON object gives an empty record.
     RecordReading readInterfaceRecord(const HwsdLink &service, NetworkInterfaceConfig &record);
-    // Once for each change of what is wrong with an interface's record: it is read with every datagram.
+    // Once for each message and interface until a reading goes well: the record is read with every datagram.
     void warnOfMistypedRecord(const json::Exception &error);
     void cacheMacAddress(const QString &text);
 

@@ -32,13 +32,13 @@ void leaveWithFailure()
     ::_exit(EXIT_FAILURE);
 }
 
-// Nothing here calls exit() but the toolkit, when it loses the X server. The destructors that exit() runs
-// would wait for the server thread, or take away what it is using. Those of objects that exist by now run
-// after our handler, which leaves instead; D-Bus's own, which wait, are therefore made to exist. A process
-// that has ended can be started again.
+// The toolkit calls exit() when it loses the X server. The handlers and destructors that exit() runs, last
+// registered first, would wait for the server thread or take away what it uses. Our handler leaves before
+// them. Qt registers those of D-Bus, which wait, when a connection is first named; so that is done here, and
+// our handler comes after it.
 void leaveWithoutDestructors()
 {
-    const QDBusConnection makesTheManager(QLatin1String("none"));
+    const QDBusConnection unused(QLatin1String("none"));
     std::atexit(leaveWithFailure);
 }
 

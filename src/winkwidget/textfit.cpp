@@ -22,7 +22,7 @@ void setStretch(QLabel &label, int stretch)
     label.setFont(font);
 }
 
-// Narrows the letters until the text needs no more than the width, or the letters stay legible only just.
+// Narrows the letters until the text needs no more than the width, or would no longer be legible.
 void narrow(QLabel &label, int width)
 {
     const int whole = textWidth(label);
@@ -56,9 +56,10 @@ void fitTexts(const NoticeTexts &texts, int width)
     QLabel *const values[] = {&texts.deviceName, &texts.ipAddress};
     texts.rows.invalidate();
     const int beside = texts.rows.minimumSize().width() - qMax(textWidth(*values[0]), textWidth(*values[1]));
+    const int room = qMax(0, width - beside);
     for (QLabel *value : values) {
-        narrow(*value, width - beside);
-        if (textWidth(*value) > width - beside)
-            value->setFixedWidth(width - beside);
+        narrow(*value, room);
+        if (textWidth(*value) > room)
+            value->setFixedWidth(room);
     }
 }

@@ -8,7 +8,7 @@ class QLayout;
 // Room for the texts of a notice. The notice has a fixed size; how wide its texts are depends on the model,
 // the address and the fonts of the panel. All widths are in pixels of the screen. GUI thread only.
 
-// The width of what a frame can hold that fills its window.
+// The width inside a frame that fills its window, which has a fixed width.
 int contentWidth(const QFrame &frame);
 
 // The labels of a notice that hold text.
