@@ -18,8 +18,8 @@ namespace json
  * The whole stream is one document. It is read and scanned to its end before anything is parsed, so an
  * error in the scan (ScanException) anywhere in it wins over all others and leaves the target as it was.
  * Errors of grammar (ParseException) come in the order of the text and leave in the target what came before
- * them: of an Object the finished members, of an Array also the element that was begun, if only as Null. Text
- * behind the bracket begins one, and so does a comma.
+ * them: of an Object the finished members, of an Array also the element that was begun, if only as Null. A
+ * comma begins one, and so does anything but the end of the document behind the bracket.
  *
  * The target is not cleared first: an Object gains members (one that it has already counts as a
  * duplicate), an Array elements; an UnknownElement of the document's kind is extended likewise and one of

@@ -217,8 +217,11 @@ def test_panel_that_answers_from_elsewhere_for_a_reason_has_its_settings(fake, m
 def test_settings_of_a_second_interface_are_applied(fake, mvdpctl):
     fake.panels = [Identity(address="10.9.0.9", gateway="10.9.0.1", source=PANEL_ADDRESS)]
     fake.way = "group"
-    result = mvdpctl("set", MAC, "--address", FAR_ADDRESS, "--yes", "--json", "--timeout", "2", "--rounds", "4")
+    result = mvdpctl("set", MAC, "--address", FAR_ADDRESS, "--yes", "--json", "--timeout", "2", "--rounds", "20")
     assert (result.code, result.json["result"]) == (DONE, "applied")
+    # It is asked there as soon as it tells the settings: forty rounds of searching are not waited for.
+    commands = fake.commands()
+    assert commands[commands.index(Command.SET_ADDRESS):].count(Command.DISCOVER) < 10
 
 
 def test_lost_reply_to_applied_settings_does_no_harm(fake, mvdpctl):
@@ -286,6 +289,7 @@ def test_silence_of_a_panel_without_a_gateway_is_explained(fake, mvdpctl, on_set
     assert result.code == NO_ANSWER
     assert ("heard only by computers with an address in 192.168.11.0/24: give this one such an address on eth0"
             in result.err)
+    assert result.lines == []
 
 
 def test_panel_that_goes_on_as_before_is_not_taken_for_deaf(fake, mvdpctl):

@@ -139,8 +139,9 @@ void PlanRun::report(const PlanStep &step, const SetResult &result)
         break;
     case Format::Text: {
         QString text = macText(step.entry.mac) + QStringLiteral("  ") + QLatin1String(outcomeName(outcome));
-        const bool isNews = step.now && (result.isHeard || outcome != Outcome::NoAnswer);
-        if (isNews)
+        // What it was before the settings were sent is no news of it.
+        const bool isSilent = outcome == Outcome::NoAnswer || outcome == Outcome::Unverified;
+        if (step.now && (result.isHeard || !isSilent))
             text = text.leftJustified(ResultColumns) + toldText(step);
         m_session.terminal.print(text);
     }
@@ -206,8 +207,13 @@ ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
         return planned.count(Panel::fromReply(received).mac) > 0;
     });
     const PanelList panels = discoverPanels(session.exchange, session.terminal, search);
-    const Plan plan = makePlan(entries, panels, session.transport.allInterfaces(),
-                               [&session](const Panel &panel) { return isWhereItTells(panel, session); });
+    std::size_t number = 0;
+    const auto isThere = [&session, &number, total = entries.size()](const Panel &panel) {
+        session.terminal.setProgressPrefix(QStringLiteral("panel %1 of %2: ").arg(++number).arg(total));
+        return isWhereItTells(panel, session);
+    };
+    const Plan plan = makePlan(entries, panels, session.transport.allInterfaces(), isThere);
+    session.terminal.setProgressPrefix(QString());
     confirm(plan, session);
     return PlanRun(plan, panels, session).run();
 }

@@ -20,6 +20,8 @@ const char ForceAdvice[] = "--force sends such settings all the same.";
 const char OtherGatewayAdvice[] =
     "The gateway is the one that the panel has: give another with --gateway, 0.0.0.0 for "
     "none; then only computers in its subnet hear it. ";
+const char OtherNetmaskAdvice[] =
+    "The netmask is the one that the panel tells: give another with --netmask. ";
 const char GatewayAdvice[] = "Give it a gateway with --gateway. ";
 
 void checkSettings(const Panel &panel, const WantedSettings &wanted, const PanelList &panels,
@@ -33,11 +35,13 @@ void checkSettings(const Panel &panel, const WantedSettings &wanted, const Panel
                                  cableObjections(settings.address, heardOn, interfaces);
     const QStringList ofSettings = settingsObjections(settings);
     const QStringList ofDeafness = deafnessObjections(settings, panel, heardOn);
-    const bool isOnlyTheKeptGatewayWrong =
-        !wanted.gateway && ofOthers.isEmpty() && !ofSettings.isEmpty() &&
-        settingsObjections({settings.address, settings.netmask, 0}).isEmpty();
+    const bool isKeptNetmaskWrong = !wanted.netmask && prefixLength(settings.netmask).value_or(0) == 0;
+    const bool isKeptGatewayWrong = !wanted.gateway && !ofSettings.isEmpty() &&
+                                    settingsObjections({settings.address, settings.netmask, 0}).isEmpty();
     QString advice = QString::fromLatin1(ForceAdvice);
-    if (isOnlyTheKeptGatewayWrong)
+    if (isKeptNetmaskWrong)
+        advice.prepend(QLatin1String(OtherNetmaskAdvice));
+    else if (isKeptGatewayWrong)
         advice.prepend(QLatin1String(OtherGatewayAdvice));
     else if (!ofDeafness.isEmpty())
         advice.prepend(QLatin1String(GatewayAdvice));
@@ -62,7 +66,7 @@ void report(const SetResult &set, const NetworkSettings &wanted, const Panel &pa
     case Format::Text:
         if (code == ExitCode::Done)
             session.terminal.say(sentence);
-        else if (set.isHeard || outcome != Outcome::NoAnswer) // what it was before is no news of it
+        else if (set.isHeard) // what it was before is no news of it
             printResult({}, panel, Format::Text, session.interfaceNames(), session.terminal);
     }
     session.noteIgnored();
@@ -136,8 +140,8 @@ const Command SetCommand = {
     "mac, address, netmask and gateway; what 'discover --csv' or '--json' prints is\n"
     "one to begin with. The plan is shown and asked about once. Panels that are as\n"
     "planned already are skipped, so it can be run again. Exit status: 3 when any\n"
-    "panel refused, else 4 when this computer could not send, else 1 when any panel\n"
-    "is not as planned.",
+    "panel refused or did not take the settings, else 4 when this computer could not\n"
+    "send, else 1 when any panel is not as planned.",
     {{{"address", "ADDRESS", "The new address."},
       {"netmask", "NETMASK", "The new netmask, as 255.255.255.0 or as 24."},
       {"gateway", "ADDRESS", "The new gateway."},

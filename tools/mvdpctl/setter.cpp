@@ -13,6 +13,12 @@ namespace
 // A panel changes its settings within a second or two; asking more often than this finds out no sooner.
 const std::chrono::milliseconds CheckTimeout(1000);
 
+// Zeros name no panel: what another one tells must not pass for this one's answer.
+const Panel *findIn(const PanelList &panels, const MacAddress &mac)
+{
+    return isZero(mac) ? nullptr : panels.find(mac);
+}
+
 class Setter
 {
 public:
@@ -30,6 +36,7 @@ private:
     QString silenceAdvice(Outcome outcome, const Panel &before) const;
     std::optional<Received> sendSettings(const Panel &panel);
     PanelList searchAsFarAsPossible(const Search &search);
+    bool isHeardWithSettings(Panel &panel, const Search &search);
     bool verify(Panel &panel);
 
     Session &m_session;
@@ -48,7 +55,7 @@ SetResult Setter::run(Panel &panel)
     return result;
 }
 
-// Of a panel that the settings took out of hearing nothing else is to be said.
+// When the settings put the panel out of hearing, it says only that.
 QString Setter::silenceAdvice(Outcome outcome, const Panel &before) const
 {
     const auto heardOn = interfacesAmong(m_session.transport.allInterfaces(), {before.interfaceIndex});
@@ -101,28 +108,46 @@ PanelList Setter::searchAsFarAsPossible(const Search &search)
     }
 }
 
+// Takes over what the panel tells, if the search finds it.
+bool Setter::isHeardWithSettings(Panel &panel, const Search &search)
+{
+    const PanelList panels = searchAsFarAsPossible(search);
+    const Panel *now = findIn(panels, panel.mac);
+    if (now == nullptr)
+        return false;
+    m_heardAgain = true;
+    panel = *now;
+    return hasSettings(panel, m_settings);
+}
+
 bool Setter::verify(Panel &panel)
 {
     m_session.terminal.progress(QStringLiteral("checking %1").arg(macText(panel.mac)));
-    const auto wait = m_patience.timeout * m_patience.rounds;
-    Search search = {m_session.everywhere(), {1, std::min(m_patience.timeout, CheckTimeout)}, {}};
-    search.patience.rounds = static_cast<int>((wait + search.patience.timeout) / search.patience.timeout);
-    // Zeros name no panel: what another one tells must not pass for this one's answer.
-    const auto find = [mac = panel.mac](const PanelList &panels) {
-        return isZero(mac) ? nullptr : panels.find(mac);
+    const auto deadline = Clock::now() + m_patience.timeout * m_patience.rounds;
+    const auto timeout = std::min(m_patience.timeout, CheckTimeout);
+    const auto roundsLeft = [deadline, timeout] {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+        return static_cast<int>((left + timeout - std::chrono::milliseconds(1)) / timeout);
     };
-    const auto hasTaken = [this, find](const PanelList &panels) {
-        const Panel *now = find(panels);
-        return now != nullptr && hasSettings(*now, m_settings) &&
-               isShownToBeThere(*now, m_session.transport.allInterfaces());
+    const auto tellsSettings = [this, mac = panel.mac](const PanelList &panels) {
+        const Panel *now = findIn(panels, mac);
+        return now != nullptr && hasSettings(*now, m_settings);
     };
-    search.isComplete = hasTaken;
-    const PanelList panels = searchAsFarAsPossible(search);
-    const Panel *now = find(panels);
-    m_heardAgain = now != nullptr;
-    if (m_heardAgain)
-        panel = *now;
-    return m_heardAgain && hasSettings(panel, m_settings) && isWhereItTells(panel, m_session);
+    if (!isHeardWithSettings(panel,
+                             {m_session.everywhere(), {std::max(1, roundsLeft()), timeout}, tellsSettings}))
+        return false;
+    if (isWhereItTells(panel, m_session))
+        return true;
+    // It may tell them before it has moved.
+    const int rounds = roundsLeft();
+    if (rounds <= 0)
+        return false;
+    const auto isThere = [this, mac = panel.mac, tellsSettings](const PanelList &panels) {
+        return tellsSettings(panels) &&
+               isShownToBeThere(*findIn(panels, mac), m_session.transport.allInterfaces());
+    };
+    return isHeardWithSettings(panel, {m_session.everywhere(), {rounds, timeout}, isThere}) &&
+           isWhereItTells(panel, m_session);
 }
 
 struct OutcomeFacts {
@@ -138,14 +163,15 @@ const OutcomeFacts &factsOf(Outcome outcome)
         {"applied", ExitCode::Done, "%1 now has %2.", ""},
         {"already so", ExitCode::Done, "%1 already has %2.", ""},
         {"refused", ExitCode::Refused, "%1 could not apply %2",
-         "It could not read its settings, so nothing was changed: its platform service may be down. What it "
-         "tells now is above; that may be what it was just told."},
+         "It could not read its settings, so nothing was changed: its platform service may be down. Restart "
+         "the panel and try again. The settings in the result may be what it was just told."},
         {"unchanged", ExitCode::Refused, "%1 accepted %2 but still shows other settings",
-         "It may need a restart, or its platform service ignores the change; what it shows now is above."},
+         "It may need a restart, or its platform service ignores the change; what it shows now is in the "
+         "result."},
         {"elsewhere", ExitCode::Refused, "%1 tells %2 but answers from another address",
-         "It may tell what it was told and could not apply: its platform service may be down. Restart it, "
-         "and "
-         "try again; from where it answered is above."},
+         "It may tell what it was told and could not apply: its platform service may be down. Restart the "
+         "panel and try again. Behind a router that translates addresses all may be well. From where it "
+         "answered is in the result."},
         {"unverified", ExitCode::NoAnswer, "%1 accepted %2 but was not heard again",
          "Look for it with 'mvdpctl discover'; its new subnet may keep its answers from this computer."},
         {"no answer", ExitCode::NoAnswer, "%1 did not answer to the new settings %2",

@@ -25,7 +25,7 @@ bool isBehindTranslation(const Panel &panel, const std::vector<NetworkInterface>
     return panel.way == Way::Unicast && !isAnyInSubnetOf(settingsOf(panel), interfaces);
 }
 
-// A gateway outside the subnet leads nowhere: the panel's system refuses the route.
+// A gateway outside the subnet is not counted on: most systems refuse such a route.
 bool hasGateway(const NetworkSettings &settings)
 {
     return settings.gateway != 0 && settings.gateway != settings.address &&
@@ -42,11 +42,9 @@ bool answersAtItsAddress(const Panel &panel, Session &session)
         const auto routed = session.transport.towards(panel.address);
         there.insert(there.end(), routed.begin(), routed.end());
     }
-    Patience patience = session.searchPatience();
-    patience.rounds = std::min(patience.rounds, SearchRounds);
     try {
         return session.exchange
-            .ask(Request::toMac(MvdpCommand::Identify, panel.mac), {there}, patience,
+            .ask(Request::toMac(MvdpCommand::Identify, panel.mac), {there}, {SearchRounds, SearchTimeout},
                  QStringLiteral("asking at ") + ipv4Text(panel.address))
             .has_value();
     } catch (const Failure &) {
