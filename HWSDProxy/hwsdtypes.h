@@ -6,7 +6,7 @@
 
 // The structured types of the platform service, named as it names them. Both are packed byte records; a
 // text field travels as a byte array. Reading takes at most the field's size from a received array and fills
-// the rest with zero, so that a service that sends less than it promised never leaves chance bytes behind.
+// the rest with zero, so that no byte stays undefined when a service sends fewer than it should.
 
 // D-Bus signature (yyyyay).
 struct partitionInfo {

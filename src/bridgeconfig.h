@@ -10,7 +10,7 @@
 
 // One network bridge. A plain value.
 struct BridgeEntry {
-    // A new bridge: no name, no members, the platform service's defaults for the rest.
+    // A new bridge has no name and no members; the rest are the platform service's defaults.
     BridgeEntry();
 
     QString name;
@@ -24,22 +24,22 @@ struct BridgeEntry {
 class BridgeConfig
 {
 public:
-    // A new section: not enabled, nothing in it.
+    // A new section is empty and not enabled.
     BridgeConfig();
 
     // All members are always written; the bridges in the order of their names.
     json::Object toJson() const;
     QString toJsonString() const;
 
-    // Adds to the section what the object has; keys that are absent leave their fields as they were. A bridge
-    // without a name is skipped with a warning, and so is one whose name the section has already; one
-    // without members gets a warning and is kept. Always true. A value of another JSON type ends in
-    // json::Exception ("Bad cast"); what was read before it stays.
-    // A bridge's spanning tree is written as "stp" and read from "std", on purpose: in a section that was
-    // written here and is read again it is on.
+    // Adds what the object has to the section. Fields whose keys are absent stay as they were. A bridge
+    // without a name, or with a name that the section has already, is left out with a warning. A bridge
+    // without members is kept, with a warning. Always true. A value of another JSON type throws
+    // json::Exception ("Bad cast"); what was read before it stays. The spanning tree is written as "stp" and
+    // read from "std", on purpose. It is on where "std" is absent, and therefore in each section that was
+    // written here and is read again.
     bool fromJson(const json::Object &object);
-    // The same from text. False, with a warning, when the text is empty or no JSON object; the section is
-    // then as it was.
+    // The same from text. False, with a warning and the section unchanged, when the text is empty or no JSON
+    // object.
     bool fromJsonString(const QString &text);
 
     bool enabled;

@@ -12,7 +12,7 @@
 namespace
 {
 
-// Where the reference bus listens when it is not told otherwise; /var/run is its own spelling.
+// The D-Bus standard's default; /var/run is its spelling.
 const char CustomarySystemBus[] =
     "unix:path=/var/run/dbus/system_bus_socket;unix:path=/run/dbus/system_bus_socket";
 
@@ -31,8 +31,8 @@ bool takesConnection(const QByteArray &path, bool abstract)
     const int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (probe < 0)
         return false;
-    // A listener whose queue is full counts as none: a bus that takes no connection would hold the caller up
-    // without end.
+    // Non-blocking, so that a bus whose queue of connections is full counts as not listening. A blocking
+    // connect() would wait for it without end.
     const bool taken =
         ::connect(probe, reinterpret_cast<const sockaddr *>(&address), static_cast<socklen_t>(size)) == 0;
     ::close(probe);

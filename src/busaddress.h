@@ -4,13 +4,14 @@
 #include <QtCore/QByteArray>
 #include <QtDBus/QDBusConnection>
 
-// Whether something listens at a message bus's address. Asked before Qt is, because Qt 4 keeps every
-// connection that it failed to make: a panel whose bus is down would grow with each datagram.
+// Whether something listens at a message bus's address. This is found out before Qt is asked to connect,
+// because Qt 4 never frees a connection that it failed to make: without a bus the process would grow with
+// each datagram.
 enum class BusState {
-    Listening,    // a socket took the connection
-    NotListening, // the addresses are all local sockets, and none takes a connection
-    Unknown,      // only trying will tell: another transport
-    NotNamed,     // no address is given, and the customary socket does not answer
+    Listening,    // a socket accepted a connection
+    NotListening, // the addresses are all local sockets, and none accepts a connection
+    Unknown,      // another transport; only Qt can try it
+    NotNamed,     // no address is given, and nothing listens at the customary socket
 };
 
 // By the addresses that the environment names (DBUS_SYSTEM_BUS_ADDRESS, DBUS_SESSION_BUS_ADDRESS), else by

@@ -10,7 +10,7 @@
 namespace
 {
 
-// The resolution that the notice's letters are laid out for: their size in points stands for pixels at it.
+// The resolution that the notice is designed for: it turns the letters' size in points into pixels.
 const int DotsPerInch = 96;
 
 } // namespace

@@ -10,7 +10,7 @@
 namespace
 {
 
-// Unlike elsewhere, a piece with a blank in it is no number.
+// Here, unlike in numberFromText(), a text with a blank in it is no number.
 int codeFromText(const QString &text)
 {
     for (int i = 0; i < text.size(); ++i) {

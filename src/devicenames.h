@@ -12,8 +12,9 @@
 // the key, gives an empty table.
 QHash<int, QString> readDeviceNames(const QString &path);
 
-// The table of such a text. Parts between commas that are not exactly "number:name" are skipped; nothing is
-// trimmed; a first piece that is no number counts as 0; the last entry of a number wins.
+// The table of such a text. A part between commas that is not exactly "number:name" is skipped. Blanks are
+// not trimmed. A first piece that is no number counts as 0. Of two entries with the same number the last
+// counts.
 QHash<int, QString> parseDeviceNames(const QString &text);
 
 #endif // DEVICENAMES_H

@@ -10,7 +10,8 @@ const char ServerIpKey[] = "ip";
 const char SearchKey[] = "search";
 const char SearchNameKey[] = "name";
 
-// The blank at an end is part of the text. The last one speaks of an interface: it is the interface record's.
+// Blanks at the end are part of the texts. The last text names an interface: it is that of the interface
+// record, used here as well.
 const JsonReadWarnings ReadWarnings = {
     "Trying to parse dns json!",
     "Parse error in dns json",
@@ -30,7 +31,8 @@ json::Array toArray(const QStringList &texts, const char *key)
     return array;
 }
 
-// By value: what is no object, or no text in it, is converted to an empty one in place.
+// By value, because the casts below replace an element that is no object, or a member that is no text, by an
+// empty one.
 QStringList toTexts(json::Array array, const char *key)
 {
     QStringList texts;

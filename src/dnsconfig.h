@@ -7,7 +7,7 @@
 #include <QtCore/QStringList>
 
 // The "dns" section of the network manager's document: name servers and search domains, each in the
-// document's order. A plain value; one thread at a time. The texts are kept as they come and never looked at.
+// document's order. A plain value; one thread at a time. The texts are kept as they come and are not checked.
 class DnsConfig
 {
 public:
@@ -15,12 +15,12 @@ public:
     json::Object toJson() const;
     QString toJsonString() const;
 
-    // Replaces both lists; one that is absent is then empty. An element without its text, or with something
-    // else in its place, counts as an empty text. Always true. A list that is no array ends in
-    // json::Exception ("Bad cast"); what was read before it stays.
+    // Replaces both lists; a list that is absent becomes empty. An element that is no object, or has no text
+    // in it, counts as an empty text. Always true. A list that is no array throws json::Exception ("Bad
+    // cast"); what was read before it stays.
     bool fromJson(const json::Object &object);
-    // The same from text. False, with a warning, when the text is empty or no JSON object; the lists are then
-    // as they were.
+    // The same from text. False, with a warning and the lists unchanged, when the text is empty or no JSON
+    // object.
     bool fromJsonString(const QString &text);
 
     QStringList servers; // addresses

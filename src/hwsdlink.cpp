@@ -26,19 +26,20 @@ const int RootProxyAttempts = 3;
 
 const char ErrorReachingService[] = "Error reaching dbus service: ";
 
-// Unique, so that Qt opens a connection instead of handing out an earlier one.
+// Unique, because Qt returns the existing connection for a name that it knows.
 QString uniqueConnectionName()
 {
     static std::atomic<unsigned> counter(0);
     return QLatin1String("mvdp-hwsd-") + QString::number(counter++);
 }
 
-// A bus that has no address may be one that is launched on demand. That is tried until it fails once, not
-// with every datagram: each try may start programs. The two buses are launched in different ways.
+// A bus without an address may be launched on demand. After the first failure that is not tried again,
+// because each attempt may start programs, and one would be made with every datagram. The two buses are
+// launched in different ways, so each has a flag.
 std::atomic<bool> systemLaunchFailed(false);
 std::atomic<bool> sessionLaunchFailed(false);
 
-// Asks the bus itself something, of which the answer does not matter. False when none came.
+// One call of the bus itself. Its result does not matter; false when no answer came.
 bool exchangeWithBus(const QDBusConnection &connection)
 {
     const QString bus = QLatin1String("org.freedesktop.DBus");
@@ -136,7 +137,7 @@ QDBusMessage BusConnection::pingService() const
 {
     const QString service = QLatin1String(ServiceName);
     const QString path = QLatin1String(RootPath);
-    // Nobody implements this method: a call of any name makes the bus start the service.
+    // No service has this method. A call of any name makes the bus start the service.
     m_connection.call(QDBusMessage::createMethodCall(service, path, QString(), QLatin1String("q_autostart")),
                       QDBus::Block, ProbeTimeoutMs);
     return m_connection.call(QDBusMessage::createMethodCall(service, path,
@@ -182,7 +183,7 @@ std::unique_ptr<HwsdLink> HwsdLink::open()
 std::unique_ptr<HwsdLink> HwsdLink::openOnSessionBus(std::unique_ptr<BusConnection> heldBus)
 {
     std::unique_ptr<BusConnection> session(new BusConnection(QDBusConnection::SessionBus));
-    // Without a session bus the held one is kept: the service may still come up there.
+    // Without a session bus the held one is kept: the service may still appear there.
     if (!session->isConnected())
         return std::unique_ptr<HwsdLink>(new HwsdLink(std::move(heldBus)));
 

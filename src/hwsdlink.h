@@ -13,9 +13,9 @@ class ComZeltHWSDNetworkManagerInterface;
 class ComZeltHWSDPartitionInfoInterface;
 class ComZeltHWSDSystemInfoInterface;
 
-// One connection of our own to a message bus, closed when this object goes. Qt's shared systemBus() and
-// sessionBus() are not used because they remember a first failure for the life of the process: a bus that
-// comes up later would never be found.
+// A connection to a message bus, closed by the destructor. Qt's shared systemBus() and sessionBus() are not
+// used because they remember a first failure for the life of the process: a bus that starts later would never
+// be found.
 class BusConnection
 {
 public:
@@ -25,8 +25,8 @@ public:
     bool isConnected() const { return m_connection.isConnected(); }
     const QDBusConnection &connection() const { return m_connection; }
 
-    // Has the bus start the platform service if it knows how, then asks the service for a sign of life.
-    // Blocks for up to twice 5 s. A reply of type ReplyMessage means that the service is there.
+    // Has the bus start the platform service if it can, then pings the service. Blocks for up to twice 5 s. A
+    // reply of type ReplyMessage means that the service is there.
     QDBusMessage pingService() const;
 
 private:
@@ -37,32 +37,31 @@ private:
     QDBusConnection m_connection;
 };
 
-// The way to the platform service: a bus and the five proxies made on it. Built once, then only read, by
-// any thread; what one thread may still add, rootMadeIfMissing(), it keeps to itself.
+// The connection to the platform service: a bus and five proxies. Built once, then only read, by any thread.
+// The one exception is rootMadeIfMissing(), whose result belongs to the one thread that calls it.
 struct HwsdLink {
     explicit HwsdLink(std::unique_ptr<BusConnection> connectedBus);
     ~HwsdLink();
 
-    // Finds the bus on which the service answers and makes the proxies there. Null, with warnings, when no
-    // bus can be had or the service answers on neither. Blocks for up to 40 s when a service hangs, and for
-    // up to 10 s more for each bus that hangs.
+    // Finds the bus on which the service answers and makes the proxies there. Null, with warnings, when there
+    // is no bus or the service answers on neither. Blocks for up to 40 s when a service hangs, and for up to
+    // 10 s more for each bus that hangs.
     static std::unique_ptr<HwsdLink> open();
 
-    // Qt sends each proxy an event when the service comes or goes. The thread that made the proxies may have
-    // no event loop to take these events, which would then pile up; the GUI thread has one. To be called on
-    // the thread that made the link, once it is known that the link stays; calls can be made from any thread,
-    // before and after.
+    // Moves the proxies to the GUI thread. Qt sends each proxy an event when the service appears or
+    // disappears. The thread that made the proxies may have no event loop, and the events would then use ever
+    // more memory. To be called on the thread that made the link, when it is certain that the link stays. Any
+    // thread can call the proxies' methods before and after.
     void leaveEventsToGuiThread();
 
-    // The root proxy, or, when the service had not come up in time, one that is made now, with the warnings
-    // of up to three attempts, and kept. Null while the service is not up. For one thread alone, the one that
-    // restarts the device: another may be reading this link meanwhile, and must not look at what is made
-    // here.
+    // The root proxy. When the service was not up as the link was made, it is made now and kept, with the
+    // warnings of up to three attempts; null while the service is still not up. For the server thread alone,
+    // because the proxy that is made here is not published to other threads.
     ComZeltHWSDInterface *rootMadeIfMissing();
 
     const std::unique_ptr<BusConnection> bus;
-    // Null when the service did not come up in time; the other four exist always, though perhaps invalid:
-    // calls on them end in D-Bus errors until the service is up.
+    // Null when the service was not up in time. The other four always exist, but may be invalid: calls on
+    // them end in D-Bus errors until the service is up.
     std::unique_ptr<ComZeltHWSDInterface> root;
     std::unique_ptr<ComZeltHWSDSystemInfoInterface> systemInfo;
     std::unique_ptr<ComZeltHWSDPartitionInfoInterface> mainOsInfo;

@@ -85,8 +85,9 @@ int appendEscaped(const QByteArray &value, int backslash, QString &text)
     return behindIniEscape(value, backslash);
 }
 
-// What QSettings makes of a value that begins with "@": the way in which it writes what is no text, or a text
-// that could be taken for such. "@String(" is written by Qt 5.15 and later for a text with a zero byte.
+// How QSettings reads a value that begins with "@". It writes values that are no text in this form, and texts
+// that could be taken for such a value. "@String(" is written by Qt 5.15 and later for a text with a zero
+// byte.
 QString withoutTypeMark(const QString &text)
 {
     if (!text.startsWith(QLatin1Char('@')))
@@ -118,7 +119,7 @@ QString iniValueText(const QByteArray &value, IniEncoding encoding)
     text.reserve(sizeOf(value));
     bool anyQuotes = false;
     bool quoted = false;
-    int meant = 0; // the length of the text with the last character that was escaped
+    int meant = 0; // the length up to the last escaped character: a blank before that is kept
     int position = skipBlanks(value, 0);
     while (position < sizeOf(value)) {
         const char character = value.at(position);

@@ -17,8 +17,8 @@ QString iniValueText(const QByteArray &value, IniEncoding encoding);
 // A blank or a tab.
 bool isIniBlank(char character);
 
-// The position behind a backslash and the character that it takes along. A carriage return and a newline, in
-// either order, are one line end and one such character.
+// The position behind a backslash and the character after it. A carriage return and a newline, in either
+// order, count as one character.
 int behindIniEscape(const QByteArray &text, int backslash);
 
 #endif // INIVALUE_H

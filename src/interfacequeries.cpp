@@ -13,7 +13,7 @@
 namespace
 {
 
-// Any port does: connecting a datagram socket sends nothing.
+// Any port serves: connecting a datagram socket sends nothing.
 const quint16 ProbePort = 1234;
 
 struct Route {
@@ -68,7 +68,7 @@ bool isUpWithIpv4(const ifaddrs &entry)
 
 bool subnetHolds(const ifaddrs &entry, quint32 peer)
 {
-    // The kernel gives every IPv4 address a mask; one without would be a subnet of one.
+    // The kernel gives every IPv4 address a mask. An address without one counts as a subnet of its own.
     const quint32 mask = entry.ifa_netmask ? hostOrderAddress(entry.ifa_netmask) : 0xFFFFFFFFu;
     const quint32 network = hostOrderAddress(entry.ifa_addr) & mask;
     const quint32 broadcast = ~mask | network;

@@ -46,7 +46,7 @@ QString writeJsonObject(const json::Object &object)
 QDebug operator<<(QDebug debug, const JsonMessage &message)
 {
 #if QT_VERSION >= 0x050000
-    // Not as a QString, which would be quoted, and which Qt 4 has no way to print otherwise.
+    // Not as a QString: it would be printed in quotes, and Qt 4 cannot print it without.
     return debug << QString::fromLatin1(message.m_text).toUtf8().constData();
 #else
     return debug << message.m_text;

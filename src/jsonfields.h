@@ -8,8 +8,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QtGlobal>
 
-// What the records share in reading and writing JSON. Text crosses as Latin-1; a character outside it becomes
-// a question mark.
+// Functions that all records use to read and write JSON. Text is converted to and from Latin-1; a character
+// outside it becomes a question mark.
 
 std::string toJsonText(const QString &text);
 QString fromJsonText(const std::string &text);
@@ -45,8 +45,8 @@ struct JsonReadWarnings {
 // Reads one object from text; false, with the fitting warning, when the text is empty or cannot be read.
 bool readJsonObject(const QString &text, const JsonReadWarnings &warnings, json::Object &object);
 
-// Every record's fromJsonString: false when readJsonObject is. Whether the record then took the object shows
-// in its own warnings only. What its fromJson throws passes through.
+// The fromJsonString of every record: false when readJsonObject returns false. Whether fromJson then accepted
+// the object is shown by its warnings only. Exceptions of fromJson pass through.
 template <class Record>
 bool readRecord(const QString &text, const JsonReadWarnings &warnings, Record &record)
 {
@@ -57,8 +57,8 @@ bool readRecord(const QString &text, const JsonReadWarnings &warnings, Record &r
     return true;
 }
 
-// Each stores the member called key in field when the object has it, and leaves field alone when not. A
-// member of another JSON type ends in json::Exception ("Bad cast"), which is the caller's to let pass.
+// Each stores the member called key in field; field stays as it was when the object lacks the member. A
+// member of another JSON type throws json::Exception ("Bad cast"), which callers let pass.
 void readText(const json::Object &object, const char *key, QString &field);
 void readFlag(const json::Object &object, const char *key, bool &field);
 // Truncates toward zero and saturates at the 32-bit limits; NaN is 0.

@@ -18,7 +18,7 @@ namespace
 
 const char Version[] = "1.0.0.11";
 
-// The banner stops nothing: the service starts all the same.
+// The service starts after it all the same.
 void printVersionIfAsked(const QStringList &arguments)
 {
     if (arguments.size() < 2 || arguments.at(1) != QLatin1String("--version"))
@@ -50,7 +50,7 @@ int main(int argc, char **argv)
     QApplication application(argc, argv);
     disableFontScaling();
     leaveWithoutDestructors();
-    // The notice is the only window, and it comes and goes.
+    // The notice is the only window, and hiding it must not end the program.
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setApplicationVersion(QLatin1String(Version));
     printVersionIfAsked(QCoreApplication::arguments());
@@ -61,8 +61,8 @@ int main(int argc, char **argv)
     server.start(QThread::InheritPriority);
 
     const int result = application.exec();
-    // The server thread cannot be stopped, and the destructors that a return would run do not stand a running
-    // one: Qt would abort.
+    // The server thread cannot be stopped. A return would run destructors, and Qt aborts when a running
+    // thread is destroyed.
     std::fflush(nullptr);
     ::_exit(result);
 }

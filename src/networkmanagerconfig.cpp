@@ -74,7 +74,7 @@ bool NetworkManagerConfig::readDns(const json::Object &object)
     return member == object.End() || dns.fromJson(member->element);
 }
 
-// Into a new section, which takes the place of the one that is there once it is complete.
+// Reads into a new section, which replaces the present one when it is complete.
 bool NetworkManagerConfig::readBridge(const json::Object &object)
 {
     const json::Object::const_iterator member = object.Find(BridgeKey);
@@ -92,7 +92,7 @@ bool NetworkManagerConfig::readInterfaces(const json::Object &object)
     const json::Object::const_iterator member = object.Find(InterfacesKey);
     if (member == object.End())
         return true;
-    // A copy: an element that is no object is converted to an empty one in place.
+    // A copy, because the cast below replaces an element that is no object by an empty one.
     json::Array array = member->element;
     for (json::Array::iterator element = array.Begin(); element != array.End(); ++element) {
         if (!addInterface(static_cast<json::Object &>(*element)))

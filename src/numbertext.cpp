@@ -7,7 +7,7 @@
 namespace
 {
 
-// 16, which is no digit in any base, for what is none.
+// 16, which is too large for a digit of either base, for a character that is no digit.
 int digitFromCharacter(QChar character)
 {
     const ushort code = character.unicode();
@@ -31,7 +31,7 @@ bool parseNumber(const QString &text, int base, int &number)
     const bool negative = begin < end && text.at(begin) == QLatin1Char('-');
     if (negative || (begin < end && text.at(begin) == QLatin1Char('+')))
         ++begin;
-    // A "0x" with nothing behind it stays and is refused for its x.
+    // "0x" alone is not skipped; the x then makes it no number.
     if (base == 16 && end - begin > 2 && text.at(begin) == QLatin1Char('0') &&
         text.at(begin + 1).toLower() == QLatin1Char('x'))
         begin += 2;

@@ -4,10 +4,10 @@
 #include <QtCore/QChar>
 #include <QtCore/QString>
 
-// The number that a text holds in base 10 or 16, with a sign or not, in base 16 also behind "0x". White space
-// around it is passed over. 0, with isNumber false, for all else: another character, a zero byte, no digit at
-// all, or a number outside int. QString::toInt is not used because Qt 6 reads white space above U+007F and
-// the zero byte otherwise than its predecessors, and the numbers go out on the wire.
+// The number in a text, in base 10 or 16, with or without a sign; in base 16 "0x" may stand before it. White
+// space around it is skipped. 0, with isNumber false, for any other text: with another character or a zero
+// byte, without a digit, or with a number outside int. QString::toInt is not used because Qt 6 differs from
+// Qt 4 and 5 in white space above U+007F and in zero bytes, and these numbers are sent in replies.
 int numberFromText(const QString &text, int base = 10, bool *isNumber = nullptr);
 
 // U+00A0 is white space, and so is U+0085, which Qt 4 does not count.

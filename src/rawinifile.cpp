@@ -11,11 +11,11 @@
 namespace
 {
 
-// The factory file has a few hundred bytes; what is larger by far is no such file.
+// The factory file has a few hundred bytes. A much larger file is not read in full.
 const qint64 LargestFile = 1 << 20;
 
-// Characters in all keys together. Each key has its section's name in it, so that a long one before many keys
-// would come to a multiple of the file.
+// A limit for the characters in all keys together. Each key contains its section's name, so a long section
+// name with many keys would need many times the size of the file.
 const int MostKeyCharacters = 4 << 20;
 
 const char Utf8Mark[] = "\xEF\xBB\xBF";
@@ -44,9 +44,8 @@ int skipComment(const QByteArray &file, int position)
     return position;
 }
 
-// Finds the next line that has something in it, behind position, which is moved to its end. Quotes and
-// backslashes count wherever they stand, in keys and sections as well: a line goes on over a line end between
-// quotes or behind a backslash.
+// Finds the next line behind position that is not empty, and moves position to its end. A line continues over
+// a line end between quotes or behind a backslash. This holds for keys and sections as well as for values.
 bool nextLine(const QByteArray &file, int &position, Line &line)
 {
     while (position < sizeOf(file)) {
@@ -75,8 +74,8 @@ bool nextLine(const QByteArray &file, int &position, Line &line)
     return line.end > line.begin;
 }
 
-// The character behind a percent sign, as "E9" or "U20AC"; moves position behind it. False where no such
-// number stands there; then the percent sign is one.
+// The character that a number behind a percent sign stands for, as "E9" or "U20AC"; moves position behind it.
+// False where no such number follows; the percent sign then stands for itself.
 bool escapedNameCharacter(const QByteArray &name, int &position, QChar &character)
 {
     const bool four = position < sizeOf(name) && name.at(position) == 'U';
@@ -113,8 +112,9 @@ QString nameFromFile(const QByteArray &name)
     return text;
 }
 
-// The prefix of the keys in a section; the section "General" is no group of its own, a group of that name is
-// written "%General".
+// The prefix of the keys in a section. Keys in the section "General" have none; a group of that name is
+// written
+// "%General".
 QString prefixOfSection(const QByteArray &line)
 {
     const int bracket = static_cast<int>(line.indexOf(']'));
@@ -155,8 +155,8 @@ bool readRawIni(QIODevice &device, QSettings::SettingsMap &entries)
     const QByteArray file = device.read(LargestFile);
     const bool marked = file.startsWith(Utf8Mark);
     int position = marked ? 3 : 0;
-    // "b" in the section "a", "a\b" without a section and "B" in the section "A" are one key. As with Qt's
-    // reader the section that names the most of it holds, and within that the last entry.
+    // "b" in the section "a", "a\b" without a section and "B" in the section "A" are the same key. As with
+    // Qt's reader, the entry in the longest section counts, and of several in the same section the last.
     QHash<QString, int> heldPrefixSizes;
     int charactersLeft = MostKeyCharacters;
     QString prefix;

@@ -2,7 +2,7 @@
 #define SERVERLOOP_H
 
 // Serves the protocol for ever, one datagram at a time: the body of the server thread. Owns the program's one
-// UDP socket. Failures to set it up are warned of once; the loop then waits for datagrams that never come.
+// UDP socket. Failures to set it up are warned of once; the loop then runs without receiving datagrams.
 [[noreturn]] void runServerLoop();
 
 #endif // SERVERLOOP_H

@@ -16,7 +16,7 @@
 namespace
 {
 
-// Across a few routers at the most.
+// Enough for a plant's network; datagrams do not travel far beyond it.
 const unsigned char MulticastTtl = 16;
 
 void warnOfFailure(const char *what)
@@ -52,9 +52,9 @@ int openSocket()
         warnOfFailure("open a UDP socket:");
         return descriptor;
     }
-    // One byte on purpose, here and at SO_BROADCAST: the kernel refuses socket options shorter than an int,
-    // so that a second server cannot share the port, and broadcast sends fail and replies to other subnets
-    // leave by the multicast group, which routers can pass on.
+    // One byte on purpose, here and for SO_BROADCAST: the kernel refuses values of these options that are
+    // shorter than an int. Therefore no second server can share the port. Broadcasts fail, so that replies to
+    // other subnets leave by the multicast group, which routers can forward.
     const unsigned char on = 1;
     ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     bindToPort(descriptor);
@@ -82,7 +82,7 @@ bool ServerSocket::receive(MvdpDatagram &datagram, sockaddr_in &sender) const
     socklen_t length = sizeof sender;
     const ssize_t received = ::recvfrom(m_descriptor, datagram.data(), MvdpDatagram::Size, 0,
                                         reinterpret_cast<sockaddr *>(&sender), &length);
-    // An error that stays, as of a socket that could not be opened, must not keep a core busy.
+    // A permanent error, as of a socket that could not be opened, must not keep a core busy.
     if (received < 0 && errno != EINTR)
         ::usleep(10000);
     return received >= 1;

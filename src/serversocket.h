@@ -10,8 +10,8 @@ class MvdpDatagram;
 class ServerSocket
 {
 public:
-    // Never fails; what cannot be set up is warned of, and a socket without port or group hears that much
-    // less.
+    // Never fails. What cannot be set up is warned of. A socket without its port receives no requests, one
+    // outside the group none that are sent to the group.
     ServerSocket();
     ~ServerSocket();
 

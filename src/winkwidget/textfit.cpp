@@ -22,13 +22,13 @@ void setStretch(QLabel &label, int stretch)
     label.setFont(font);
 }
 
-// Narrows the letters until the text needs no more than the width, or would no longer be legible.
+// Narrows the letters until the text fits into the width or would no longer be legible.
 void narrow(QLabel &label, int width)
 {
     const int whole = textWidth(label);
     if (whole <= width)
         return;
-    // Letters have whole widths in pixels, so that the first guess may be a little too wide.
+    // The width of a letter is a whole number of pixels, so the first result may be a little too wide.
     int stretch = qMax(NarrowestStretch, 100 * width / whole);
     setStretch(label, stretch);
     while (textWidth(label) > width && stretch > NarrowestStretch)
@@ -49,7 +49,7 @@ void fitTexts(const NoticeTexts &texts, int width)
     narrow(texts.title, width);
     QLabel *const captions[] = {&texts.deviceCaption, &texts.addressCaption};
     for (QLabel *caption : captions) {
-        // Where room is short a layout takes a caption for no wider than the minimum that the form gives it.
+        // Where room is short, a layout gives a caption no more than the minimum width of the form.
         if (caption->minimumWidth() > 0)
             narrow(*caption, caption->minimumWidth());
     }

@@ -21,9 +21,9 @@ struct NoticeTexts {
     QLayout &rows; // of the captions and their values
 };
 
-// Fits the title and the rows into a width: letters are drawn narrower where a text needs it, as far as they
-// stay legible. A value that is too wide even so is cut at its end; it never covers its caption. The labels
-// keep their whole texts.
+// Fits the title and the rows into a width. Letters are drawn narrower where a text needs it, as far as they
+// stay legible. A value that is still too wide is cut at its end and does not cover its caption. The labels
+// keep their full texts.
 void fitTexts(const NoticeTexts &texts, int width);
 
 #endif // TEXTFIT_H

@@ -18,7 +18,7 @@ void setPreciseInterval(QTimer &timer, int intervalMs)
 void showPanelIdentity(QLabel &ipAddress, QLabel &deviceName)
 {
     HWSDPlatform *platform = HWSDPlatform::instance();
-    // The factory may have named the model with what looks like markup.
+    // The name of the model comes from the factory and may look like markup.
     deviceName.setTextFormat(Qt::PlainText);
     ipAddress.setText(platform->ipAddressString());
     deviceName.setText(platform->systemInfoText());

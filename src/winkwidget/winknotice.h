@@ -17,16 +17,16 @@ const int BlinkIntervalMs = 1000;
 void setPreciseInterval(QTimer &timer, int intervalMs);
 
 // Puts the panel's IP address and model description into the labels. Blocks while the platform service is
-// asked for a description that nobody needed yet.
+// asked for the description, if it is not known yet.
 void showPanelIdentity(QLabel &ipAddress, QLabel &deviceName);
 
 // Moves a window to the middle of the X screen, by the window's size at this moment; leaves it where it is
 // when the display cannot be opened.
 void centreOnXScreen(QWidget &window);
 
-// Shows a window above all others, also one that was covered while it was shown. Under a window manager it
-// gets the focus with that, as new windows do: a program that fills the screen stays in front for as long as
-// it has the focus. Without one the focus stays where it is, since nobody would give it back.
+// Shows a window above all others, also when it is shown already and covered. Under a window manager the
+// window also gets the focus, because a program that fills the screen stays in front while it has the focus.
+// Without a window manager the focus stays where it is, since nothing would return it.
 void showOnTop(QWidget &window);
 
 // Shows the label if it is hidden, else hides it.

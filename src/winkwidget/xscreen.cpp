@@ -21,7 +21,7 @@ bool windowManagerRuns()
     Display *display = XOpenDisplay(nullptr);
     if (!display)
         return false;
-    // Where the window manager has put the name of a window of its own, as window managers agreed to.
+    // A window manager names a window of its own in this property, as window managers have agreed.
     const Atom name = XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", True);
     Atom type = None;
     if (name != None) {

@@ -1,7 +1,7 @@
 #ifndef XSCREEN_H
 #define XSCREEN_H
 
-// In pixels of the X server, whatever scaling the toolkit does.
+// In pixels of the X server, without the toolkit's scaling.
 struct XScreenSize {
     int width;
     int height;
