@@ -21,13 +21,12 @@ bool isOurOwn(const sockaddr_in &sender)
     return ntohs(sender.sin_port) == MvdpDatagram::Port && isOwnAddress(sender.sin_addr.s_addr);
 }
 
-// Points the platform facade at the local interface that reaches the sender, and reads its settings afresh.
+// Points the platform facade at the local interface that reaches the sender. Asks the kernel alone.
 void selectInterfaceFor(const sockaddr_in &sender)
 {
     char name[256] = {};
     findInterfaceForPeer(sender.sin_addr.s_addr, name);
     HWSDPlatform::instance()->setInterface(name);
-    HWSDPlatform::instance()->refreshNetworkState();
 }
 
 // A netmask of 0, of an interface without address, makes every sender local.
@@ -68,6 +67,8 @@ void runServerLoop()
         if (!socket.receive(datagram, sender) || isOurOwn(sender))
             continue;
         selectInterfaceFor(sender);
+        // Before the header is looked at, every datagram costs a call to the platform service.
+        HWSDPlatform::instance()->refreshNetworkState();
         if (datagram.isRequest() && handleCommand(datagram))
             sendReply(socket, datagram, sender);
     }
