@@ -3,11 +3,9 @@
 #include "hwsdplatform.h"
 #include "identityreply.h"
 #include "mvdpdatagram.h"
-#include "winkwidget/eventgrabber.h"
+#include "winkwidget/winkrequest.h"
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QDebug>
-#include <QtCore/QEvent>
 #include <QtCore/QFile>
 
 #include <unistd.h>
@@ -93,8 +91,7 @@ bool wink(MvdpDatagram &datagram)
     datagram.setPacketType(MvdpPacketType::Reply);
     if (!isForThisPanel(datagram))
         return false;
-    // The event loop owns the event from here on and hands it over on the GUI thread.
-    QCoreApplication::postEvent(EventGrabber::instance(), new QEvent(QEvent::User));
+    requestWink();
     buildIdentityReply(datagram);
     return true;
 }

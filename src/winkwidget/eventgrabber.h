@@ -10,8 +10,8 @@
 
 class QEvent;
 
-// Receives the wink requests that the server thread posts, as plain events of type QEvent::User, and shows
-// the notice until five seconds after the last one. Lives on the thread that made it, the GUI thread.
+// Receives the wink requests (winkrequest.h), which are plain events of type QEvent::User, and shows the
+// notice until five seconds after the last one. Lives on the thread that made it, the GUI thread.
 class EventGrabber : public QObject
 {
     Q_OBJECT
