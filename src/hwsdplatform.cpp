@@ -1,18 +1,16 @@
+// The one facade, and its connection to the platform service.
+
 #include "hwsdplatform.h"
 
 #include "hwsdlink.h"
 #include "hwsdtypes.h"
-#include "ipv4text.h"
 #include "publishonce.h"
 
-#include <cstring>
 #include <memory>
 #include <utility>
 
 namespace
 {
-
-const char DefaultInterface[] = "eth0";
 
 std::atomic<HWSDPlatform *> theInstance(nullptr);
 
@@ -34,10 +32,10 @@ HWSDPlatform::HWSDPlatform()
     , m_macAddress()
     , m_netmask(0)
     , m_gateway(0)
-    , m_interfaceName(QLatin1String(DefaultInterface))
     , m_dhcp(false)
 {
     registerHwsdTypes();
+    setInterface("");
 }
 
 HWSDPlatform::~HWSDPlatform()
@@ -60,44 +58,4 @@ HwsdLink *HWSDPlatform::link()
     if (!m_link.load())
         connectToPlatform();
     return m_link.load();
-}
-
-bool HWSDPlatform::setInterface(const char *name)
-{
-    m_interfaceName = QString::fromLatin1(name);
-    if (m_interfaceName.isEmpty())
-        m_interfaceName = QLatin1String(DefaultInterface);
-    return true;
-}
-
-bool HWSDPlatform::macAddress(unsigned char out[6]) const
-{
-    std::memcpy(out, m_macAddress, sizeof m_macAddress);
-    return true;
-}
-
-QString HWSDPlatform::ipAddressString() const
-{
-    return ipv4ToText(m_ipAddress);
-}
-
-bool HWSDPlatform::setIpAddress(quint32 address)
-{
-    m_ipAddress = address;
-    m_dhcp = false;
-    return true;
-}
-
-bool HWSDPlatform::setNetmask(quint32 netmask)
-{
-    m_netmask = netmask;
-    m_dhcp = false;
-    return true;
-}
-
-bool HWSDPlatform::setGateway(quint32 gateway)
-{
-    m_gateway = gateway;
-    m_dhcp = false;
-    return true;
 }

@@ -18,7 +18,7 @@ class Exception;
 } // namespace json
 
 // The process-wide facade over the platform service: network state of one interface, the actions on the
-// device, and the device's identity.
+// device, and the device's identity. Each group of operations has a source file of its own, named below.
 //
 // IPv4 values are numbers whose most significant byte is the first dotted octet.
 //
@@ -33,10 +33,14 @@ class HWSDPlatform : public QObject
 {
     Q_OBJECT
 public:
-    // The one facade, made on first use.
+    // --- The one facade and its connection: hwsdplatform.cpp
+
+    // Made on first use.
     static HWSDPlatform *instance();
     // Afterwards instance() makes a new one. The link to the service stays open: it belongs to the process.
     ~HWSDPlatform();
+
+    // --- Network: hwsdplatformnetwork.cpp
 
     // Chooses the interface that the network operations are about; "" stands for "eth0". Refreshes
     // nothing. Always true.
@@ -66,12 +70,16 @@ public:
     // empty (see above) is filled with the settings and sent like any other.
     bool applyConfiguration();
 
+    // --- Actions on the device: hwsdplatformactions.cpp
+
     // Puts the factory's network configuration into force; true when the service agreed. The cache stays.
     bool resetConfiguration();
 
     // Asks for a restart of the device without waiting for the answer; false when nobody can be asked. A
     // service that was not up yet when the link was made is looked for again.
     bool restartSystem();
+
+    // --- Identity: hwsdplatformidentity.cpp
 
     // The version of the operating system's partition; 0 while it is unknown, and then asked for again by the
     // next call. The four numbers of a text that ends in "WWXXXYYZ" stand in bytes 3 to 0; XXX above 255

@@ -36,15 +36,10 @@ private slots:
     void instanceIsOneUntilItIsDeleted();
     void instanceIsOneForThreadsThatRace();
     void newFacadeKnowsNothing();
-    void settersAreKept();
-    void addressTextIsDotted_data();
-    void addressTextIsDotted();
     void makingTheFacadeAsksNobody();
     void withoutABusEveryOperationFailsAndChangesNothing();
     void everyOperationTriesToConnectAgain();
     void busIsLookedForOnceOnly();
-    void restartMakesTheRootProxyThatIsMissing();
-    void restartFailsWhileTheServiceDoesNotComeUp();
 };
 
 void HwsdPlatformTest::instanceIsOneUntilItIsDeleted()
@@ -84,36 +79,6 @@ void HwsdPlatformTest::newFacadeKnowsNothing()
     QCOMPARE(platform.gateway(), 0u);
     QCOMPARE(platform.ipAddressString(), QStringLiteral("0.0.0.0"));
     QCOMPARE(macOf(platform), QByteArray("000000000000"));
-}
-
-void HwsdPlatformTest::settersAreKept()
-{
-    HWSDPlatform &platform = *HWSDPlatform::instance();
-    QVERIFY(platform.setIpAddress(0xC0A80001u));
-    QVERIFY(platform.setNetmask(0xFF00FF00u)); // holes are nobody's business here
-    QVERIFY(platform.setGateway(0xFFFFFFFFu));
-    QCOMPARE(platform.ipAddress(), 0xC0A80001u);
-    QCOMPARE(platform.netmask(), 0xFF00FF00u);
-    QCOMPARE(platform.gateway(), 0xFFFFFFFFu);
-    QVERIFY(platform.setInterface("eth1"));
-    QVERIFY(platform.setInterface(""));
-    QCOMPARE(platform.ipAddress(), 0xC0A80001u);
-}
-
-void HwsdPlatformTest::addressTextIsDotted_data()
-{
-    QTest::addColumn<quint32>("address");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("usual") << 0xC0A80001u << QStringLiteral("192.168.0.1");
-    QTest::newRow("all ones") << 0xFFFFFFFFu << QStringLiteral("255.255.255.255");
-    QTest::newRow("zero") << 0u << QStringLiteral("0.0.0.0");
-}
-
-void HwsdPlatformTest::addressTextIsDotted()
-{
-    QFETCH(quint32, address);
-    HWSDPlatform::instance()->setIpAddress(address);
-    QTEST(HWSDPlatform::instance()->ipAddressString(), "text");
 }
 
 void HwsdPlatformTest::makingTheFacadeAsksNobody()
@@ -192,49 +157,8 @@ void HwsdPlatformTest::busIsLookedForOnceOnly()
              QStringList(QStringLiteral("/NetworkManager com.zelt.HWSD.NetworkManager.resetConfiguration")));
 }
 
-// A system bus without the service, and no session bus to fall back to: the link is held and has no root
-// proxy.
-void HwsdPlatformTest::restartMakesTheRootProxyThatIsMissing()
-{
-    const QString waiting = QStringLiteral("Waiting for all HWSD services up and running...");
-    const QString restart = QStringLiteral("/ com.zelt.HWSD.restartSystem()");
-    QVERIFY(buses->startSystemBus());
-    HWSDPlatform &platform = *HWSDPlatform::instance();
-    MessageCatcher messages;
-    QVERIFY(platform.refreshNetworkState());
-    QVERIFY(!messages.take().contains(waiting));
-    QVERIFY(!platform.restartSystem());
-    QCOMPARE(messages.take(), (QStringList{waiting, waiting, waiting}));
-
-    QVERIFY(buses->startServiceOnSystemBus());
-    QVERIFY(platform.restartSystem());
-    QCOMPARE(buses->service().waitForCalls(1), QStringList(restart));
-    // The one that was made is kept, also for a service that comes back.
-    QVERIFY(buses->startServiceOnSystemBus());
-    BusMonitor monitor(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
-    QVERIFY(monitor.start());
-    QVERIFY(platform.restartSystem());
-    QCOMPARE(buses->service().waitForCalls(1), QStringList(restart));
-    QCOMPARE(monitor.stop(), QStringList(QStringLiteral("/ com.zelt.HWSD.restartSystem")));
-    QCOMPARE(messages.take(), QStringList());
-}
-
-// The service answers, but whenever its owner is asked for, the bus knows of none.
-void HwsdPlatformTest::restartFailsWhileTheServiceDoesNotComeUp()
-{
-    const QString waiting = QStringLiteral("Waiting for all HWSD services up and running...");
-    const FakeBus bus(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
-    QVERIFY(bus.isListening());
-    MessageCatcher messages;
-    QVERIFY(!HWSDPlatform::instance()->restartSystem());
-    QCOMPARE(messages.take().filter(waiting).size(), 6); // when the link was made, and now
-    QVERIFY(!HWSDPlatform::instance()->restartSystem());
-    QCOMPARE(messages.take(), (QStringList{waiting, waiting, waiting}));
-}
-
 int main(int argc, char **argv)
 {
-    FakeBus::runIfAskedFor(argc, argv);
     QCoreApplication application(argc, argv);
     TestBuses ownBuses;
     buses = &ownBuses;

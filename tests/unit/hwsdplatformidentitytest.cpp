@@ -496,4 +496,4 @@ int main(int argc, char **argv)
     return QTest::qExec(&test, argc, argv);
 }
 
-#include "hwsdidentitytest.moc"
+#include "hwsdplatformidentitytest.moc"

@@ -1,8 +1,7 @@
-// The facade's network operations and the actions on the device.
+// The facade's network operations: the state of one interface, and its settings.
 
 #include "hwsdplatform.h"
 
-#include "hwsdinterface.h"
 #include "hwsdlink.h"
 #include "ipv4text.h"
 #include "jsonfields.h"
@@ -14,13 +13,57 @@
 #include <QtCore/QStringList>
 #include <QtDBus/QDBusPendingReply>
 
+#include <cstring>
+
 namespace
 {
+
+const char DefaultInterface[] = "eth0";
 
 // Names of interfaces come and go; a panel has a few at a time.
 const int MostInterfacesTold = 16;
 
 } // namespace
+
+bool HWSDPlatform::setInterface(const char *name)
+{
+    m_interfaceName = QString::fromLatin1(name);
+    if (m_interfaceName.isEmpty())
+        m_interfaceName = QLatin1String(DefaultInterface);
+    return true;
+}
+
+bool HWSDPlatform::macAddress(unsigned char out[6]) const
+{
+    std::memcpy(out, m_macAddress, sizeof m_macAddress);
+    return true;
+}
+
+QString HWSDPlatform::ipAddressString() const
+{
+    return ipv4ToText(m_ipAddress);
+}
+
+bool HWSDPlatform::setIpAddress(quint32 address)
+{
+    m_ipAddress = address;
+    m_dhcp = false;
+    return true;
+}
+
+bool HWSDPlatform::setNetmask(quint32 netmask)
+{
+    m_netmask = netmask;
+    m_dhcp = false;
+    return true;
+}
+
+bool HWSDPlatform::setGateway(quint32 gateway)
+{
+    m_gateway = gateway;
+    m_dhcp = false;
+    return true;
+}
 
 bool HWSDPlatform::refreshNetworkState()
 {
@@ -58,26 +101,6 @@ bool HWSDPlatform::applyConfiguration()
     written.waitForFinished();
     if (!written.isError())
         service->networkManager->applyNewConfiguration();
-    return true;
-}
-
-bool HWSDPlatform::resetConfiguration()
-{
-    const HwsdLink *service = link();
-    if (!service)
-        return false;
-    QDBusPendingReply<int> reply = service->networkManager->resetConfiguration();
-    reply.waitForFinished();
-    return !reply.isError();
-}
-
-bool HWSDPlatform::restartSystem()
-{
-    HwsdLink *service = link();
-    ComZeltHWSDInterface *root = service ? service->rootMadeIfMissing() : nullptr;
-    if (!root)
-        return false;
-    root->restartSystem();
     return true;
 }
 

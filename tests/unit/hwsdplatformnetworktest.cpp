@@ -56,7 +56,6 @@ QString writeCall(const char *interface, const QString &record)
 
 const char ApplyCall[] = "/NetworkManager com.zelt.HWSD.NetworkManager.applyNewConfiguration()";
 const char ResetCall[] = "/NetworkManager com.zelt.HWSD.NetworkManager.resetConfiguration()";
-const char RestartCall[] = "/ com.zelt.HWSD.restartSystem()";
 
 const char MistypedEth0[] = "Mistyped value in the configuration of interface \"eth0\" Bad cast";
 
@@ -80,6 +79,10 @@ class HwsdNetworkStateTest : public QObject
 private slots:
     void init();
     void cleanup() { buses->stop(); }
+
+    void settersAreKept();
+    void addressTextIsDotted_data();
+    void addressTextIsDotted();
 
     void refreshTakesTheValuesInForce();
     void refreshAsksForTheChosenInterface();
@@ -111,11 +114,6 @@ private slots:
     void applyDoesNotLookAtTheLastAnswer_data();
     void applyDoesNotLookAtTheLastAnswer();
 
-    void resetTellsWhetherTheServiceAgreed_data();
-    void resetTellsWhetherTheServiceAgreed();
-    void restartIsAskedForAndNotAwaited_data();
-    void restartIsAskedForAndNotAwaited();
-
 private:
     static HWSDPlatform &platform() { return *HWSDPlatform::instance(); }
     static FakeService &service() { return buses->service(); }
@@ -140,6 +138,35 @@ void HwsdNetworkStateTest::refreshFromRecord()
     QVERIFY(platform().refreshNetworkState());
     QCOMPARE(stateOf(platform()), latin1(RecordState));
     service().takeCalls();
+}
+
+void HwsdNetworkStateTest::settersAreKept()
+{
+    QVERIFY(platform().setIpAddress(0xC0A80001u));
+    QVERIFY(platform().setNetmask(0xFF00FF00u)); // holes are nobody's business here
+    QVERIFY(platform().setGateway(0xFFFFFFFFu));
+    QCOMPARE(platform().ipAddress(), 0xC0A80001u);
+    QCOMPARE(platform().netmask(), 0xFF00FF00u);
+    QCOMPARE(platform().gateway(), 0xFFFFFFFFu);
+    QVERIFY(platform().setInterface("eth1"));
+    QVERIFY(platform().setInterface(""));
+    QCOMPARE(platform().ipAddress(), 0xC0A80001u);
+}
+
+void HwsdNetworkStateTest::addressTextIsDotted_data()
+{
+    QTest::addColumn<quint32>("address");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("usual") << 0xC0A80001u << latin1("192.168.0.1");
+    QTest::newRow("all ones") << 0xFFFFFFFFu << latin1("255.255.255.255");
+    QTest::newRow("zero") << 0u << latin1("0.0.0.0");
+}
+
+void HwsdNetworkStateTest::addressTextIsDotted()
+{
+    QFETCH(quint32, address);
+    platform().setIpAddress(address);
+    QTEST(platform().ipAddressString(), "text");
 }
 
 void HwsdNetworkStateTest::refreshTakesTheValuesInForce()
@@ -531,47 +558,6 @@ void HwsdNetworkStateTest::applyDoesNotLookAtTheLastAnswer()
     QCOMPARE(service().waitForCalls(3).value(2), latin1(ApplyCall));
 }
 
-void HwsdNetworkStateTest::resetTellsWhetherTheServiceAgreed_data()
-{
-    QTest::addColumn<bool>("refused");
-    QTest::addColumn<QVariantList>("answer");
-    QTest::addColumn<bool>("agreed");
-    QTest::newRow("zero") << false << QVariantList{0} << true;
-    QTest::newRow("any number") << false << QVariantList{-5} << true;
-    QTest::newRow("error") << true << QVariantList() << false;
-    QTest::newRow("a text") << false << QVariantList{latin1("done")} << false;
-}
-
-void HwsdNetworkStateTest::resetTellsWhetherTheServiceAgreed()
-{
-    QFETCH(bool, refused);
-    QFETCH(QVariantList, answer);
-    refreshFromRecord();
-    if (refused)
-        service().refuse(latin1("resetConfiguration"));
-    else
-        service().answer(latin1("resetConfiguration"), answer);
-    QTEST(platform().resetConfiguration(), "agreed");
-    QCOMPARE(service().takeCalls(), QStringList(latin1(ResetCall)));
-    QCOMPARE(stateOf(platform()), latin1(RecordState));
-}
-
-void HwsdNetworkStateTest::restartIsAskedForAndNotAwaited_data()
-{
-    QTest::addColumn<bool>("silent");
-    QTest::newRow("refused") << false;
-    QTest::newRow("no answer, as of a device that goes down") << true;
-}
-
-void HwsdNetworkStateTest::restartIsAskedForAndNotAwaited()
-{
-    QFETCH(bool, silent);
-    if (silent)
-        service().ignore(latin1("restartSystem"));
-    QVERIFY(platform().restartSystem());
-    QCOMPARE(service().waitForCalls(1), QStringList(latin1(RestartCall)));
-}
-
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
@@ -581,4 +567,4 @@ int main(int argc, char **argv)
     return QTest::qExec(&test, argc, argv);
 }
 
-#include "hwsdnetworkstatetest.moc"
+#include "hwsdplatformnetworktest.moc"

@@ -1,0 +1,139 @@
+#include "hwsdplatform.h"
+
+#include "support/fakebus.h"
+#include "support/messagecatcher.h"
+#include "support/panel.h"
+
+#include <QtTest>
+
+namespace
+{
+
+TestBuses *buses = nullptr;
+
+const char ResetCall[] = "/NetworkManager com.zelt.HWSD.NetworkManager.resetConfiguration()";
+const char RestartCall[] = "/ com.zelt.HWSD.restartSystem()";
+
+QString waiting()
+{
+    return QStringLiteral("Waiting for all HWSD services up and running...");
+}
+
+} // namespace
+
+class HwsdPlatformActionsTest : public QObject
+{
+    Q_OBJECT
+private slots:
+    void cleanup() { buses->stop(); }
+
+    void resetTellsWhetherTheServiceAgreed_data();
+    void resetTellsWhetherTheServiceAgreed();
+    void restartIsAskedForAndNotAwaited_data();
+    void restartIsAskedForAndNotAwaited();
+    void restartMakesTheRootProxyThatIsMissing();
+    void restartFailsWhileTheServiceDoesNotComeUp();
+
+private:
+    static HWSDPlatform &platform() { return *HWSDPlatform::instance(); }
+    static FakeService &service() { return buses->service(); }
+};
+
+void HwsdPlatformActionsTest::resetTellsWhetherTheServiceAgreed_data()
+{
+    QTest::addColumn<bool>("refused");
+    QTest::addColumn<QVariantList>("answer");
+    QTest::addColumn<bool>("agreed");
+    QTest::newRow("zero") << false << QVariantList{0} << true;
+    QTest::newRow("any number") << false << QVariantList{-5} << true;
+    QTest::newRow("error") << true << QVariantList() << false;
+    QTest::newRow("a text") << false << QVariantList{QStringLiteral("done")} << false;
+}
+
+void HwsdPlatformActionsTest::resetTellsWhetherTheServiceAgreed()
+{
+    QFETCH(bool, refused);
+    QFETCH(QVariantList, answer);
+    QVERIFY(buses->startPanel());
+    answerAsPanel(service());
+    QVERIFY(platform().refreshNetworkState());
+    service().takeCalls();
+    if (refused)
+        service().refuse(QStringLiteral("resetConfiguration"));
+    else
+        service().answer(QStringLiteral("resetConfiguration"), answer);
+    QTEST(platform().resetConfiguration(), "agreed");
+    QCOMPARE(service().takeCalls(), QStringList(QLatin1String(ResetCall)));
+    // The cache stays as it was.
+    QCOMPARE(platform().ipAddress(), 0xC0A80001u);
+    QCOMPARE(platform().netmask(), 0xFFFFFF00u);
+    QCOMPARE(platform().gateway(), 0xC0A800FEu);
+    unsigned char mac[6] = {};
+    platform().macAddress(mac);
+    QCOMPARE(QByteArray(reinterpret_cast<const char *>(mac), 6).toHex(), QByteArray("001a2b3c4d5e"));
+}
+
+void HwsdPlatformActionsTest::restartIsAskedForAndNotAwaited_data()
+{
+    QTest::addColumn<bool>("silent");
+    QTest::newRow("refused") << false;
+    QTest::newRow("no answer, as of a device that goes down") << true;
+}
+
+void HwsdPlatformActionsTest::restartIsAskedForAndNotAwaited()
+{
+    QFETCH(bool, silent);
+    QVERIFY(buses->startPanel());
+    if (silent)
+        service().ignore(QStringLiteral("restartSystem"));
+    QVERIFY(platform().restartSystem());
+    QCOMPARE(service().waitForCalls(1), QStringList(QLatin1String(RestartCall)));
+}
+
+// A system bus without the service, and no session bus to fall back to: the link is held and has no root
+// proxy.
+void HwsdPlatformActionsTest::restartMakesTheRootProxyThatIsMissing()
+{
+    QVERIFY(buses->startSystemBus());
+    MessageCatcher messages;
+    QVERIFY(platform().refreshNetworkState());
+    QVERIFY(!messages.take().contains(waiting()));
+    QVERIFY(!platform().restartSystem());
+    QCOMPARE(messages.take(), (QStringList{waiting(), waiting(), waiting()}));
+
+    QVERIFY(buses->startServiceOnSystemBus());
+    QVERIFY(platform().restartSystem());
+    QCOMPARE(service().waitForCalls(1), QStringList(QLatin1String(RestartCall)));
+    // The one that was made is kept, also for a service that comes back.
+    QVERIFY(buses->startServiceOnSystemBus());
+    BusMonitor monitor(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
+    QVERIFY(monitor.start());
+    QVERIFY(platform().restartSystem());
+    QCOMPARE(service().waitForCalls(1), QStringList(QLatin1String(RestartCall)));
+    QCOMPARE(monitor.stop(), QStringList(QStringLiteral("/ com.zelt.HWSD.restartSystem")));
+    QCOMPARE(messages.take(), QStringList());
+}
+
+// The service answers, but whenever its owner is asked for, the bus knows of none.
+void HwsdPlatformActionsTest::restartFailsWhileTheServiceDoesNotComeUp()
+{
+    const FakeBus bus(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
+    QVERIFY(bus.isListening());
+    MessageCatcher messages;
+    QVERIFY(!platform().restartSystem());
+    QCOMPARE(messages.take().filter(waiting()).size(), 6); // when the link was made, and now
+    QVERIFY(!platform().restartSystem());
+    QCOMPARE(messages.take(), (QStringList{waiting(), waiting(), waiting()}));
+}
+
+int main(int argc, char **argv)
+{
+    FakeBus::runIfAskedFor(argc, argv);
+    QCoreApplication application(argc, argv);
+    TestBuses ownBuses;
+    buses = &ownBuses;
+    HwsdPlatformActionsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "hwsdplatformactionstest.moc"
