@@ -45,7 +45,16 @@ if(MVDP_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# tests/layers holds the libraries among them (the global property MVDP_LIBRARIES) to what they link.
+set_property(GLOBAL PROPERTY GLOBAL_DEPENDS_NO_CYCLES ON)
+define_property(TARGET PROPERTY MVDP_PUBLIC_HEADERS
+    BRIEF_DOCS "The headers that other libraries may include; all, if it is not set")
+
 function(mvdp_own_code target)
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "STATIC_LIBRARY")
+        set_property(GLOBAL APPEND PROPERTY MVDP_LIBRARIES ${target})
+    endif()
     if(gcc_options)
         target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
     elseif(MSVC)

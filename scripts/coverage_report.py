@@ -19,8 +19,11 @@ def output_of(*command):
 
 
 def test_programs(build):
+    """What the tests run and the build made, which leaves out Python."""
+    folder = pathlib.Path(build).resolve()
     tests = json.loads(output_of("ctest", "--test-dir", build, "--show-only=json-v1"))["tests"]
-    return sorted({test["command"][0] for test in tests})
+    programs = {test["command"][0] for test in tests}
+    return sorted(program for program in programs if folder in pathlib.Path(program).parents)
 
 
 def summaries(build, profiles):
