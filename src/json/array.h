@@ -13,14 +13,12 @@
 namespace json
 {
 
-/**
- * A sequence of elements.
- *
- * Inserting and erasing move the elements between the place and the nearer end, one by one: none at either
- * end, where the length of the Array makes no difference. References to the others stay valid; those to the
- * moved ones are not, and halfway either half may be the one that moves. Resize and access beyond the end act
- * at the end. Iterators survive only what does not change the size.
- */
+// A sequence of elements.
+//
+// Inserting and erasing move the elements between the place and the nearer end, one by one: none at either
+// end. In the middle either half may move. References to moved elements become invalid, those to the others
+// stay valid. Resize and access beyond the end act at the end. Whatever changes the size invalidates all
+// iterators.
 class Array
 {
 public:
@@ -30,12 +28,12 @@ public:
 
     Array() {}
     Array(const Array &other);
-    /** Leaves the other one empty. */
+    // Leaves the other one empty.
     Array(Array &&other) noexcept
         : m_elements(std::move(other.m_elements))
     {
     }
-    /** Both assignments are safe for an Array that is part of this one's own tree. */
+    // Both assignments are safe for an Array that is part of this one's own tree.
     Array &operator=(const Array &other);
     Array &operator=(Array &&other) noexcept;
 
@@ -48,25 +46,23 @@ public:
     const_iterator begin() const { return Begin(); }
     const_iterator end() const { return End(); }
 
-    /** Appends a copy, otherwise as the next. */
+    // Appends a copy; returns its position.
     iterator Insert(const UnknownElement &element) { return Insert(element, End()); }
-    /**
-     * Inserts a copy before `where`, an iterator of this Array, and returns its position. The element may be
-     * part of this Array. When memory runs out the Array is as it was, with the references into it.
-     */
+    // Inserts a copy before `where`, an iterator of this Array, and returns its position. The element may be
+    // part of this Array. When memory runs out the Array is as it was, with the references into it.
     iterator Insert(const UnknownElement &element, iterator where);
-    /** Removes the element at `where`, which must not be End(); returns the following position. */
+    // Removes the element at `where`, which must not be End(); returns the following position.
     iterator Erase(iterator where);
 
-    /** Removes elements at the end or appends Null. An impossible size is what std::deque throws. */
+    // Removes elements at the end or appends Null. For an impossible size it throws what std::deque throws.
     void Resize(std::size_t size);
     void Clear() { m_elements.reset(); }
     std::size_t Size() const { return m_elements ? m_elements->size() : 0; }
     bool Empty() const { return Size() == 0; }
 
-    /** Grows with Null as far as this index; the largest index is json::Exception "Array out of bounds". */
+    // Grows with Null up to this index. Throws json::Exception "Array out of bounds" for the largest index.
     UnknownElement &operator[](std::size_t index);
-    /** json::Exception "Array out of bounds" for an index at or past the end. */
+    // Throws json::Exception "Array out of bounds" for an index at or past the end.
     const UnknownElement &operator[](std::size_t index) const;
 
     bool operator==(const Array &other) const;

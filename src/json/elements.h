@@ -22,27 +22,25 @@
 #include <string>
 #include <vector>
 
-/**
- * A JSON document as a tree of values.
- *
- * Object, Array, String, Number, Boolean and Null are the values, UnknownElement holds one of them.
- * All of them are plain values: copies are deep and share nothing, so distinct trees may be used by
- * distinct threads. Text is bytes; nothing here knows or checks an encoding. Trees may be deeper than
- * any stack: copying, comparing, writing and destroying them does not recurse.
- *
- * Errors of the library are json::Exception; memory that runs out is std::bad_alloc as everywhere.
- */
+// A JSON document as a tree of values.
+//
+// Object, Array, String, Number, Boolean and Null are the values, UnknownElement holds one of them.
+// All of them are plain values: copies are deep and share nothing, so distinct trees may be used by
+// distinct threads. Text is bytes; nothing here knows or checks an encoding. Trees may be deeper than
+// any stack: copying, comparing, writing and destroying them does not recurse.
+//
+// The library throws json::Exception, and std::bad_alloc when memory runs out.
 namespace json
 {
 
-/** The revision of the interface that these headers offer. */
+// The revision of the interface that these headers offer.
 struct Version {
     enum { MAJOR = 2, MINOR = 0, ENGINEERING = 2 };
 };
 
 } // namespace json
 
-// Who has the elements can read them.
+// Users of this header may rely on the Reader as well. It needs what stands above.
 #include "reader.h"
 
 #endif // JSON_ELEMENTS_H

@@ -9,7 +9,7 @@
 namespace json
 {
 
-/** Base of everything the library throws itself. */
+// Base of everything the library throws itself.
 class Exception : public std::runtime_error
 {
 public:

@@ -22,10 +22,8 @@ inline bool isDigit(char byte)
     return byte >= '0' && byte <= '9';
 }
 
-/**
- * The longest start of a token that can become a number: a minus, digits with at most one point, and
- * after a digit an exponent with one sign.
- */
+// The longest start of a token that can become a number: a minus, digits with at most one point, and
+// after a digit an exponent with one sign.
 struct NumberSyntax {
     NumberSyntax(const char *token, std::size_t size)
         : length(0)
@@ -45,7 +43,7 @@ struct NumberSyntax {
     }
 
     std::size_t length;
-    /** Whether this start is a number as it stands: not "-" or "1e". */
+    // Whether this start is a number as it stands: not "-" or "1e".
     bool complete;
 
 private:
@@ -60,11 +58,11 @@ private:
     }
 };
 
-/** Turns text into numbers, rounding correctly, in the classic locale whatever the program's is. */
+// Turns text into numbers, rounding correctly, in the classic locale whatever the program's is.
 class NumberReader
 {
 public:
-    /** The text must be a complete NumberSyntax. What is too large becomes the largest double. */
+    // The text must be a complete NumberSyntax. What is too large becomes the largest double.
     double read(const char *text, std::size_t size)
     {
         double value = 0;
@@ -108,14 +106,12 @@ private:
     std::unique_ptr<std::istringstream> m_stream; // made for the first that needs it: it is slow to make
 };
 
-/**
- * Turns numbers into text in the classic locale: twenty significant digits at most, which show the exact
- * binary value of what people write. Reads back as the same double.
- */
+// Turns numbers into text in the classic locale: twenty significant digits at most, which show the exact
+// binary value of what people write. Reads back as the same double.
 class NumberWriter
 {
 public:
-    /** Appends the number. NaN and the infinities have no JSON form and become null. */
+    // Appends the number. NaN and the infinities have no JSON form and become null.
     void append(double value, std::string &text)
     {
         // All integers up to here are doubles, and shorter than an exponent would make them.

@@ -18,14 +18,12 @@ namespace detail
 class Parser;
 } // namespace detail
 
-/**
- * Named elements in the order of their insertion.
- *
- * Names are byte strings of any content, unique as far as this class is asked: a name changed through an
- * iterator is not checked, and Find then gets the first of two. That is also why Find and Insert search
- * the members one by one; the Reader does not. References and iterators stay valid until their own
- * member is erased.
- */
+// Named elements in the order of their insertion.
+//
+// Names are byte strings of any content. Insert keeps them unique. A name changed through an iterator is not
+// checked; of two members of one name Find gets the first. For this reason Find and Insert search the members
+// one by one; the Reader does not. References and iterators stay valid until their own
+// member is erased.
 class Object
 {
 public:
@@ -49,9 +47,9 @@ public:
 
     Object() {}
     Object(const Object &other) = default;
-    /** Leaves the other one empty. */
+    // Leaves the other one empty.
     Object(Object &&other) noexcept { m_members.swap(other.m_members); }
-    /** Both assignments are safe for an Object that is part of this one's own tree. */
+    // Both assignments are safe for an Object that is part of this one's own tree.
     Object &operator=(const Object &other);
     Object &operator=(Object &&other) noexcept;
 
@@ -68,26 +66,24 @@ public:
     bool Empty() const { return m_members.empty(); }
     void Clear() { m_members.clear(); }
 
-    /** The first member of this name, or End(). */
+    // The first member of this name, or End().
     iterator Find(const std::string &name);
     const_iterator Find(const std::string &name) const;
 
-    /**
-     * Inserts a copy at the end, or before `where`, an iterator of this Object; returns its position.
-     * A name that is present already is json::Exception "Object member already exists: NAME", and the
-     * Object is unchanged.
-     */
+    // Inserts a copy at the end, or before `where`, an iterator of this Object; returns its position.
+    // Throws json::Exception "Object member already exists: NAME", and leaves the Object as it was, when the
+    // name is present already.
     iterator Insert(const Member &member) { return Insert(member, End()); }
     iterator Insert(const Member &member, iterator where);
-    /** Removes the member at `where`, which must not be End(); returns the next. */
+    // Removes the member at `where`, which must not be End(); returns the next.
     iterator Erase(iterator where);
 
-    /** The element of this name; appended as Null when there is none, also by code that only reads. */
+    // The element of this name; appended as Null when there is none, also by code that only reads.
     UnknownElement &operator[](const std::string &name);
-    /** json::Exception "Object member not found: NAME" when there is none. */
+    // Throws json::Exception "Object member not found: NAME" when there is none.
     const UnknownElement &operator[](const std::string &name) const;
 
-    /** Objects are equal when they have equal members in the same order. */
+    // Objects are equal when they have equal members in the same order.
     bool operator==(const Object &other) const { return m_members == other.m_members; }
 
 private:

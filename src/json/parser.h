@@ -19,10 +19,8 @@ namespace json
 namespace detail
 {
 
-/**
- * Finds duplicate names while an object is read. Small objects are searched; a large one gets a sorted
- * index, which no choice of names can slow down as it could a hash.
- */
+// Finds duplicate names while an object is read. Small objects are searched; a large one gets a sorted
+// index: other than with a hash, no choice of names makes it slow.
 class NameIndex
 {
 public:
@@ -42,7 +40,7 @@ public:
         }
         return m_names.count(&name) > 0;
     }
-    /** The member was added to the object, after contains() said no. */
+    // The member was added to the object, after contains() said no.
     void add(const Object::Member &member)
     {
         if (!m_names.empty())
@@ -60,7 +58,7 @@ private:
     std::set<const std::string *, Less> m_names;
 };
 
-/** Builds values from a scanned document; errors of grammar are ReaderErrors::ParseException. */
+// Builds values from a scanned document; throws ReaderErrors::ParseException on errors of grammar.
 class Parser
 {
 public:
@@ -72,7 +70,7 @@ public:
         advance();
     }
 
-    /** Reads the whole document into the target. */
+    // Reads the whole document into the target.
     template <typename T>
     void parseDocument(T &target)
     {

@@ -8,11 +8,11 @@
 namespace json
 {
 
-/** What Reader reports; named through it, as Reader::ScanException. */
+// What Reader reports; named through it, as Reader::ScanException.
 class ReaderErrors
 {
 public:
-    /** A place in the document, counted from zero in bytes; only LF ends a line. */
+    // A place in the document, counted from zero in bytes; only LF ends a line.
     struct Location {
         Location()
             : m_nLine(0)
@@ -26,7 +26,7 @@ public:
         unsigned int m_nDocOffset;
     };
 
-    /** The text holds something that is no token. Not related to ParseException but by the base. */
+    // The text holds something that is no token. Not related to ParseException but by the base.
     class ScanException : public Exception
     {
     public:
@@ -39,7 +39,7 @@ public:
         Location m_locError;
     };
 
-    /** The tokens make no document; the offending one lies between the locations. */
+    // The tokens make no document; the offending one lies between the locations.
     class ParseException : public Exception
     {
     public:

@@ -11,10 +11,8 @@ namespace json
 // Values come and go without casts: the implicit conversions are the interface.
 // NOLINTBEGIN(google-explicit-constructor)
 
-/**
- * A number, truth value or text, as implicitly made from and turned into T as the language allows.
- * Beware of its silent conversions: Boolean("x") is true, as any pointer is.
- */
+// A number, truth value or text. Converts implicitly from and to T, with the language's own conversions:
+// Boolean("x") is true, as any pointer is.
 template <typename T>
 class TrivialType_T
 {
@@ -29,14 +27,14 @@ public:
     T &Value() { return m_value; }
     const T &Value() const { return m_value; }
 
-    /** Numbers compare as double does (NaN equals nothing), text bytewise. */
+    // Numbers compare as double does (NaN equals nothing), text bytewise.
     bool operator==(const TrivialType_T<T> &other) const { return m_value == other.m_value; }
 
 private:
     T m_value;
 };
 
-/** The value null; all are equal. */
+// The value null; all are equal.
 class Null
 {
 public:

@@ -12,7 +12,7 @@ namespace json
 namespace detail
 {
 
-/** A part of the document; its text is the Scanner's to tell, since most of them are never asked for it. */
+// A part of the document. The Scanner gives its text, which is needed for few of them only.
 struct Token {
     enum Type {
         End,
@@ -44,7 +44,7 @@ struct Token {
     std::size_t end; // one past the last byte
 };
 
-/** Cuts a document into tokens; what is none is ReaderErrors::ScanException. */
+// Cuts a document into tokens; throws ReaderErrors::ScanException where there is none.
 class Scanner
 {
 public:
@@ -53,16 +53,12 @@ public:
     {
     }
 
-    /**
-     * The next token, valid until the following call. After the last one comes End, which keeps that
-     * one's place: there a document that is cut short is reported.
-     */
+    // The next token, valid until the following call. After the last one comes End, at the place of the last
+    // one: an error in a document that is cut short is reported there.
     const Token &next();
 
-    /**
-     * The text of the token that next() gave, as messages show it: of a string the decoded content. End has
-     * none.
-     */
+    // The text of the token that next() gave, as messages show it: of a string the decoded content. End has
+    // none.
     std::string text() const
     {
         std::string text;
@@ -70,9 +66,9 @@ public:
         return text;
     }
     void assignText(std::string &text) const;
-    /** The bytes of that token, as many as lie between its begin and end. */
+    // The bytes of that token, as many as lie between its begin and end.
     const char *bytes() const { return m_source.bytes() + m_token.begin; }
-    /** Where a token begins or ends. */
+    // Where a token begins or ends.
     ReaderErrors::Location location(std::size_t position) const { return m_source.location(position); }
 
 private:

@@ -16,16 +16,14 @@ namespace json
 namespace detail
 {
 
-/**
- * The bytes of a document, read from a stream once and kept for a second pass.
- *
- * They are taken through the stream buffer, in general one by one, so that an error in the first pass leaves
- * the stream right where it was found. The destructor tells the stream what became of it.
- */
+// The bytes of a document, read from a stream once and kept for a second pass.
+//
+// They are taken through the stream buffer, in general one by one, so that an error in the first pass leaves
+// the stream right where it was found. The destructor sets the stream's state.
 class Source
 {
 public:
-    /** What stands for a byte after the last one. */
+    // What stands for a byte after the last one.
     enum { End = -1 };
 
     explicit Source(std::istream &stream)
@@ -41,12 +39,12 @@ public:
     Source(const Source &) = delete;
     Source &operator=(const Source &) = delete;
 
-    /** The next byte as 0 to 255, left where it is; or End. */
+    // The next byte as 0 to 255, left where it is; or End.
     int peek()
     {
         return m_position < m_text.size() ? static_cast<unsigned char>(m_text[m_position]) : fetch();
     }
-    /** Takes the next byte, if there is one, and gives it as peek() does. */
+    // Takes the next byte, if there is one, and gives it as peek() does.
     int take()
     {
         const int byte = peek();
@@ -57,23 +55,23 @@ public:
         ++m_position;
         return byte;
     }
-    /** Takes all bytes up to the first that the test, given it as 0 to 255, says no to. */
+    // Takes all bytes up to the first that the test, given it as 0 to 255, says no to.
     template <typename Test>
     void takeWhile(Test test);
 
-    /** Gives the latest bytes back, down to this position. */
+    // Gives the latest bytes back, down to this position.
     void giveBack(std::size_t position);
 
-    /** Back to the first byte, for the second pass. */
+    // Back to the first byte, for the second pass.
     void rewind() { m_position = 0; }
 
-    /** How many bytes were taken. */
+    // How many bytes were taken.
     std::size_t position() const { return m_position; }
-    /** Where in the document a byte stands that was taken, or the one after them. */
+    // Where in the document a byte stands that was taken, or the one after them.
     ReaderErrors::Location location(std::size_t position) const;
-    /** The bytes that were taken. */
+    // The bytes that were taken.
     const char *bytes() const { return m_text.data(); }
-    /** True when the bytes ended because the stream could not be read, not because there are no more. */
+    // True when the bytes ended because the stream could not be read, not because there are no more.
     bool failed() const { return m_failed; }
 
 private:

@@ -1,9 +1,10 @@
 #ifndef JSON_STANDARD_H
 #define JSON_STANDARD_H
 
-// What the library needs of the standard library. Some of these headers do not compile behind macros `min`
-// and `max`, and one takes such macros away; who defined them has them again behind this. All other headers
-// here include this one first, if by way of another, and protect the two names by parentheses.
+// All headers of the standard library that this library uses. Some of them do not compile when `min` and
+// `max` are macros, and one undefines such macros; they are therefore saved and restored here. All other
+// headers of this library include this one first, directly or through another, and put the two names in
+// parentheses.
 
 #pragma push_macro("min")
 #pragma push_macro("max")

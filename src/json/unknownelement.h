@@ -22,18 +22,16 @@ struct ObjectBranch;
 // Values come and go without casts: the implicit conversions are the interface.
 // NOLINTBEGIN(google-explicit-constructor)
 
-/**
- * Holds one value of any kind; Null at first.
- *
- * Access through a const element is checked: the wrong kind is json::Exception "Bad cast".
- *
- * Access through a non-const element CONVERTS: a value of another kind is destroyed and replaced by an
- * empty one of the wanted kind, also where the code only seems to read (`Number n = element;`). Text is
- * never turned into numbers or the like. Read through a const reference whatever is not yours to change.
- *
- * A reference or iterator into an element's value is invalid once the element was converted to another
- * kind, assigned or swapped.
- */
+// Holds one value of any kind; Null at first.
+//
+// Access through a const element is checked: it throws json::Exception "Bad cast" for another kind.
+//
+// Access through a non-const element CONVERTS: a value of another kind is destroyed and replaced by an
+// empty one of the wanted kind, also where the code only seems to read (`Number n = element;`). Text is
+// never turned into numbers or the like. Read through a const reference what you do not want to change.
+//
+// A reference or iterator into an element's value is invalid once the element was converted to another
+// kind, assigned or swapped.
 class UnknownElement
 {
 public:
@@ -41,7 +39,7 @@ public:
         : m_kind(NullKind)
     {
     }
-    /** Moving copies too, so that the source keeps its value; exchange without copying is swap(). */
+    // Moving copies too, so that the source keeps its value; exchange without copying is swap().
     UnknownElement(const UnknownElement &other);
     UnknownElement(const Object &object);
     UnknownElement(const Array &array);
@@ -60,10 +58,8 @@ public:
         : m_kind(NullKind)
     {
     }
-    /**
-     * A String of the terminated text, where otherwise the pointer would silently become a truth value.
-     * A template, so that a literal 0 is no text.
-     */
+    // A String of the terminated text, where otherwise the pointer would silently become a truth value.
+    // A template, so that a literal 0 is no text.
     template <typename C, typename = typename std::enable_if<std::is_same<C, char>::value>::type>
     explicit UnknownElement(const C *text)
         : UnknownElement(String(std::string(text)))
@@ -71,10 +67,10 @@ public:
     }
     ~UnknownElement() { reset(); }
 
-    /** Safe for a value that is part of this element's own tree. Unchanged when memory runs out. */
+    // Safe for a value that is part of this element's own tree. Unchanged when memory runs out.
     UnknownElement &operator=(const UnknownElement &other);
 
-    /** Checked access: json::Exception "Bad cast" when the value is of another kind. */
+    // Checked access: throws json::Exception "Bad cast" when the value is of another kind.
     operator const Object &() const;
     operator const Array &() const;
     operator const Number &() const;
@@ -82,7 +78,7 @@ public:
     operator const String &() const;
     operator const Null &() const;
 
-    /** Converting access: a value of another kind is lost, and references into it are then invalid. */
+    // Converting access: a value of another kind is lost, and references into it are then invalid.
     operator Object &();
     operator Array &();
     operator Number &();
@@ -90,23 +86,23 @@ public:
     operator String &();
     operator Null &();
 
-    /** Converting to Object; adds the member as Null when there is none. */
+    // Converts to Object; adds the member as Null when there is none.
     UnknownElement &operator[](const std::string &name);
-    /** Checked; json::Exception when not an Object or without this member. */
+    // Checked; throws json::Exception when not an Object or without this member.
     const UnknownElement &operator[](const std::string &name) const;
-    /** Converting to Array; grows it with Null as far as this index. */
+    // Converts to Array; grows it with Null up to this index.
     UnknownElement &operator[](std::size_t index);
-    /** Checked; json::Exception when not an Array or too short. */
+    // Checked; throws json::Exception when not an Array or too short.
     const UnknownElement &operator[](std::size_t index) const;
 
-    /** Calls the one Visit of the value's kind; what that throws passes through. */
+    // Calls the one Visit of the value's kind; what that throws passes through.
     void Accept(ConstVisitor &visitor) const;
     void Accept(Visitor &visitor);
 
-    /** Values of different kinds are unequal; nothing is converted. */
+    // Values of different kinds are unequal; nothing is converted.
     bool operator==(const UnknownElement &other) const;
 
-    /** Exchanges the values without copying. */
+    // Exchanges the values without copying.
     friend void swap(UnknownElement &left, UnknownElement &right) noexcept
     {
         std::swap(left.m_kind, right.m_kind);

@@ -17,12 +17,10 @@ class Array;
 class Null;
 class Object;
 
-/**
- * Receives the value of an element in its real kind, to edit it in place.
- * UnknownElement::Accept calls exactly one Visit; children are not walked, a visitor that wants them
- * calls Accept on them itself. The reference is valid for the call; a visitor must not convert or
- * assign the element that is being visited.
- */
+// Receives the value of an element in its real kind, to edit it in place.
+// UnknownElement::Accept calls exactly one Visit; children are not walked, a visitor that wants them
+// calls Accept on them itself. The reference is valid for the call; a visitor must not convert or
+// assign the element that is being visited.
 class Visitor
 {
 public:
@@ -35,7 +33,7 @@ public:
     virtual void Visit(Null &null) = 0;
 };
 
-/** The read-only sibling of Visitor. */
+// The read-only sibling of Visitor.
 class ConstVisitor
 {
 public:

@@ -19,16 +19,14 @@ namespace detail
 class DocumentWriter;
 } // namespace detail
 
-/**
- * Writes values as JSON: one member or element a line, indented by tabs, without a final newline.
- *
- * Strings are written byte for byte, escaping only the quote, the backslash and BS, FF, LF, CR and TAB,
- * so that Reader gives the same bytes again. Numbers have up to twenty significant digits and read back
- * as the same double; NaN and the infinities are written as null.
- *
- * Format, width and locale of the stream neither matter nor change. A stream that fails is noticed by its
- * state only; the Writer itself throws nothing but std::bad_alloc.
- */
+// Writes values as JSON: one member or element a line, indented by tabs, without a final newline.
+//
+// Strings are written byte for byte, escaping only the quote, the backslash and BS, FF, LF, CR and TAB,
+// so that Reader gives the same bytes again. Numbers have up to twenty significant digits and read back
+// as the same double; NaN and the infinities are written as null.
+//
+// Format, width and locale of the stream neither matter nor change. A stream that fails shows it in its
+// state only; the Writer itself throws nothing but std::bad_alloc.
 class Writer
 {
 public:
@@ -39,7 +37,7 @@ public:
     static void Write(const Boolean &boolean, std::ostream &stream) { writeValue(boolean, stream); }
     static void Write(const Null &null, std::ostream &stream) { writeValue(null, stream); }
     static void Write(const UnknownElement &element, std::ostream &stream);
-    /** Text as a String; as with UnknownElement it would otherwise become a truth value. */
+    // Text as a String; as with UnknownElement it would otherwise become a truth value.
     template <typename C>
     static typename std::enable_if<std::is_same<C, char>::value>::type Write(const C *text,
                                                                              std::ostream &stream)
@@ -57,7 +55,7 @@ private:
 namespace detail
 {
 
-/** Writes one tree, keeping the open containers in a stack of its own: it may be deeper than the thread's. */
+// Writes one tree, keeping the open containers in a stack of its own: it may be deeper than the thread's.
 class DocumentWriter : public ConstVisitor
 {
 public:
@@ -74,7 +72,7 @@ public:
     void Visit(const Boolean &boolean) override { m_text += boolean ? "true" : "false"; }
     void Visit(const Null &) override { m_text += "null"; }
 
-    /** Writes what the containers visited so far still lack, and hands all to the stream. */
+    // Writes what the containers visited so far still lack, and hands all to the stream.
     void finish();
 
 private:
