@@ -1,25 +1,25 @@
 #include "busname.h"
 
-#include <QCoreApplication>
-#include <QDBusConnectionInterface>
-#include <QDBusError>
-#include <QDBusVirtualObject>
+#include <QtCore/QCoreApplication>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusError>
+#include <QtDBus/QDBusVirtualObject>
 
 #include <cstdio>
 
 namespace
 {
 
-constexpr char ServiceName[] = "com.zelt.HWSD";
+const char ServiceName[] = "com.zelt.HWSD";
 
 } // namespace
 
 QString Bus::text() const
 {
     switch (kind) {
-    case System:
+    case Kind::System:
         return QLatin1String("the system bus");
-    case Session:
+    case Kind::Session:
         return QLatin1String("the session bus");
     default:
         return address;
@@ -29,16 +29,16 @@ QString Bus::text() const
 QDBusConnection Bus::connect(const QString &connectionName) const
 {
     switch (kind) {
-    case System:
+    case Kind::System:
         return QDBusConnection::connectToBus(QDBusConnection::SystemBus, connectionName);
-    case Session:
+    case Kind::Session:
         return QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
     default:
         return QDBusConnection::connectToBus(address, connectionName);
     }
 }
 
-BusName::BusName(const Bus &bus, QDBusVirtualObject *object)
+BusName::BusName(const Bus &bus, QDBusVirtualObject &object)
     : m_bus(bus)
     , m_object(object)
 {
@@ -51,30 +51,30 @@ BusName::~BusName()
     disappear(0);
 }
 
-bool BusName::appear(QString *error)
+QString BusName::appear()
 {
     m_return.stop();
     if (isPresent())
-        return true;
+        return QString();
     // A new name each time: the library may still be busy with closing the last connection.
     const QString name = QString(QLatin1String("service-%1")).arg(++m_connections);
+    QString problem;
     {
         QDBusConnection connection = m_bus.connect(name);
-        if (!connection.isConnected()) {
-            *error = connection.lastError().message();
-        } else if (!connection.registerVirtualObject(QLatin1String("/"), m_object,
-                                                     QDBusConnection::SubPath) ||
-                   !connection.registerService(QLatin1String(ServiceName))) {
-            *error = connection.lastError().message();
-            if (error->isEmpty())
-                *error = QString(QLatin1String("the name %1 is taken")).arg(QLatin1String(ServiceName));
-        } else {
+        if (connection.isConnected() &&
+            connection.registerVirtualObject(QLatin1String("/"), &m_object, QDBusConnection::SubPath) &&
+            connection.registerService(QLatin1String(ServiceName))) {
             m_connectionName = name;
-            return true;
+            return QString();
         }
+        problem = connection.lastError().message();
+        if (problem.isEmpty() && connection.isConnected())
+            problem = QString(QLatin1String("the name %1 is taken")).arg(QLatin1String(ServiceName));
+        else if (problem.isEmpty())
+            problem = QLatin1String("there is no connection");
     }
     QDBusConnection::disconnectFromBus(name);
-    return false;
+    return problem;
 }
 
 void BusName::disappear(int awayMs)
@@ -100,7 +100,7 @@ void BusName::endWithoutBus()
 
 void BusName::comeBack()
 {
-    QString error;
-    if (!appear(&error))
-        std::fprintf(stderr, "hwsd-sim: cannot come back to the bus: %s\n", qPrintable(error));
+    const QString problem = appear();
+    if (!problem.isEmpty())
+        std::fprintf(stderr, "hwsd-sim: cannot come back to the bus: %s\n", qPrintable(problem));
 }

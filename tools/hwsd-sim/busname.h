@@ -1,19 +1,19 @@
 #ifndef BUSNAME_H
 #define BUSNAME_H
 
-#include <QDBusConnection>
-#include <QObject>
-#include <QString>
-#include <QTimer>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QTimer>
+#include <QtDBus/QDBusConnection>
 
 class QDBusVirtualObject;
 
 // Which bus to be on.
 struct Bus {
-    enum Kind { System, Session, Address };
+    enum class Kind { System, Session, Address };
 
-    Kind kind = System;
-    QString address; // of an Address bus
+    Kind kind = Kind::System;
+    QString address; // of a bus of kind Address
 
     QString text() const;
     QDBusConnection connect(const QString &connectionName) const;
@@ -24,33 +24,33 @@ struct Bus {
 class BusName : public QObject
 {
     Q_OBJECT
-
 public:
-    BusName(const Bus &bus, QDBusVirtualObject *object);
-    ~BusName() override;
+    // The object must outlive this one.
+    BusName(const Bus &bus, QDBusVirtualObject &object);
+    ~BusName();
 
     bool isPresent() const { return !m_connectionName.isEmpty(); }
     QString connectionName() const { return m_connectionName; }
 
-    // Done when it returns true; otherwise *error says why not.
-    bool appear(QString *error);
+    // Done when it returns an empty text; else that says why not.
+    QString appear();
 
-public slots:
+public Q_SLOTS:
     // Done when it returns. Comes back by itself after `awayMs`, or with 0 when appear() is called.
     void disappear(int awayMs);
 
     // Without a bus there is nothing to simulate: ends the program with a message and exit code 1.
     void endWithoutBus();
 
-private slots:
+private Q_SLOTS:
     void comeBack();
 
 private:
     Bus m_bus;
-    QDBusVirtualObject *m_object;
+    QDBusVirtualObject &m_object;
     QString m_connectionName;
     int m_connections = 0;
     QTimer m_return;
 };
 
-#endif
+#endif // BUSNAME_H

@@ -1,19 +1,20 @@
 #include "calllog.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
 #include "catalogue.h"
 #include "wirevalue.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
 
 namespace
 {
 
-constexpr int LargestLog = 32 * 1024 * 1024;
-constexpr int LongestArgumentText = 1024 * 1024;
+const int LargestLog = 32 * 1024 * 1024;
+const int LongestArgumentText = 1024 * 1024;
 // A caller that invents names must not make the counters grow for ever.
-constexpr int MostNames = 10000;
+const int MostNames = 10000;
 
 QJsonValue shortened(const QJsonValue &value)
 {

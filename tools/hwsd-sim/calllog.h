@@ -1,10 +1,11 @@
 #ifndef CALLLOG_H
 #define CALLLOG_H
 
-#include <QByteArrayList>
-#include <QDBusMessage>
-#include <QHash>
-#include <QString>
+#include <QtCore/QByteArrayList>
+#include <QtCore/QHash>
+#include <QtCore/QString>
+#include <QtCore/QtGlobal>
+#include <QtDBus/QDBusMessage>
 
 // The calls that reached the service, in their order, also those that it refused. (Ping does not: the D-Bus
 // library answers it.)
@@ -15,7 +16,7 @@ public:
     void clear();
 
     // A JSON array of {"serial","path","interface","member","signature","arguments"}. Serials count from 1
-    // for the life of the program. The oldest calls go when the log outgrows its bound.
+    // for the life of the program. Beyond a bound the oldest calls are removed.
     QString text() const;
 
     // How many calls the key means (see keyMeans) since the last clear, whatever the log still holds.
@@ -29,4 +30,4 @@ private:
     QHash<QString, uint> m_counts;
 };
 
-#endif
+#endif // CALLLOG_H

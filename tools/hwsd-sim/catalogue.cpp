@@ -1,33 +1,33 @@
 #include "catalogue.h"
 
-#include <QStringList>
-
 #include "methods.h"
+
+#include <QtCore/QStringList>
 
 namespace
 {
 
-constexpr char Root[] = "com.zelt.HWSD";
-constexpr char Backlight[] = "com.zelt.HWSD.Backlight";
-constexpr char Buzzer[] = "com.zelt.HWSD.Buzzer";
-constexpr char Plugin[] = "com.zelt.HWSD.HWPlugin";
-constexpr char Seeprom[] = "com.zelt.HWSD.I2CSEEPROM";
-constexpr char Partition[] = "com.zelt.HWSD.PartitionInfo";
-constexpr char Security[] = "com.zelt.HWSD.Security";
-constexpr char Splash[] = "com.zelt.HWSD.SplashImageInfo";
-constexpr char Storage[] = "com.zelt.HWSD.StorageMgr";
-constexpr char System[] = "com.zelt.HWSD.SystemInfo";
-constexpr char Time[] = "com.zelt.HWSD.TimeMgr";
-constexpr char NetworkManager[] = "com.zelt.HWSD.NetworkManager";
+const char Root[] = "com.zelt.HWSD";
+const char Backlight[] = "com.zelt.HWSD.Backlight";
+const char Buzzer[] = "com.zelt.HWSD.Buzzer";
+const char Plugin[] = "com.zelt.HWSD.HWPlugin";
+const char Seeprom[] = "com.zelt.HWSD.I2CSEEPROM";
+const char Partition[] = "com.zelt.HWSD.PartitionInfo";
+const char Security[] = "com.zelt.HWSD.Security";
+const char Splash[] = "com.zelt.HWSD.SplashImageInfo";
+const char Storage[] = "com.zelt.HWSD.StorageMgr";
+const char System[] = "com.zelt.HWSD.SystemInfo";
+const char Time[] = "com.zelt.HWSD.TimeMgr";
+const char NetworkManager[] = "com.zelt.HWSD.NetworkManager";
 
 // How the structures travel. partitionInfo and systemInfo are given; the layouts of the other four are the
 // simulation's own, told in the manual page.
-constexpr char PartitionInfo[] = "(yyyyay)";
-constexpr char SystemInfo[] = "(yyyayayyyayy)";
-constexpr char SeeModule[] = "(yyyyayay)";
-constexpr char SplashImageInfo[] = "(uuuu)";
-constexpr char StorageInfo[] = "(ssuub)";
-constexpr char TimeZoneInfo[] = "(ssib)";
+const char PartitionInfo[] = "(yyyyay)";
+const char SystemInfo[] = "(yyyayayyyayy)";
+const char SeeModule[] = "(yyyyayay)";
+const char SplashImageInfo[] = "(uuuu)";
+const char StorageInfo[] = "(ssuub)";
+const char TimeZoneInfo[] = "(ssib)";
 
 // clang-format off
 const QVector<Method> Methods = {

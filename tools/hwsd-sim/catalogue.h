@@ -1,14 +1,14 @@
 #ifndef CATALOGUE_H
 #define CATALOGUE_H
 
-#include <QString>
-#include <QVariantList>
-#include <QVector>
-
-#include <functional>
-
 #include "panel.h"
 #include "reply.h"
+
+#include <QtCore/QString>
+#include <QtCore/QVariantList>
+#include <QtCore/QVector>
+
+#include <functional>
 
 // The twelve interfaces: what the service exports where, and each method's signature and function.
 
@@ -42,4 +42,4 @@ bool keyMeans(const QString &key, const QString &interface, const QString &name)
 // Introspection data of an object or of the root's children; empty for any other path.
 QString introspectionOf(const QString &path);
 
-#endif
+#endif // CATALOGUE_H

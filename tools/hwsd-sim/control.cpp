@@ -1,17 +1,17 @@
 #include "control.h"
 
-#include <QDBusError>
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include <limits>
-
 #include "busname.h"
 #include "calllog.h"
 #include "faults.h"
 #include "panel.h"
 
-Control::Control(Panel *panel, class Faults *faults, CallLog *log, BusName *name)
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtDBus/QDBusError>
+
+#include <limits>
+
+Control::Control(Panel &panel, class Faults &faults, CallLog &log, BusName &name)
     : m_panel(panel)
     , m_faults(faults)
     , m_log(log)
@@ -28,56 +28,56 @@ void Control::SetFault(const QString &method, const QString &kind, const QString
         sendErrorReply(QDBusError::InvalidArgs, QLatin1String("The parameters are a JSON object"));
         return;
     }
-    QString error;
-    if (!m_faults->set(method, kind, parsed.object(), calls, &error))
-        sendErrorReply(QDBusError::InvalidArgs, error);
+    const QString problem = m_faults.set(method, kind, parsed.object(), calls);
+    if (!problem.isEmpty())
+        sendErrorReply(QDBusError::InvalidArgs, problem);
 }
 
 void Control::ClearFault(const QString &method)
 {
-    m_faults->clear(method);
+    m_faults.clear(method);
 }
 
 void Control::ClearFaults()
 {
-    m_faults->clear();
+    m_faults.clear();
 }
 
 QString Control::Faults() const
 {
-    return QString::fromUtf8(QJsonDocument(m_faults->list()).toJson(QJsonDocument::Compact));
+    return QString::fromUtf8(QJsonDocument(m_faults.list()).toJson(QJsonDocument::Compact));
 }
 
 QString Control::Calls() const
 {
-    return m_log->text();
+    return m_log.text();
 }
 
 void Control::ClearCalls()
 {
-    m_log->clear();
+    m_log.clear();
 }
 
 uint Control::CallCount(const QString &method) const
 {
-    return m_log->count(method);
+    return m_log.count(method);
 }
 
 QString Control::State() const
 {
-    return QString::fromUtf8(QJsonDocument(m_panel->state.document()).toJson(QJsonDocument::Compact));
+    return QString::fromUtf8(QJsonDocument(m_panel.state.document()).toJson(QJsonDocument::Compact));
 }
 
 void Control::SetState(const QString &patch)
 {
-    QString error;
-    if (!m_panel->state.mergeText(patch.toUtf8(), &error))
-        sendErrorReply(QDBusError::InvalidArgs, error);
+    const QString problem = m_panel.state.mergeText(patch.toUtf8());
+    if (!problem.isEmpty())
+        sendErrorReply(QDBusError::InvalidArgs, problem);
 }
 
 uint Control::Restarts() const
 {
-    return static_cast<uint>(m_panel->state.document().value(QLatin1String("restarts")).toInt());
+    return static_cast<uint>(m_panel.state.document().value(QLatin1String("restarts")).toInt());
 }
 
 void Control::Disappear(uint awayMs)
@@ -86,17 +86,17 @@ void Control::Disappear(uint awayMs)
         sendErrorReply(QDBusError::InvalidArgs, QLatin1String("That is too long"));
         return;
     }
-    m_name->disappear(static_cast<int>(awayMs));
+    m_name.disappear(static_cast<int>(awayMs));
 }
 
 void Control::Reappear()
 {
-    QString error;
-    if (!m_name->appear(&error))
-        sendErrorReply(QDBusError::Failed, error);
+    const QString problem = m_name.appear();
+    if (!problem.isEmpty())
+        sendErrorReply(QDBusError::Failed, problem);
 }
 
 bool Control::Present() const
 {
-    return m_name->isPresent();
+    return m_name.isPresent();
 }

@@ -1,9 +1,10 @@
 #ifndef CONTROL_H
 #define CONTROL_H
 
-#include <QDBusContext>
-#include <QObject>
-#include <QString>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QtGlobal>
+#include <QtDBus/QDBusContext>
 
 class BusName;
 class CallLog;
@@ -19,12 +20,13 @@ class Control : public QObject, protected QDBusContext
     Q_CLASSINFO("D-Bus Interface", "org.mvdpserver.HwsdSim1")
 
 public:
-    Control(Panel *panel, Faults *faults, CallLog *log, BusName *name);
+    // All four must outlive this object.
+    Control(Panel &panel, Faults &faults, CallLog &log, BusName &name);
 
     static const char *serviceName() { return "org.mvdpserver.HwsdSim"; }
     static const char *objectPath() { return "/org/mvdpserver/HwsdSim"; }
 
-public slots:
+public Q_SLOTS:
     // `parameters` is a JSON object or empty; `calls` 0 means until cleared.
     void SetFault(const QString &method, const QString &kind, const QString &parameters, uint calls);
     void ClearFault(const QString &method);
@@ -45,10 +47,10 @@ public slots:
     bool Present() const;
 
 private:
-    Panel *m_panel;
-    class Faults *m_faults;
-    CallLog *m_log;
-    BusName *m_name;
+    Panel &m_panel;
+    class Faults &m_faults;
+    CallLog &m_log;
+    BusName &m_name;
 };
 
-#endif
+#endif // CONTROL_H

@@ -1,16 +1,19 @@
 #include "faults.h"
 
-#include <QFile>
-#include <QRegularExpression>
-
 #include "wirevalue.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QFile>
+#include <QtCore/QJsonValue>
+#include <QtCore/QMetaType>
+#include <QtCore/QRegularExpression>
 
 namespace
 {
 
 // A D-Bus message ends at 128 MiB.
-constexpr int LongestText = 64 * 1024 * 1024;
-constexpr int LongestDelayMs = 24 * 60 * 60 * 1000;
+const int LongestText = 64 * 1024 * 1024;
+const int LongestDelayMs = 24 * 60 * 60 * 1000;
 
 struct ParameterForm {
     const char *name;
@@ -23,7 +26,7 @@ struct Kind {
     // What the reply's signature must hold for the fault to show; empty: it always does.
     const char *needs;
     QVector<ParameterForm> parameters;
-    void (*put)(const QJsonObject &parameters, FaultPlan *plan);
+    void (*put)(const QJsonObject &parameters, FaultPlan &plan);
 };
 
 QString textOf(const QJsonObject &parameters, const char *name)
@@ -36,52 +39,52 @@ int numberOf(const QJsonObject &parameters, const char *name)
     return parameters.value(QLatin1String(name)).toInt();
 }
 
-void putError(const QJsonObject &parameters, FaultPlan *plan)
+void putError(const QJsonObject &parameters, FaultPlan &plan)
 {
-    plan->errorName = textOf(parameters, "name");
-    if (plan->errorName.isEmpty())
-        plan->errorName = QLatin1String("com.zelt.HWSD.Error.Simulated");
-    plan->errorText = textOf(parameters, "message");
-    if (plan->errorText.isEmpty())
-        plan->errorText = QLatin1String("Simulated error");
+    plan.errorName = textOf(parameters, "name");
+    if (plan.errorName.isEmpty())
+        plan.errorName = QLatin1String("com.zelt.HWSD.Error.Simulated");
+    plan.errorText = textOf(parameters, "message");
+    if (plan.errorText.isEmpty())
+        plan.errorText = QLatin1String("Simulated error");
 }
 
-void putDelay(const QJsonObject &parameters, FaultPlan *plan)
+void putDelay(const QJsonObject &parameters, FaultPlan &plan)
 {
-    plan->delayMs = numberOf(parameters, "ms");
+    plan.delayMs = numberOf(parameters, "ms");
 }
 
-void putSilence(const QJsonObject &, FaultPlan *plan)
+void putSilence(const QJsonObject &, FaultPlan &plan)
 {
-    plan->silent = true;
+    plan.silent = true;
 }
 
-void putWrongType(const QJsonObject &parameters, FaultPlan *plan)
+void putWrongType(const QJsonObject &parameters, FaultPlan &plan)
 {
-    plan->wrongType = true;
-    plan->signature = textOf(parameters, "signature");
+    plan.wrongType = true;
+    plan.signature = textOf(parameters, "signature");
 }
 
-void putNoArguments(const QJsonObject &, FaultPlan *plan)
+void putNoArguments(const QJsonObject &, FaultPlan &plan)
 {
-    plan->noArguments = true;
+    plan.noArguments = true;
 }
 
-void putShortArray(const QJsonObject &parameters, FaultPlan *plan)
+void putShortArray(const QJsonObject &parameters, FaultPlan &plan)
 {
-    plan->arrayBytes = numberOf(parameters, "bytes");
+    plan.arrayBytes = numberOf(parameters, "bytes");
 }
 
-void putText(const QJsonObject &parameters, FaultPlan *plan)
+void putText(const QJsonObject &parameters, FaultPlan &plan)
 {
-    plan->replacesText = true;
-    plan->text = textOf(parameters, "text");
+    plan.replacesText = true;
+    plan.text = textOf(parameters, "text");
 }
 
-void putDisappear(const QJsonObject &parameters, FaultPlan *plan)
+void putDisappear(const QJsonObject &parameters, FaultPlan &plan)
 {
-    plan->disappears = true;
-    plan->awayMs = numberOf(parameters, "ms");
+    plan.disappears = true;
+    plan.awayMs = numberOf(parameters, "ms");
 }
 
 const QVector<Kind> Kinds = {
@@ -158,7 +161,7 @@ QString checkValues(const QJsonObject &parameters)
         return QString(QLatin1String("\"%1\" is no D-Bus error name")).arg(name);
     QVariantList sample;
     const QString signature = textOf(parameters, "signature");
-    if (!sampleOf(signature, &sample))
+    if (!sampleOf(signature, sample))
         return QString(QLatin1String("no reply can be made of signature \"%1\"")).arg(signature);
     for (const char *key : {"text", "message"})
         if (textOf(parameters, key).contains(QChar(0)))
@@ -166,13 +169,12 @@ QString checkValues(const QJsonObject &parameters)
     return QString();
 }
 
-// "file" is read now and "size" repeats the text to that many characters now, so that the reply costs
-// nothing.
-QString resolveText(QJsonObject *parameters)
+// Reads "file" and repeats the text to "size" characters now, so that the reply takes no time.
+QString resolveText(QJsonObject &parameters)
 {
-    QString text = textOf(*parameters, "text");
-    if (parameters->contains(QLatin1String("file"))) {
-        QFile file(textOf(*parameters, "file"));
+    QString text = textOf(parameters, "text");
+    if (parameters.contains(QLatin1String("file"))) {
+        QFile file(textOf(parameters, "file"));
         if (!file.open(QIODevice::ReadOnly))
             return QString(QLatin1String("%1: %2")).arg(file.fileName(), file.errorString());
         const QByteArray content = file.read(LongestText + 1);
@@ -180,8 +182,8 @@ QString resolveText(QJsonObject *parameters)
             return QString(QLatin1String("%1 holds a NUL byte")).arg(file.fileName());
         text = QString::fromUtf8(content);
     }
-    if (parameters->contains(QLatin1String("size"))) {
-        const int size = numberOf(*parameters, "size");
+    if (parameters.contains(QLatin1String("size"))) {
+        const int size = numberOf(parameters, "size");
         if (size > LongestText)
             return QString(QLatin1String("a text has at most %1 characters")).arg(LongestText);
         const QString pattern = text.isEmpty() ? QString(QLatin1Char('x')) : text;
@@ -189,20 +191,20 @@ QString resolveText(QJsonObject *parameters)
     }
     if (text.size() > LongestText)
         return QString(QLatin1String("a text has at most %1 characters")).arg(LongestText);
-    parameters->insert(QLatin1String("text"), text);
+    parameters.insert(QLatin1String("text"), text);
     return QString();
 }
 
-bool replaceFirstText(QVariantList *values, const QString &text)
+bool replaceFirstText(QVariantList &values, const QString &text)
 {
-    for (QVariant &value : *values) {
+    for (QVariant &value : values) {
         if (value.userType() == QMetaType::QString) {
             value = text;
             return true;
         }
         if (value.userType() == QMetaType::QVariantList) {
             QVariantList fields = value.toList();
-            if (replaceFirstText(&fields, text)) {
+            if (replaceFirstText(fields, text)) {
                 value = fields;
                 return true;
             }
@@ -222,38 +224,35 @@ QVariantList FaultPlan::falsified(const QVariantList &values, const Method &meth
         QString wrong = signature;
         if (wrong.isEmpty())
             wrong = QLatin1String(method.out[0] == 's' ? "i" : "s");
-        sampleOf(wrong, &result);
+        sampleOf(wrong, result);
     }
     if (replacesText)
-        replaceFirstText(&result, text);
+        replaceFirstText(result, text);
     if (arrayBytes >= 0)
         result = withShortArrays(result, arrayBytes);
     return result;
 }
 
-bool Faults::set(const QString &key, const QString &kindName, const QJsonObject &parameters, quint32 calls,
-                 QString *error)
+QString Faults::set(const QString &key, const QString &kindName, const QJsonObject &parameters, quint32 calls)
 {
     const Kind *kind = findKind(kindName);
-    if (!kind) {
-        *error = QString(QLatin1String("\"%1\" is no kind of fault")).arg(kindName);
-        return false;
-    }
+    if (!kind)
+        return QString(QLatin1String("\"%1\" is no kind of fault")).arg(kindName);
     Fault fault{key, kindName, parameters, calls, calls > 0};
-    *error = checkKey(key, *kind);
-    if (error->isEmpty())
-        *error = checkForm(parameters, *kind);
-    if (error->isEmpty())
-        *error = checkValues(parameters);
-    if (error->isEmpty() && kind->put == putText)
-        *error = resolveText(&fault.parameters);
-    if (!error->isEmpty())
-        return false;
+    QString problem = checkKey(key, *kind);
+    if (problem.isEmpty())
+        problem = checkForm(parameters, *kind);
+    if (problem.isEmpty())
+        problem = checkValues(parameters);
+    if (problem.isEmpty() && kind->put == putText)
+        problem = resolveText(fault.parameters);
+    if (!problem.isEmpty())
+        return problem;
     for (int i = static_cast<int>(m_faults.size()) - 1; i >= 0; --i)
         if (m_faults.at(i).key == key && m_faults.at(i).kind == kindName)
             m_faults.remove(i);
     m_faults.append(fault);
-    return true;
+    return QString();
 }
 
 void Faults::clear()
@@ -274,7 +273,7 @@ FaultPlan Faults::take(const Method &method)
     QVector<Fault> kept;
     for (Fault &fault : m_faults) {
         if (keyMeans(fault.key, QLatin1String(method.interface), QLatin1String(method.name))) {
-            findKind(fault.kind)->put(fault.parameters, &plan);
+            findKind(fault.kind)->put(fault.parameters, plan);
             if (fault.counted && --fault.callsLeft == 0)
                 continue;
         }

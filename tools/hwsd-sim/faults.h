@@ -1,13 +1,14 @@
 #ifndef FAULTS_H
 #define FAULTS_H
 
-#include <QJsonArray>
-#include <QJsonObject>
-#include <QString>
-#include <QVariantList>
-#include <QVector>
-
 #include "catalogue.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
+#include <QtCore/QVariantList>
+#include <QtCore/QVector>
+#include <QtCore/QtGlobal>
 
 // What all faults together do to one call.
 struct FaultPlan {
@@ -34,10 +35,10 @@ struct FaultPlan {
 class Faults
 {
 public:
-    // False with *error set when the key means no method, the kind is unknown, a parameter is missing,
-    // unknown or of the wrong type, or no method of the key could show the fault.
-    bool set(const QString &key, const QString &kind, const QJsonObject &parameters, quint32 calls,
-             QString *error);
+    // Returns an empty text when the fault is set, else why not: the key means no method, the kind is
+    // unknown, a parameter is missing, unknown or of the wrong type, or no method of the key could show the
+    // fault.
+    QString set(const QString &key, const QString &kind, const QJsonObject &parameters, quint32 calls);
 
     void clear();
     void clear(const QString &key);
@@ -59,4 +60,4 @@ private:
     QVector<Fault> m_faults;
 };
 
-#endif
+#endif // FAULTS_H

@@ -2,19 +2,19 @@
 
 #include "methods.h"
 
-#include <QByteArray>
+#include <QtCore/QByteArray>
 
 namespace
 {
 
-constexpr uchar BoardSlave = 0x50;
-constexpr quint32 LongestRead = 65536;
-constexpr int VersionFieldSize = 20;
-constexpr int ModuleNameSize = 5;
-constexpr int SerialNumberSize = 3;
-constexpr int ManufactureCodeSize = 4;
+const uchar BoardSlave = 0x50;
+const quint32 LongestRead = 65536;
+const int VersionFieldSize = 20;
+const int ModuleNameSize = 5;
+const int SerialNumberSize = 3;
+const int ManufactureCodeSize = 4;
 // In the systemInfo structure the code has two bytes only.
-constexpr int ShortManufactureCodeSize = 2;
+const int ShortManufactureCodeSize = 2;
 
 QVariant byteValue(int number)
 {
@@ -44,7 +44,7 @@ Handler sectionByte(const char *section, const char *key)
     };
 }
 
-// As such a chip does, an access over its end goes on at its beginning.
+// As with such a chip, an access beyond its end goes on at its beginning.
 Reply readChip(const Panel &panel, const char *section, uchar address, quint32 length)
 {
     if (length > LongestRead)

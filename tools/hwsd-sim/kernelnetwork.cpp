@@ -1,19 +1,20 @@
 #include "kernelnetwork.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QRegularExpression>
-#include <QStandardPaths>
-#include <QStringList>
-
 #include "networkdocument.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QStandardPaths>
+#include <QtCore/QStringList>
 
 namespace
 {
 
-constexpr int IpProgramLimitMs = 10000;
+const int IpProgramLimitMs = 10000;
 
 QString ipProgram()
 {
@@ -25,8 +26,8 @@ QString ipProgram()
                : found;
 }
 
-// Empty when `ip` succeeded; its standard output goes to *output.
-QString runIp(const QStringList &arguments, QByteArray *output)
+// Returns an empty text when `ip` succeeded, and puts its standard output into `output`.
+QString runIp(const QStringList &arguments, QByteArray &output)
 {
     QProcess ip;
     ip.start(ipProgram(), arguments);
@@ -38,30 +39,35 @@ QString runIp(const QStringList &arguments, QByteArray *output)
         ip.waitForFinished(IpProgramLimitMs);
         return QString(QLatin1String("%1: no end after %2 ms")).arg(command).arg(IpProgramLimitMs);
     }
-    if (output)
-        *output = ip.readAllStandardOutput();
+    output = ip.readAllStandardOutput();
     if (ip.exitStatus() == QProcess::NormalExit && ip.exitCode() == 0)
         return QString();
     return QString(QLatin1String("%1: %2"))
         .arg(command, QString::fromLocal8Bit(ip.readAllStandardError()).trimmed());
 }
 
+QString runIp(const QStringList &arguments)
+{
+    QByteArray ignoredOutput;
+    return runIp(arguments, ignoredOutput);
+}
+
 // The interface's IPv4 addresses as "address/prefix".
-QString currentAddresses(const QString &name, QStringList *addresses)
+QString currentAddresses(const QString &name, QStringList &addresses)
 {
     QByteArray output;
     QString problem = runIp({QLatin1String("-json"), QLatin1String("-4"), QLatin1String("address"),
                              QLatin1String("show"), QLatin1String("dev"), name},
-                            &output);
+                            output);
     for (const auto &link : QJsonDocument::fromJson(output).array()) {
         const QJsonArray infos = link.toObject().value(QLatin1String("addr_info")).toArray();
         for (const auto &each : infos) {
             const QJsonObject info = each.toObject();
             const int prefix = info.value(QLatin1String("prefixlen")).toInt();
             if (info.contains(QLatin1String("local")))
-                *addresses << QString(QLatin1String("%1/%2"))
-                                  .arg(info.value(QLatin1String("local")).toString())
-                                  .arg(prefix);
+                addresses << QString(QLatin1String("%1/%2"))
+                                 .arg(info.value(QLatin1String("local")).toString())
+                                 .arg(prefix);
         }
     }
     return problem;
@@ -72,8 +78,7 @@ QString changeAddress(const char *verb, const QString &name, const QString &addr
 {
     return runIp(
         QStringList{QLatin1String("address"), QLatin1String(verb), address, QLatin1String("dev"), name} +
-            more,
-        nullptr);
+        more);
 }
 
 // Another address must stay while the old ones go: with its last address an interface loses all its routes.
@@ -84,7 +89,7 @@ QString replaceAddresses(const QString &name, const QString &address, int prefix
     const QStringList broadcast =
         prefix < 31 ? QStringList{QLatin1String("broadcast"), QLatin1String("+")} : QStringList();
     QStringList old;
-    QString problem = currentAddresses(name, &old);
+    QString problem = currentAddresses(name, old);
     if (!problem.isEmpty() || old == QStringList(wanted))
         return problem;
     if (!old.contains(standIn)) {
@@ -93,7 +98,7 @@ QString replaceAddresses(const QString &name, const QString &address, int prefix
             return problem;
     }
     for (const QString &each : old) {
-        // A primary address takes its secondary ones along, so that a later one may be gone already.
+        // With a primary address its secondary ones are deleted too, so that a later one may be gone already.
         if (each != standIn)
             changeAddress("del", name, each);
     }
@@ -108,15 +113,13 @@ QString setDefaultRoute(const QString &name, const QString &gateway)
     const QStringList device{QLatin1String("dev"), name};
     if (gateway.isEmpty() || gateway == QLatin1String("0.0.0.0")) {
         // Fails when there is none, which is what is wanted.
-        runIp(QStringList{QLatin1String("route"), QLatin1String("del"), QLatin1String("default")} + device,
-              nullptr);
+        runIp(QStringList{QLatin1String("route"), QLatin1String("del"), QLatin1String("default")} + device);
         return QString();
     }
     // onlink: a gateway outside the subnet is the configurer's affair, as on a panel.
     return runIp(QStringList{QLatin1String("route"), QLatin1String("replace"), QLatin1String("default"),
                              QLatin1String("via"), gateway} +
-                     device + QStringList(QLatin1String("onlink")),
-                 nullptr);
+                 device + QStringList(QLatin1String("onlink")));
 }
 
 } // namespace
@@ -132,11 +135,10 @@ QString setKernelInterface(const QString &name, const QString &address, const QS
         return QString(QLatin1String("\"%1\" is no gateway")).arg(gateway);
     if (address.isEmpty() || address == QLatin1String("0.0.0.0"))
         return runIp({QLatin1String("-4"), QLatin1String("address"), QLatin1String("flush"),
-                      QLatin1String("dev"), name},
-                     nullptr);
+                      QLatin1String("dev"), name});
     if (!isAddress(address) || !isNetmask(netmask))
         return QString(QLatin1String("\"%1\" with netmask \"%2\" is no address")).arg(address, netmask);
-    QString up = runIp({QLatin1String("link"), QLatin1String("set"), name, QLatin1String("up")}, nullptr);
+    QString up = runIp({QLatin1String("link"), QLatin1String("set"), name, QLatin1String("up")});
     if (!up.isEmpty())
         return up;
     QString problem = replaceAddresses(name, address, prefixLength(netmask));

@@ -1,7 +1,7 @@
 #ifndef KERNELNETWORK_H
 #define KERNELNETWORK_H
 
-#include <QString>
+#include <QtCore/QString>
 
 // Gives the real interface of this network namespace the address and makes the gateway its default route,
 // through the `ip` program. An empty or all-zero address leaves it without one, an empty or all-zero gateway
@@ -10,4 +10,4 @@
 QString setKernelInterface(const QString &name, const QString &address, const QString &netmask,
                            const QString &gateway);
 
-#endif
+#endif // KERNELNETWORK_H

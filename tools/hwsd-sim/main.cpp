@@ -1,13 +1,3 @@
-#include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusError>
-#include <QDBusMessage>
-#include <QFile>
-#include <QJsonDocument>
-
-#include <cstdio>
-#include <limits>
-
 #include "busname.h"
 #include "calllog.h"
 #include "control.h"
@@ -16,6 +6,18 @@
 #include "panel.h"
 #include "serviceobject.h"
 #include "terminationsignals.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusError>
+#include <QtDBus/QDBusMessage>
+
+#include <cstdio>
+#include <limits>
 
 namespace
 {
@@ -28,32 +30,31 @@ int failure(const QString &text)
     return Failed;
 }
 
-// Empty when the file's and then the command line's state are in the panel.
-QString loadState(const Options &options, PanelState *state)
+// Lays the file's and then the command line's state over the panel's. Returns an empty text, or the problem.
+QString loadState(const Options &options, PanelState &state)
 {
-    QString error;
     if (!options.stateFile.isEmpty()) {
         QFile file(options.stateFile);
         if (!file.open(QIODevice::ReadOnly))
             return QString(QLatin1String("%1: %2")).arg(options.stateFile, file.errorString());
-        if (!state->mergeText(file.readAll(), &error))
-            return QString(QLatin1String("%1: %2")).arg(options.stateFile, error);
+        const QString problem = state.mergeText(file.readAll());
+        if (!problem.isEmpty())
+            return QString(QLatin1String("%1: %2")).arg(options.stateFile, problem);
     }
-    state->merge(options.state, &error);
-    return error;
+    return state.merge(options.state);
 }
 
-void countRestart(Panel *panel, BusName *name)
+void countRestart(Panel &panel, BusName &name)
 {
-    const QJsonObject document = panel->state.document();
+    const QJsonObject document = panel.state.document();
     const int restarts = document.value(QLatin1String("restarts")).toInt();
     if (restarts < std::numeric_limits<int>::max())
-        panel->state.setSection("restarts", restarts + 1);
+        panel.state.setSection("restarts", restarts + 1);
     const int away = document.value(QLatin1String("restartAwayMs")).toInt(-1);
     // Later, so that the caller gets its reply first.
     if (away >= 0)
         QMetaObject::invokeMethod(
-            name, [name, away]() { name->disappear(away); }, Qt::QueuedConnection);
+            &name, [&name, away]() { name.disappear(away); }, Qt::QueuedConnection);
 }
 
 void announceMouse(const BusName &name, int plugged)
@@ -64,16 +65,16 @@ void announceMouse(const BusName &name, int plugged)
     QDBusConnection(name.connectionName()).send(signal);
 }
 
-// Empty when tests can reach the control object.
-QString exportControl(Control *control, QDBusConnection *connection)
+// Makes the control object reachable for tests. Returns an empty text, or the problem.
+QString exportControl(Control &control, QDBusConnection &connection)
 {
-    if (!connection->isConnected())
-        return connection->lastError().message();
-    if (connection->registerObject(QLatin1String(Control::objectPath()), control,
-                                   QDBusConnection::ExportAllSlots) &&
-        connection->registerService(QLatin1String(Control::serviceName())))
+    if (!connection.isConnected())
+        return connection.lastError().message();
+    if (connection.registerObject(QLatin1String(Control::objectPath()), &control,
+                                  QDBusConnection::ExportAllSlots) &&
+        connection.registerService(QLatin1String(Control::serviceName())))
         return QString();
-    const QString reason = connection->lastError().message();
+    const QString reason = connection.lastError().message();
     return reason.isEmpty()
                ? QString(QLatin1String("the name %1 is taken")).arg(QLatin1String(Control::serviceName()))
                : reason;
@@ -86,17 +87,17 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     Options options;
     const Options::Outcome outcome = options.parse(application.arguments());
-    if (outcome == Options::PrintText) {
+    if (outcome == Options::Outcome::PrintText) {
         std::fputs(qPrintable(options.text), stdout);
         return Ended;
     }
-    if (outcome == Options::UsageError) {
+    if (outcome == Options::Outcome::UsageError) {
         std::fprintf(stderr, "hwsd-sim: %s\nhwsd-sim --help tells more.\n", qPrintable(options.text));
         return Misused;
     }
 
     Panel panel(options.applyToKernel);
-    const QString stateProblem = loadState(options, &panel.state);
+    const QString stateProblem = loadState(options, panel.state);
     if (!stateProblem.isEmpty())
         return failure(stateProblem);
     if (options.printState) {
@@ -106,25 +107,25 @@ int main(int argc, char **argv)
 
     Faults faults;
     CallLog log;
-    ServiceObject service(&panel, &faults, &log);
-    BusName name(options.bus, &service);
-    panel.restart = [&panel, &name]() { countRestart(&panel, &name); };
+    ServiceObject service(panel, faults, log);
+    BusName name(options.bus, service);
+    panel.restart = [&panel, &name]() { countRestart(panel, name); };
     panel.announceMouse = [&name](int plugged) { announceMouse(name, plugged); };
     QObject::connect(&service, &ServiceObject::disappearanceWanted, &name, &BusName::disappear,
                      Qt::QueuedConnection);
 
-    Control control(&panel, &faults, &log, &name);
+    Control control(panel, faults, log, name);
     QDBusConnection controlConnection = options.bus.connect(QLatin1String("control"));
-    QString problem = exportControl(&control, &controlConnection);
+    QString problem = exportControl(control, controlConnection);
     if (problem.isEmpty())
-        name.appear(&problem);
+        problem = name.appear();
     if (!problem.isEmpty())
         return failure(QString(QLatin1String("%1: %2")).arg(options.bus.text(), problem));
     // The library's own announcement; it never travels on the bus.
     controlConnection.connect(QString(), QLatin1String("/org/freedesktop/DBus/Local"),
                               QLatin1String("org.freedesktop.DBus.Local"), QLatin1String("Disconnected"),
                               &name, SLOT(endWithoutBus()));
-    if (!quitOnTerminationSignals(&application))
+    if (!quitOnTerminationSignals(application))
         return failure(QLatin1String("cannot handle signals"));
 
     std::printf("hwsd-sim: ready on %s\n", qPrintable(options.bus.text()));

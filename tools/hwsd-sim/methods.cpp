@@ -1,8 +1,11 @@
 #include "methods.h"
 
-#include <QDBusObjectPath>
-#include <QJsonArray>
-#include <QStringList>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtDBus/QDBusObjectPath>
 
 Handler deviceNumber(const char *key)
 {
@@ -27,7 +30,7 @@ Reply succeed(Panel &, const QVariantList &)
 
 Reply startImageJob(Panel &panel, const QVariantList &)
 {
-    // Wraps long before it can overflow; a job is only a path that nothing stands behind.
+    // Wraps long before it can overflow. A job is a path only: there is no object at it.
     const int job = panel.state.number("device", "imageJobs") % 1000000 + 1;
     panel.state.setNumber("device", "imageJobs", job);
     const QString path = QString(QLatin1String("/ImageJobs/%1")).arg(qAbs(job));

@@ -1,9 +1,11 @@
 #ifndef METHODS_H
 #define METHODS_H
 
-#include <QVariantList>
-
 #include "catalogue.h"
+#include "panel.h"
+#include "reply.h"
+
+#include <QtCore/QVariantList>
 
 // One function per method, or one that makes the function where several methods differ in a name only.
 // The arguments have the catalogue's signature when a function is called.
@@ -81,4 +83,4 @@ Reply setConfig(Panel &panel, const QVariantList &arguments);
 Reply applyConfiguration(Panel &panel, const QVariantList &arguments);
 Reply resetConfiguration(Panel &panel, const QVariantList &arguments);
 
-#endif
+#endif // METHODS_H

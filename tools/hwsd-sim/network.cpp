@@ -1,9 +1,10 @@
 #include "network.h"
 
-#include <QJsonArray>
-
 #include "kernelnetwork.h"
 #include "networkdocument.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonValue>
 
 namespace
 {
@@ -12,11 +13,11 @@ namespace
 const char *const ConfigurableKeys[] = {"label", "ip_address", "netmask", "gateway_ip", "metric", "dhcp"};
 
 // The document's version that this panel's network manager writes.
-constexpr int DocumentVersion = 1;
+const int DocumentVersion = 1;
 
 } // namespace
 
-Network::Network(PanelState *state, bool applyToKernel)
+Network::Network(PanelState &state, bool applyToKernel)
     : m_state(state)
     , m_applyToKernel(applyToKernel)
 {
@@ -24,7 +25,7 @@ Network::Network(PanelState *state, bool applyToKernel)
 
 bool Network::knows(const QString &name) const
 {
-    return m_state->section("interfaces").contains(name);
+    return m_state.section("interfaces").contains(name);
 }
 
 QString Network::interfaceText(const QString &name) const
@@ -35,8 +36,8 @@ QString Network::interfaceText(const QString &name) const
 QString Network::configure(const QString &name, const QString &recordText)
 {
     QJsonObject wanted;
-    QString problem;
-    if (!parseObject(recordText, &wanted, &problem))
+    QString problem = parseObject(recordText, wanted);
+    if (!problem.isEmpty())
         return problem;
     problem = checkInterfaceRecord(wanted, name);
     if (!problem.isEmpty())
@@ -50,22 +51,22 @@ QString Network::configure(const QString &name, const QString &recordText)
 QString Network::documentText() const
 {
     QJsonArray interfaces;
-    const QJsonObject records = m_state->section("interfaces");
+    const QJsonObject records = m_state.section("interfaces");
     for (const auto &each : records)
         interfaces.append(each);
     QJsonObject document;
     document.insert(QLatin1String("version"), DocumentVersion);
     document.insert(QLatin1String("interfaces"), interfaces);
     for (const char *key : {"hostname", "dns", "bridge"})
-        document.insert(QLatin1String(key), m_state->document().value(QLatin1String(key)));
+        document.insert(QLatin1String(key), m_state.document().value(QLatin1String(key)));
     return compactText(document);
 }
 
 QString Network::configureDocument(const QString &text)
 {
     QJsonObject wanted;
-    QString problem;
-    if (!parseObject(text, &wanted, &problem))
+    QString problem = parseObject(text, wanted);
+    if (!problem.isEmpty())
         return problem;
     problem = checkNetworkDocument(wanted);
     if (!problem.isEmpty())
@@ -78,7 +79,7 @@ QString Network::configureDocument(const QString &text)
     }
     for (const char *key : {"hostname", "dns", "bridge"})
         if (wanted.contains(QLatin1String(key)))
-            m_state->setSection(key, wanted.value(QLatin1String(key)));
+            m_state.setSection(key, wanted.value(QLatin1String(key)));
     for (const auto &each : interfaces) {
         const QString name = each.toObject().value(QLatin1String("name")).toString();
         // The whole document comes back with read-only interfaces as they were: not an error.
@@ -107,7 +108,7 @@ QString Network::apply()
 
 QString Network::reset()
 {
-    const QJsonObject factory = m_state->section("factory");
+    const QJsonObject factory = m_state.section("factory");
     const QJsonObject interfaces = factory.value(QLatin1String("interfaces")).toObject();
     for (const QString &name : interfaces.keys()) {
         if (!knows(name))
@@ -122,14 +123,14 @@ QString Network::reset()
     }
     for (const char *key : {"hostname", "dns", "bridge"})
         if (factory.contains(QLatin1String(key)))
-            m_state->setSection(key, factory.value(QLatin1String(key)));
+            m_state.setSection(key, factory.value(QLatin1String(key)));
     setPending(QStringList());
     return QString();
 }
 
 QJsonObject Network::record(const QString &name) const
 {
-    return m_state->section("interfaces").value(name).toObject();
+    return m_state.section("interfaces").value(name).toObject();
 }
 
 void Network::setConfiguration(const QString &name, const QJsonObject &wanted)
@@ -138,9 +139,9 @@ void Network::setConfiguration(const QString &name, const QJsonObject &wanted)
     for (const char *key : ConfigurableKeys)
         if (wanted.contains(QLatin1String(key)))
             configured.insert(QLatin1String(key), wanted.value(QLatin1String(key)));
-    QJsonObject interfaces = m_state->section("interfaces");
+    QJsonObject interfaces = m_state.section("interfaces");
     interfaces.insert(name, configured);
-    m_state->setSection("interfaces", interfaces);
+    m_state.setSection("interfaces", interfaces);
     QStringList names = pending();
     if (!names.contains(name))
         setPending(names << name);
@@ -151,7 +152,7 @@ QJsonObject Network::effectOf(const QString &name, const QJsonObject &configured
 {
     if (!configured.value(QLatin1String("dhcp")).toBool())
         return configured;
-    return m_state->section("leases").value(name).toObject();
+    return m_state.section("leases").value(name).toObject();
 }
 
 QString Network::putIntoEffect(const QString &name, QJsonObject configured)
@@ -170,21 +171,21 @@ QString Network::putIntoEffect(const QString &name, QJsonObject configured)
     configured.insert(QLatin1String("actual_gateway_ip"), gateway);
     configured.insert(QLatin1String("actual_metric"), configured.value(QLatin1String("metric")));
     configured.insert(QLatin1String("configured"), true);
-    QJsonObject interfaces = m_state->section("interfaces");
+    QJsonObject interfaces = m_state.section("interfaces");
     interfaces.insert(name, configured);
-    m_state->setSection("interfaces", interfaces);
+    m_state.setSection("interfaces", interfaces);
     return QString();
 }
 
 QStringList Network::pending() const
 {
     QStringList names;
-    for (const auto &name : m_state->document().value(QLatin1String("pending")).toArray())
+    for (const auto &name : m_state.document().value(QLatin1String("pending")).toArray())
         names << name.toString();
     return names;
 }
 
 void Network::setPending(const QStringList &names)
 {
-    m_state->setSection("pending", QJsonArray::fromStringList(names));
+    m_state.setSection("pending", QJsonArray::fromStringList(names));
 }

@@ -1,11 +1,11 @@
 #ifndef NETWORK_H
 #define NETWORK_H
 
-#include <QJsonObject>
-#include <QString>
-#include <QStringList>
-
 #include "panelstate.h"
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
 
 // The network manager behind the D-Bus methods. Callers configure (ip_address, netmask, gateway_ip, metric,
 // dhcp); applying makes that the actual_ values. In between the interface's name stands in "pending".
@@ -13,8 +13,9 @@
 class Network
 {
 public:
-    // With `applyToKernel` the real interfaces of this network namespace follow.
-    Network(PanelState *state, bool applyToKernel);
+    // With `applyToKernel` the real interfaces of this network namespace follow. The state must outlive this
+    // object.
+    Network(PanelState &state, bool applyToKernel);
 
     bool knows(const QString &name) const;
     QString interfaceText(const QString &name) const;
@@ -34,8 +35,8 @@ private:
     QStringList pending() const;
     void setPending(const QStringList &names);
 
-    PanelState *m_state;
+    PanelState &m_state;
     bool m_applyToKernel;
 };
 
-#endif
+#endif // NETWORK_H

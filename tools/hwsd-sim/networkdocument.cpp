@@ -1,10 +1,14 @@
 #include "networkdocument.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QRegularExpression>
-#include <QSet>
-#include <QStringList>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonValue>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+#include <QtCore/QStringList>
+#include <QtCore/QtGlobal>
+
+#include <cstddef>
 
 namespace
 {
@@ -43,7 +47,7 @@ const KeyType DnsKeys[] = {{"servers", QJsonValue::Array}, {"search", QJsonValue
 const KeyType BridgeKeys[] = {
     {"enabled", QJsonValue::Bool}, {"interfaces", QJsonValue::Array}, {"list", QJsonValue::Array}};
 
-template <size_t Size>
+template <std::size_t Size>
 QString checkTypes(const QJsonObject &object, const KeyType (&keys)[Size])
 {
     for (const KeyType &expected : keys) {
@@ -111,20 +115,16 @@ bool isMacAddress(const QString &text)
     return form.match(text).hasMatch();
 }
 
-bool parseObject(const QString &text, QJsonObject *object, QString *error)
+QString parseObject(const QString &text, QJsonObject &object)
 {
     QJsonParseError parseError;
     const QJsonDocument parsed = QJsonDocument::fromJson(text.toUtf8(), &parseError);
-    if (parseError.error != QJsonParseError::NoError) {
-        *error = parseError.errorString();
-        return false;
-    }
-    if (!parsed.isObject()) {
-        *error = QLatin1String("not a JSON object");
-        return false;
-    }
-    *object = parsed.object();
-    return true;
+    if (parseError.error != QJsonParseError::NoError)
+        return parseError.errorString();
+    if (!parsed.isObject())
+        return QLatin1String("not a JSON object");
+    object = parsed.object();
+    return QString();
 }
 
 QString checkInterfaceRecord(const QJsonObject &record, const QString &name)

@@ -1,12 +1,11 @@
 #ifndef NETWORKDOCUMENT_H
 #define NETWORKDOCUMENT_H
 
-#include <QByteArray>
-#include <QJsonObject>
-#include <QString>
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
 
 // The network manager's JSON texts: building them, and judging the ones that callers send.
-// Every check returns an empty text for a good document, else what is wrong with it.
+// Where these return a problem's text, an empty one means that there is none.
 
 // A dotted quad of four decimal parts, 0 to 255, without signs, blanks or other bases.
 bool isAddress(const QString &text);
@@ -20,8 +19,8 @@ int prefixLength(const QString &netmask);
 // Six pairs of hexadecimal digits with colons between.
 bool isMacAddress(const QString &text);
 
-// Parses a JSON object; what is wrong goes to *error.
-bool parseObject(const QString &text, QJsonObject *object, QString *error);
+// Parses a JSON object into `object`, which stays as it was when the text is none.
+QString parseObject(const QString &text, QJsonObject &object);
 
 // One interface's record; an empty `name` takes the record's own.
 QString checkInterfaceRecord(const QJsonObject &record, const QString &name);
@@ -31,4 +30,4 @@ QString checkNetworkDocument(const QJsonObject &document);
 
 QString compactText(const QJsonObject &object);
 
-#endif
+#endif // NETWORKDOCUMENT_H

@@ -1,9 +1,11 @@
 #include "options.h"
 
-#include <QCommandLineParser>
-
 #include "catalogue.h"
 #include "networkdocument.h"
+
+#include <QtCore/QCommandLineOption>
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QVector>
 
 namespace
 {
@@ -27,9 +29,9 @@ const QVector<InterfaceKey> &interfaceKeys()
     return keys;
 }
 
-constexpr const char *InterfaceFlags[] = {"dhcp", "readonly", "virtual", "hidden", "configured"};
+const char *const InterfaceFlags[] = {"dhcp", "readonly", "virtual", "hidden", "configured"};
 
-QString setInterfaceKey(QJsonObject *record, const QString &option, const QString &value)
+QString setInterfaceKey(QJsonObject &record, const QString &option, const QString &value)
 {
     for (const InterfaceKey &key : interfaceKeys()) {
         if (option != QLatin1String(key.option))
@@ -37,18 +39,18 @@ QString setInterfaceKey(QJsonObject *record, const QString &option, const QStrin
         if (key.accepts && !value.isEmpty() && !key.accepts(value))
             return QString(QLatin1String("\"%1\" is no %2")).arg(value, option);
         for (const QString &recordKey : key.recordKeys)
-            record->insert(recordKey, value);
+            record.insert(recordKey, value);
         return QString();
     }
     return QString(QLatin1String("an interface has no \"%1\"")).arg(option);
 }
 
-QString setInterfacePiece(QJsonObject *record, const QString &piece)
+QString setInterfacePiece(QJsonObject &record, const QString &piece)
 {
     const int equals = static_cast<int>(piece.indexOf(QLatin1Char('=')));
     for (const char *flag : InterfaceFlags) {
         if (piece == QLatin1String(flag)) {
-            record->insert(piece, true);
+            record.insert(piece, true);
             return QString();
         }
     }
@@ -59,8 +61,8 @@ QString setInterfacePiece(QJsonObject *record, const QString &piece)
         return setInterfaceKey(record, piece.left(equals), value);
     bool isNumber = false;
     const int metric = value.toInt(&isNumber);
-    record->insert(QLatin1String("metric"), metric);
-    record->insert(QLatin1String("actual_metric"), metric);
+    record.insert(QLatin1String("metric"), metric);
+    record.insert(QLatin1String("actual_metric"), metric);
     return isNumber ? QString() : QString(QLatin1String("\"%1\" is no metric")).arg(value);
 }
 
@@ -74,16 +76,16 @@ QJsonObject leaseFor(const QJsonObject &record)
     return lease;
 }
 
-void addOptions(QCommandLineParser *parser)
+void addOptions(QCommandLineParser &parser)
 {
-    const auto add = [parser](const char *name, const char *description, const char *value = "") {
-        parser->addOption(
+    const auto add = [&parser](const char *name, const char *description, const char *value = "") {
+        parser.addOption(
             QCommandLineOption(QLatin1String(name), QLatin1String(description), QLatin1String(value)));
     };
-    parser->setApplicationDescription(
+    parser.setApplicationDescription(
         QLatin1String("Simulated platform service of an operator panel, com.zelt.HWSD on D-Bus."));
-    parser->addHelpOption();
-    parser->addVersionOption();
+    parser.addHelpOption();
+    parser.addVersionOption();
     add("system", "Be on the system bus (the default).");
     add("session", "Be on the session bus.");
     add("bus", "Be on the bus at this D-Bus address.", "address");
@@ -91,8 +93,7 @@ void addOptions(QCommandLineParser *parser)
     add("print-state", "Print the panel's state as JSON and end.");
     add("interface",
         "Change or add an interface: NAME[,key=value...][,flag...]; keys address, netmask, gateway, mac, "
-        "label, "
-        "metric; flags dhcp, readonly, virtual, hidden, configured. May be given several times.",
+        "label, metric; flags dhcp, readonly, virtual, hidden, configured. May be given several times.",
         "interface");
     add("address", "IPv4 address of the first --interface, or of eth0.", "address");
     add("netmask", "Netmask of that interface.", "netmask");
@@ -122,18 +123,18 @@ QString helpText(const QCommandLineParser &parser)
 Options::Outcome Options::parse(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    addOptions(&parser);
+    addOptions(parser);
     if (!parser.parse(arguments)) {
         text = parser.errorText();
-        return UsageError;
+        return Outcome::UsageError;
     }
     if (parser.isSet(QLatin1String("help"))) {
         text = helpText(parser);
-        return PrintText;
+        return Outcome::PrintText;
     }
     if (parser.isSet(QLatin1String("version"))) {
         text = QLatin1String("hwsd-sim " HWSD_SIM_VERSION "\n");
-        return PrintText;
+        return Outcome::PrintText;
     }
     if (!parser.positionalArguments().isEmpty())
         text = QString(QLatin1String("What is \"%1\"?")).arg(parser.positionalArguments().first());
@@ -146,7 +147,7 @@ Options::Outcome Options::parse(const QStringList &arguments)
     stateFile = parser.value(QLatin1String("state"));
     applyToKernel = parser.isSet(QLatin1String("apply-to-kernel"));
     printState = parser.isSet(QLatin1String("print-state"));
-    return text.isEmpty() ? Run : UsageError;
+    return text.isEmpty() ? Outcome::Run : Outcome::UsageError;
 }
 
 QString Options::takeBus(const QCommandLineParser &parser)
@@ -155,7 +156,7 @@ QString Options::takeBus(const QCommandLineParser &parser)
     const bool address = parser.isSet(QLatin1String("bus"));
     if (session + address + parser.isSet(QLatin1String("system")) > 1)
         return QLatin1String("Only one of --system, --session and --bus can be meant");
-    bus.kind = session ? Bus::Session : address ? Bus::Address : Bus::System;
+    bus.kind = session ? Bus::Kind::Session : address ? Bus::Kind::Address : Bus::Kind::System;
     bus.address = parser.value(QLatin1String("bus"));
     return QString();
 }
@@ -194,7 +195,7 @@ QString Options::takeInterfaces(const QCommandLineParser &parser)
     QString problem;
     for (const char *option : {"address", "netmask", "gateway", "mac"})
         if (parser.isSet(QLatin1String(option)) && problem.isEmpty())
-            problem = setInterfaceKey(&record, QLatin1String(option), parser.value(QLatin1String(option)));
+            problem = setInterfaceKey(record, QLatin1String(option), parser.value(QLatin1String(option)));
     if (parser.isSet(QLatin1String("dhcp")))
         record.insert(QLatin1String("dhcp"), true);
 
@@ -205,7 +206,7 @@ QString Options::takeInterfaces(const QCommandLineParser &parser)
         const QStringList pieces = one.split(QLatin1Char(','));
         QJsonObject pieced = records.value(pieces.first()).toObject();
         for (int i = 1; i < pieces.size() && problem.isEmpty(); ++i)
-            problem = setInterfacePiece(&pieced, pieces.at(i));
+            problem = setInterfacePiece(pieced, pieces.at(i));
         if (pieces.first().isEmpty() && problem.isEmpty())
             problem = QLatin1String("--interface takes a name first");
         records.insert(pieces.first(), pieced);

@@ -1,17 +1,19 @@
 #ifndef OPTIONS_H
 #define OPTIONS_H
 
-#include <QJsonObject>
-#include <QString>
-#include <QStringList>
-
 #include "busname.h"
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+class QCommandLineParser;
 
 // The command line.
 struct Options {
-    enum Outcome { Run, PrintText, UsageError };
+    enum class Outcome { Run, PrintText, UsageError };
 
-    // PrintText and UsageError leave in `text` what to tell the user.
+    // PrintText and UsageError leave in `text` what to tell the user. To be called once.
     Outcome parse(const QStringList &arguments);
 
     Bus bus;
@@ -22,9 +24,10 @@ struct Options {
     QString text;
 
 private:
-    QString takeBus(const class QCommandLineParser &parser);
-    QString takeState(const class QCommandLineParser &parser);
-    QString takeInterfaces(const class QCommandLineParser &parser);
+    // Each returns an empty text, or what is wrong with the options.
+    QString takeBus(const QCommandLineParser &parser);
+    QString takeState(const QCommandLineParser &parser);
+    QString takeInterfaces(const QCommandLineParser &parser);
 };
 
-#endif
+#endif // OPTIONS_H

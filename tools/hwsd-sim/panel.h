@@ -1,15 +1,15 @@
 #ifndef PANEL_H
 #define PANEL_H
 
-#include <functional>
-
 #include "network.h"
 #include "panelstate.h"
+
+#include <functional>
 
 // What the methods work on: the panel, and the two things that they can make happen outside of it.
 struct Panel {
     explicit Panel(bool applyToKernel)
-        : network(&state, applyToKernel)
+        : network(state, applyToKernel)
     {
     }
     Panel(const Panel &) = delete;
@@ -21,4 +21,4 @@ struct Panel {
     std::function<void(int plugged)> announceMouse;
 };
 
-#endif
+#endif // PANEL_H

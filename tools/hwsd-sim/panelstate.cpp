@@ -1,18 +1,18 @@
 #include "panelstate.h"
 
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QStringList>
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QStringList>
 
 #include <limits>
 
 namespace
 {
 
-constexpr int ChipSize = 256;
+const int ChipSize = 256;
 // Where a panel keeps its identification text in the board's EEPROM.
-constexpr int IdentificationAddress = 0x55;
+const int IdentificationAddress = 0x55;
 
 // Objects that are maps from a name to members of one form; the form is that of the example's first one.
 const char *const Maps[] = {"/interfaces", "/leases", "/factory/interfaces", "/users", "/storage"};
@@ -43,51 +43,51 @@ bool isWholeNumber(const QJsonValue &value)
            number == static_cast<double>(static_cast<int>(number));
 }
 
-bool fits(const QJsonValue &value, const QJsonValue &form, const QString &path, QString *error)
+// Empty when the value has the form's type.
+QString checkValue(const QJsonValue &value, const QJsonValue &form, const QString &path)
 {
     if (value.type() != form.type())
-        *error = QString(QLatin1String("%1 has the wrong type")).arg(path);
-    else if (value.isDouble() && !isWholeNumber(value))
-        *error = QString(QLatin1String("%1 is not a whole 32-bit number")).arg(path);
-    else
-        return true;
-    return false;
+        return QString(QLatin1String("%1 has the wrong type")).arg(path);
+    if (value.isDouble() && !isWholeNumber(value))
+        return QString(QLatin1String("%1 is not a whole 32-bit number")).arg(path);
+    return QString();
 }
 
-bool mergeObject(QJsonObject *target, const QJsonObject &patch, const QJsonObject &form, const QString &path,
-                 QString *error)
+// Empty when all of the patch is in the target.
+QString mergeObject(QJsonObject &target, const QJsonObject &patch, const QJsonObject &form,
+                    const QString &path)
 {
     const bool map = isMap(path);
     for (auto member = patch.begin(); member != patch.end(); ++member) {
         const QString key = member.key();
         const QString memberPath = path + QLatin1Char('/') + key;
         if (map && member.value().isNull()) {
-            target->remove(key);
+            target.remove(key);
             continue;
         }
-        if (!map && !form.contains(key)) {
-            *error = QString(QLatin1String("%1 is not a key of the panel's state")).arg(memberPath);
-            return false;
-        }
+        if (!map && !form.contains(key))
+            return QString(QLatin1String("%1 is not a key of the panel's state")).arg(memberPath);
         const QJsonValue memberForm = map ? form.begin().value() : form.value(key);
-        if (!fits(member.value(), memberForm, memberPath, error))
-            return false;
+        QString problem = checkValue(member.value(), memberForm, memberPath);
+        if (!problem.isEmpty())
+            return problem;
         if (!memberForm.isObject()) {
-            target->insert(key, member.value());
+            target.insert(key, member.value());
             continue;
         }
-        QJsonObject inner = target->value(key).toObject();
-        if (!mergeObject(&inner, member.value().toObject(), memberForm.toObject(), memberPath, error))
-            return false;
-        target->insert(key, inner);
+        QJsonObject inner = target.value(key).toObject();
+        problem = mergeObject(inner, member.value().toObject(), memberForm.toObject(), memberPath);
+        if (!problem.isEmpty())
+            return problem;
+        target.insert(key, inner);
     }
-    return true;
+    return QString();
 }
 
 // An interface's name is its key; the rest of a new one starts as an Ethernet port without an address.
-void completeInterfaces(QJsonObject *document)
+void completeInterfaces(QJsonObject &document)
 {
-    QJsonObject interfaces = document->value(QLatin1String("interfaces")).toObject();
+    QJsonObject interfaces = document.value(QLatin1String("interfaces")).toObject();
     const QJsonObject form = builtInDocument()
                                  .value(QLatin1String("interfaces"))
                                  .toObject()
@@ -108,7 +108,7 @@ void completeInterfaces(QJsonObject *document)
         record.insert(QLatin1String("name"), name);
         interfaces.insert(name, record);
     }
-    document->insert(QLatin1String("interfaces"), interfaces);
+    document.insert(QLatin1String("interfaces"), interfaces);
 }
 
 } // namespace
@@ -118,11 +118,12 @@ PanelState::PanelState()
 {
 }
 
-bool PanelState::merge(const QJsonObject &patch, QString *error)
+QString PanelState::merge(const QJsonObject &patch)
 {
     QJsonObject merged = m_document;
-    if (!mergeObject(&merged, patch, builtInDocument(), QString(), error))
-        return false;
+    QString problem = mergeObject(merged, patch, builtInDocument(), QString());
+    if (!problem.isEmpty())
+        return problem;
     // A new identification text must show, also when the chip was written to before.
     const QJsonObject eeprom = patch.value(QLatin1String("eeprom")).toObject();
     if (eeprom.contains(QLatin1String("text")) && !eeprom.contains(QLatin1String("hex"))) {
@@ -130,24 +131,20 @@ bool PanelState::merge(const QJsonObject &patch, QString *error)
         chipSection.insert(QLatin1String("hex"), QString());
         merged.insert(QLatin1String("eeprom"), chipSection);
     }
-    completeInterfaces(&merged);
+    completeInterfaces(merged);
     m_document = merged;
-    return true;
+    return QString();
 }
 
-bool PanelState::mergeText(const QByteArray &text, QString *error)
+QString PanelState::mergeText(const QByteArray &text)
 {
     QJsonParseError parseError;
     const QJsonDocument parsed = QJsonDocument::fromJson(text, &parseError);
-    if (parseError.error != QJsonParseError::NoError) {
-        *error = QString(QLatin1String("%1 at byte %2")).arg(parseError.errorString()).arg(parseError.offset);
-        return false;
-    }
-    if (!parsed.isObject()) {
-        *error = QLatin1String("the panel's state is a JSON object");
-        return false;
-    }
-    return merge(parsed.object(), error);
+    if (parseError.error != QJsonParseError::NoError)
+        return QString(QLatin1String("%1 at byte %2")).arg(parseError.errorString()).arg(parseError.offset);
+    if (!parsed.isObject())
+        return QLatin1String("the panel's state is a JSON object");
+    return merge(parsed.object());
 }
 
 QJsonObject PanelState::section(const char *name) const

@@ -1,9 +1,10 @@
 #ifndef PANELSTATE_H
 #define PANELSTATE_H
 
-#include <QByteArray>
-#include <QJsonObject>
-#include <QString>
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonObject>
+#include <QtCore/QJsonValue>
+#include <QtCore/QString>
 
 // The whole state of the simulated panel as one JSON document; examples/panel.json is the built-in one
 // and at the same time the description of the form: a merged document may only hold its keys and types.
@@ -16,11 +17,12 @@ public:
 
     // Lays the patch over the state: objects member by member, everything else replaced. In the maps
     // (interfaces, leases, users, storage, factory interfaces) new members may be added and null removes
-    // one. False, with the state unchanged and *error set, when a key or a type is not the form's.
-    bool merge(const QJsonObject &patch, QString *error);
+    // one. Returns an empty text when done; else, with the state unchanged, which key or type is not the
+    // form's.
+    QString merge(const QJsonObject &patch);
 
     // The same, from a file's or a caller's text.
-    bool mergeText(const QByteArray &text, QString *error);
+    QString mergeText(const QByteArray &text);
 
     // Members of the document; an absent one reads as 0 or empty.
     QJsonObject section(const char *name) const;
@@ -38,4 +40,4 @@ private:
     QJsonObject m_document;
 };
 
-#endif
+#endif // PANELSTATE_H

@@ -1,8 +1,9 @@
 #ifndef REPLY_H
 #define REPLY_H
 
-#include <QString>
-#include <QVariantList>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+#include <QtCore/QVariantList>
 
 // A method's result: values in the plain form of wirevalue.h, or an error when errorName is not empty.
 struct Reply {
@@ -12,8 +13,8 @@ struct Reply {
 };
 
 // The service's own results.
-constexpr int Success = 0;
-constexpr int Failure = -1;
+const int Success = 0;
+const int Failure = -1;
 
 inline Reply values(const QVariantList &list)
 {
@@ -35,4 +36,4 @@ inline Reply refusal(const char *name, const QString &text)
     return Reply{QVariantList(), QLatin1String(name), text};
 }
 
-#endif
+#endif // REPLY_H

@@ -1,17 +1,16 @@
 #include "serviceobject.h"
 
-#include <QDBusConnection>
-#include <QDBusError>
-#include <QTimer>
-#include <QVariantMap>
-
 #include "wirevalue.h"
+
+#include <QtCore/QTimer>
+#include <QtCore/QVariantMap>
+#include <QtDBus/QDBusError>
 
 namespace
 {
 
-constexpr char Introspectable[] = "org.freedesktop.DBus.Introspectable";
-constexpr char Properties[] = "org.freedesktop.DBus.Properties";
+const char Introspectable[] = "org.freedesktop.DBus.Introspectable";
+const char Properties[] = "org.freedesktop.DBus.Properties";
 
 // A caller that wants no reply gets none, not even an error.
 void send(const QDBusMessage &reply, const QDBusMessage &call, const QDBusConnection &connection)
@@ -27,7 +26,7 @@ QString withDetail(const char *text, const QString &detail)
 
 } // namespace
 
-ServiceObject::ServiceObject(Panel *panel, Faults *faults, CallLog *log)
+ServiceObject::ServiceObject(Panel &panel, Faults &faults, CallLog &log)
     : m_panel(panel)
     , m_faults(faults)
     , m_log(log)
@@ -38,7 +37,7 @@ bool ServiceObject::handleMessage(const QDBusMessage &call, const QDBusConnectio
 {
     if (call.type() != QDBusMessage::MethodCallMessage)
         return false;
-    m_log->add(call);
+    m_log.add(call);
     const Object *object = findObject(call.path());
     const Method *method = object ? findMethod(*object, call.interface(), call.member()) : nullptr;
     if (method && call.signature() == QLatin1String(method->in)) {
@@ -84,9 +83,9 @@ QDBusMessage ServiceObject::refusalOf(const QDBusMessage &call) const
 void ServiceObject::callMethod(const Method &method, const QDBusMessage &call,
                                const QDBusConnection &connection)
 {
-    const FaultPlan plan = m_faults->take(method);
+    const FaultPlan plan = m_faults.take(method);
     if (plan.disappears) {
-        emit disappearanceWanted(plan.awayMs);
+        Q_EMIT disappearanceWanted(plan.awayMs);
         return;
     }
     if (plan.silent)
@@ -110,7 +109,7 @@ QDBusMessage ServiceObject::replyTo(const QDBusMessage &call, const Method &meth
 {
     if (!plan.errorName.isEmpty())
         return call.createErrorReply(plan.errorName, plan.errorText);
-    const Reply reply = method.handler(*m_panel, fromWire(call.arguments()));
+    const Reply reply = method.handler(m_panel, fromWire(call.arguments()));
     if (!reply.errorName.isEmpty())
         return call.createErrorReply(reply.errorName, reply.errorText);
     Q_ASSERT(signatureOf(reply.values) == QLatin1String(method.out));

@@ -1,26 +1,29 @@
 #ifndef SERVICEOBJECT_H
 #define SERVICEOBJECT_H
 
-#include <QDBusMessage>
-#include <QDBusVirtualObject>
-
 #include "calllog.h"
+#include "catalogue.h"
 #include "faults.h"
 #include "panel.h"
 
-// All objects of the service in one: logs each call, finds its method, lets the faults at it and replies.
+#include <QtCore/QString>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusVirtualObject>
+
+// All objects of the service in one: logs each call, finds its method, applies the faults and replies.
 class ServiceObject : public QDBusVirtualObject
 {
     Q_OBJECT
-
 public:
-    ServiceObject(Panel *panel, Faults *faults, CallLog *log);
+    // All three must outlive this object.
+    ServiceObject(Panel &panel, Faults &faults, CallLog &log);
 
     bool handleMessage(const QDBusMessage &call, const QDBusConnection &connection) override;
     QString introspect(const QString &path) const override;
 
-signals:
-    // A call was met by the fault "disappear".
+Q_SIGNALS:
+    // The fault "disappear" applied to a call.
     void disappearanceWanted(int awayMs);
 
 private:
@@ -28,9 +31,9 @@ private:
     void callMethod(const Method &method, const QDBusMessage &call, const QDBusConnection &connection);
     QDBusMessage replyTo(const QDBusMessage &call, const Method &method, const FaultPlan &plan);
 
-    Panel *m_panel;
-    Faults *m_faults;
-    CallLog *m_log;
+    Panel &m_panel;
+    Faults &m_faults;
+    CallLog &m_log;
 };
 
-#endif
+#endif // SERVICEOBJECT_H

@@ -1,7 +1,7 @@
 #include "terminationsignals.h"
 
-#include <QCoreApplication>
-#include <QSocketNotifier>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QSocketNotifier>
 
 #include <fcntl.h>
 #include <signal.h>
@@ -27,12 +27,13 @@ void onSignal(int)
 
 } // namespace
 
-bool quitOnTerminationSignals(QCoreApplication *application)
+bool quitOnTerminationSignals(QCoreApplication &application)
 {
     if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
         return false;
-    auto *notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, application);
-    QObject::connect(notifier, &QSocketNotifier::activated, application, []() { QCoreApplication::quit(); });
+    // The application owns it.
+    QSocketNotifier *notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &application);
+    QObject::connect(notifier, &QSocketNotifier::activated, &application, []() { QCoreApplication::quit(); });
     struct sigaction action = {};
     action.sa_handler = onSignal;
     action.sa_flags = SA_RESTART;

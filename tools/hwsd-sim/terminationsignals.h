@@ -3,7 +3,8 @@
 
 class QCoreApplication;
 
-// From now on SIGTERM and SIGINT end the application's event loop with 0.
-bool quitOnTerminationSignals(QCoreApplication *application);
+// From now on SIGTERM and SIGINT end the application's event loop with 0. False when the signals cannot be
+// had.
+bool quitOnTerminationSignals(QCoreApplication &application);
 
-#endif
+#endif // TERMINATIONSIGNALS_H

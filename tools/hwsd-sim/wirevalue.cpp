@@ -1,19 +1,19 @@
 #include "wirevalue.h"
 
-#include <QByteArray>
-#include <QDBusArgument>
-#include <QDBusObjectPath>
-#include <QDBusSignature>
-#include <QDBusVariant>
-#include <QJsonArray>
-#include <QMetaType>
-#include <QStringList>
+#include <QtCore/QByteArray>
+#include <QtCore/QJsonArray>
+#include <QtCore/QMetaType>
+#include <QtCore/QStringList>
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusObjectPath>
+#include <QtDBus/QDBusSignature>
+#include <QtDBus/QDBusVariant>
 
 namespace
 {
 
 // libdbus lets nothing deeper than 64 levels through; the guard only keeps that from being relied on.
-constexpr int DeepestLevel = 70;
+const int DeepestLevel = 70;
 
 bool isStructure(const QVariant &value)
 {
@@ -148,26 +148,26 @@ QVariant sampleOfBasic(QChar type)
 }
 
 // Takes complete types from `position` up to the end, or up to the bracket that closes a structure.
-bool sampleFrom(const QString &signature, int *position, int level, QVariantList *values)
+bool sampleFrom(const QString &signature, int &position, int level, QVariantList &values)
 {
-    while (*position < signature.size()) {
-        const QChar type = signature.at((*position)++);
+    while (position < signature.size()) {
+        const QChar type = signature.at(position++);
         if (type == QLatin1Char(')'))
-            return level > 0 && !values->isEmpty();
+            return level > 0 && !values.isEmpty();
         if (type == QLatin1Char('(')) {
             QVariantList fields;
-            if (level > 30 || !sampleFrom(signature, position, level + 1, &fields))
+            if (level > 30 || !sampleFrom(signature, position, level + 1, fields))
                 return false;
-            *values << QVariant(fields);
+            values << QVariant(fields);
         } else if (type == QLatin1Char('a')) {
-            if (*position >= signature.size() || signature.at((*position)++) != QLatin1Char('y'))
+            if (position >= signature.size() || signature.at(position++) != QLatin1Char('y'))
                 return false;
-            *values << QByteArray("unexpected");
+            values << QByteArray("unexpected");
         } else {
             const QVariant basic = sampleOfBasic(type);
             if (!basic.isValid())
                 return false;
-            *values << basic;
+            values << basic;
         }
     }
     return level == 0;
@@ -240,9 +240,9 @@ QVariantList withShortArrays(const QVariantList &values, int bytes)
     return cut;
 }
 
-bool sampleOf(const QString &signature, QVariantList *values)
+bool sampleOf(const QString &signature, QVariantList &values)
 {
     int position = 0;
-    values->clear();
-    return sampleFrom(signature, &position, 0, values);
+    values.clear();
+    return sampleFrom(signature, position, 0, values);
 }

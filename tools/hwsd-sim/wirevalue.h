@@ -1,10 +1,10 @@
 #ifndef WIREVALUE_H
 #define WIREVALUE_H
 
-#include <QJsonValue>
-#include <QString>
-#include <QVariant>
-#include <QVariantList>
+#include <QtCore/QJsonValue>
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+#include <QtCore/QVariantList>
 
 // The values of a D-Bus message in one plain form, so that a fault can work on any reply alike:
 //   y uchar, b bool, i int, u uint, t qulonglong, s QString, o QDBusObjectPath, ay QByteArray,
@@ -28,6 +28,6 @@ QVariantList withShortArrays(const QVariantList &values, int bytes);
 
 // Some value of each type in the signature. Takes y b i u t s o ay and structures of them;
 // false when the signature holds anything else.
-bool sampleOf(const QString &signature, QVariantList *values);
+bool sampleOf(const QString &signature, QVariantList &values);
 
-#endif
+#endif // WIREVALUE_H
