@@ -9,7 +9,7 @@ void buildIdentityReply(MvdpDatagram &datagram)
     MvdpIdentity identity;
     identity.partitionVersion = platform->partitionVersion();
     platform->refreshNetworkState();
-    platform->systemInfo(identity.systemInfo);
+    platform->systemInfo(identity.description);
     identity.ipAddress = platform->ipAddress();
     identity.netmask = platform->netmask();
     identity.gateway = platform->gateway();

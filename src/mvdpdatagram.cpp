@@ -21,7 +21,7 @@ MvdpIdentity::MvdpIdentity()
     , gateway(0)
     , macAddress()
     , partitionVersion(0)
-    , systemInfo()
+    , description()
 {
 }
 
@@ -74,7 +74,7 @@ void MvdpDatagram::setIdentity(const MvdpIdentity &identity)
     setNumber32(PartitionVersion, identity.partitionVersion);
     std::memset(m_bytes + Reserved38, 0, Fixed40 - Reserved38);
     std::memcpy(m_bytes + Fixed40, Fixed40Bytes, sizeof Fixed40Bytes);
-    std::memcpy(m_bytes + SystemInfo, identity.systemInfo, SystemInfoSize);
+    std::memcpy(m_bytes + Description, identity.description, DescriptionSize);
     std::memset(m_bytes + Reserved108, 0, sizeof m_bytes - Reserved108);
 }
 

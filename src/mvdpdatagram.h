@@ -32,7 +32,7 @@ struct MvdpIdentity {
     std::uint32_t gateway;
     std::uint8_t macAddress[6];
     std::uint32_t partitionVersion; // 0: could not be read
-    char systemInfo[64];            // Latin-1, not terminated, padded with zero bytes
+    char description[64];           // Latin-1, not terminated, padded with zero bytes
 
     MvdpIdentity();
 };
@@ -43,19 +43,19 @@ struct MvdpIdentity {
 class MvdpDatagram
 {
 public:
-    enum Limits : std::size_t { Size = 256, MacAddressSize = 6, SystemInfoSize = 64 };
+    enum Limits : std::size_t { Size = 256, MacAddressSize = 6, DescriptionSize = 64 };
 
     // UDP port and IPv4 multicast group (224.0.5.128) of the protocol, both in host byte order.
     enum : std::uint16_t { Port = 58553 };
     enum : std::uint32_t { MulticastGroup = 0xE0000580u };
 
-    // The layout: offset of each field, in the order of the bytes.
+    // The layout: offset of each field, in the order of the bytes. docs/protocol.md names the fields.
     enum Offset : std::size_t {
         Magic = 0,             //  4  5E 13 06 03
         Version = 4,           //  1  requests: 2 or greater; replies: 4
         PacketType = 5,        //  1  MvdpPacketType
         Command = 6,           //  1  MvdpCommand
-        Unused = 7,            //  1  travels back as it came
+        Tag = 7,               //  1  travels back as it came
         IpAddress = 8,         //  4
         Netmask = 12,          //  4
         Gateway = 16,          //  4
@@ -65,7 +65,7 @@ public:
         PartitionVersion = 34, //  4
         Reserved38 = 38,       //  2  00 00
         Fixed40 = 40,          //  4  00 00 02 00
-        SystemInfo = 44,       // 64  text, zero padded
+        Description = 44,      // 64  text, zero padded
         Reserved108 = 108,     // to the end: zero
     };
 
@@ -103,10 +103,10 @@ public:
     bool hasMacAddress(const std::uint8_t *mac) const;
 
     std::uint32_t partitionVersion() const { return number32(PartitionVersion); }
-    // SystemInfoSize bytes, not terminated.
-    const char *systemInfo() const { return reinterpret_cast<const char *>(m_bytes + SystemInfo); }
+    // DescriptionSize bytes, not terminated.
+    const char *description() const { return reinterpret_cast<const char *>(m_bytes + Description); }
 
-    // Rewrites every byte but packet type, command and the unused one into a panel's identity reply.
+    // Rewrites every byte but packet type, command and tag into a panel's identity reply.
     void setIdentity(const MvdpIdentity &identity);
 
 private:

@@ -208,7 +208,7 @@ void checkAccessors(const Bytes &bytes, const MvdpDatagram &datagram)
     REQUIRE(datagram.hasMacAddress(bytes.data() + 20));
     REQUIRE(std::memcmp(datagram.macAddress(), bytes.data() + 20, 6) == 0);
     REQUIRE(datagram.partitionVersion() == number(bytes, 34));
-    REQUIRE(std::memcmp(datagram.systemInfo(), bytes.data() + 44, 64) == 0);
+    REQUIRE(std::memcmp(datagram.description(), bytes.data() + 44, 64) == 0);
 }
 
 // An identity of the input's own bytes, written and read.
@@ -220,7 +220,7 @@ void checkIdentity(const Bytes &bytes, MvdpDatagram &datagram)
     identity.gateway = number(bytes, 136);
     identity.partitionVersion = number(bytes, 140);
     std::memcpy(identity.macAddress, bytes.data() + 144, sizeof identity.macAddress);
-    std::memcpy(identity.systemInfo, bytes.data() + 192, sizeof identity.systemInfo);
+    std::memcpy(identity.description, bytes.data() + 192, sizeof identity.description);
     datagram.setIdentity(identity);
 
     Bytes expected = expectedIdentity(bytes);

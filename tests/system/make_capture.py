@@ -133,8 +133,8 @@ STALE = [
     from_panel("identity reply with rests",
                IDENTITY[:32] + b"\x32\x00" + IDENTITY[34:38] + b"\x00\x39" + IDENTITY[40:60] + b"\x51\x4d" +
                IDENTITY[62:110] + b"\x01" + IDENTITY[111:255] + b"\x02"),
-    from_panel("identity reply with other fixed bytes", IDENTITY[:30] + b"\x8e" + IDENTITY[31:]),
-    from_panel("identity reply with another fixed number", IDENTITY[:42] + b"\x03" + IDENTITY[43:]),
+    from_panel("identity reply with another fixed identity", IDENTITY[:30] + b"\x8e" + IDENTITY[31:]),
+    from_panel("identity reply with other fixed bytes 40", IDENTITY[:42] + b"\x03" + IDENTITY[43:]),
 ]
 
 MALFORMED = [

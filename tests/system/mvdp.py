@@ -7,18 +7,18 @@ Written from the wire format alone: a mistake in the service's own codec must no
          4      1  protocol version (replies: 4)
          5      1  packet type: 1 request, 2 reply, 3 reply to a setting that was not applied
          6      1  command
-         7      1  free, echoed
+         7      1  tag, comes back
          8      4  IPv4 address, least significant byte first
         12      4  netmask, likewise
         16      4  gateway, likewise
         20      6  MAC address, in transmission order
-        26      6  58 02 0F 27 8D 01
-        32      2  zero
+        26      6  fixed identity 58 02 0F 27 8D 01
+        32      2  reserved 32, zero
         34      4  partition version, least significant byte first
-        38      2  zero
-        40      4  00 00 02 00
+        38      2  reserved 38, zero
+        40      4  fixed bytes 40: 00 00 02 00
         44     64  description, Latin-1, filled with zeros
-       108    148  zero
+       108    148  reserved 108, zero
 """
 
 import enum
@@ -27,6 +27,8 @@ SIZE = 256
 PORT = 58553
 GROUP = "224.0.5.128"
 MAGIC = bytes.fromhex("5e130603")
+FIXED_IDENTITY = bytes.fromhex("58020f278d01")
+FIXED_40 = bytes.fromhex("00000200")
 REQUEST, REPLY, NOT_APPLIED = 1, 2, 3
 
 
@@ -90,9 +92,9 @@ def identity(*, packet_type=REPLY, command=Command.DISCOVER, tag=0, address, net
     """The identity reply that a panel with these properties gives; `description` is bytes."""
     fields = ((0, MAGIC), (4, bytes((4, packet_type, command, tag))), (8, address_bytes(address)),
               (12, address_bytes(netmask)), (16, address_bytes(gateway)), (20, mac_bytes(mac)),
-              (26, bytes.fromhex("58020f278d01")),
+              (26, FIXED_IDENTITY),
               (34, bytes(partition_version >> shift & 0xff for shift in (0, 8, 16, 24))),
-              (40, bytes.fromhex("00000200")), (44, description))
+              (40, FIXED_40), (44, description))
     data = bytearray(SIZE)
     for offset, content in fields:
         data[offset:offset + len(content)] = content

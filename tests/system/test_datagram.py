@@ -12,23 +12,23 @@ DISCOVERY = bytes.fromhex(
     "02"        # protocol version
     "01"        # request
     "01"        # discover
-    "5a"        # free byte, comes back
+    "5a"        # tag, comes back
 ) + bytes(248)
 DISCOVERY_REPLY = bytes.fromhex(
     "5e130603"      # magic
     "04"            # protocol version
     "02"            # reply
     "01"            # discover
-    "5a"            # free byte
+    "5a"            # tag
     "050aa8c0"      # address 192.168.10.5, last octet first
     "00ffffff"      # netmask 255.255.255.0
     "010aa8c0"      # gateway 192.168.10.1
     "001a2b3c4d5e"  # MAC address, in its own order
-    "58020f278d01"  # 600, 9999, 397
+    "58020f278d01"  # fixed identity
     "0000"
     "0738ea01"      # partition version 0x01EA3807: "01" "234" "56" "7"
     "0000"
-    "00000200"
+    "00000200"      # fixed bytes 40
     "514d3431332d4a44353632"  # "QM413-JD562"
 ) + bytes(53) + bytes(148)    # the rest of the description's 64 bytes; the rest of the datagram
 

@@ -189,8 +189,8 @@ def test_a_description_cannot_steer_a_terminal(frames):
     ("type 3 to a discovery", {"bad_type": "Type 3 answers only command 5"}),
     ("echo of type 2", {"bad_type": "An echo comes back with type 1"}),
     ("command 3", {"bad_command": "Unknown command: panels drop it"}),
-    ("identity reply with other fixed bytes", {"fixed": "Not the bytes of an identity reply"}),
-    ("identity reply with another fixed number", {"fixed": "Not the bytes of an identity reply"}),
+    ("identity reply with another fixed identity", {"fixed": "Not the bytes of an identity reply"}),
+    ("identity reply with other fixed bytes 40", {"fixed": "Not the bytes of an identity reply"}),
 ])
 def test_remarks(frames, remarked, name, expected):
     ((remark, text),) = expected.items()

@@ -169,10 +169,11 @@ def test_raw(fleet):
     assert codes(results) == [DONE] * 3
     text, document, table = results
     assert text.lines == ["Reply from 192.168.9.0 by unicast on eth0",
-                          "  magic 5e130603, version 4, type 2 (reply), command 4 (identify), byte 7 00",
+                          "  magic 5e130603, version 4, type 2 (reply), command 4 (identify), tag 00",
                           "  address 192.168.9.0, netmask 255.255.248.0, gateway 192.168.8.1",
                           "  MAC address 02:00:5e:20:00:00",
-                          "  identity 58 02 0f 27 8d 01, capability 00 00 02 00, version 1.234.56.7",
+                          "  fixed identity 58 02 0f 27 8d 01, partition version 1.234.56.7",
+                          "  fixed bytes 40: 00 00 02 00",
                           "  description 'QM413-JD562'",
                           "    0  5e 13 06 03 04 02 04 00 00 09 a8 c0 00 f8 ff ff",
                           "   16  01 08 a8 c0 02 00 5e 20 00 00 58 02 0f 27 8d 01",
@@ -194,7 +195,7 @@ def test_raw_that_changes_the_panel(fleet):
     assert codes(results) == [DONE] * 3
     text, document, table = results
     assert text.lines[:3] == ["Reply from 192.168.9.0 by unicast on eth0",
-                              "  magic 5e130603, version 4, type 2 (reply), command 5 (set address), byte 7 00",
+                              "  magic 5e130603, version 4, type 2 (reply), command 5 (set address), tag 00",
                               "  address 192.168.9.70, netmask 255.255.248.0, gateway 0.0.0.0"]
     assert document.json["replies"] == [{**members(1, address="192.168.9.71", gateway="0.0.0.0"), "command": 5,
                                          "type": 2, "bytes": reply_bytes("05", 1, "4709a8c0", "00000000")}]

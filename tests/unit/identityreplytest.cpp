@@ -50,7 +50,7 @@ void IdentityReplyTest::replyTellsWhatThePanelIs()
                                                     "0000"             //  32
                                                     "0738EA01"         //  34 version 01 234 56 7
                                                     "0000"             //  38
-                                                    "00000200")        //  40 fixed
+                                                    "00000200")        //  40 fixed bytes 40
                                 + "QM413-JD562" + QByteArray(53, '\0') //  44 description
                                 + QByteArray(148, '\0');               // 108 zero to the end
     QCOMPARE(replyTo('\xEE'), expected);

@@ -35,7 +35,7 @@ MvdpIdentity exampleIdentity()
     const std::uint8_t mac[6] = {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E};
     std::memcpy(identity.macAddress, mac, sizeof mac);
     identity.partitionVersion = 0x01EA3807u;
-    std::memcpy(identity.systemInfo, "QM413-JD562", 11);
+    std::memcpy(identity.description, "QM413-JD562", 11);
     return identity;
 }
 
@@ -54,8 +54,8 @@ private slots:
     void numbersAreLittleEndian();
     void settersTouchOnlyTheirField();
     void identityReplyIsLiteral();
-    void identityLeavesTypeCommandAndUnusedByte();
-    void fullSystemInfoFillsItsBlockAndNoMore();
+    void identityLeavesTypeCommandAndTag();
+    void fullDescriptionFillsItsBlockAndNoMore();
     void emptyIdentityIsZeroWhereNothingIsFixed();
     void macAddressDiffersInEveryByte_data();
     void macAddressDiffersInEveryByte();
@@ -174,7 +174,7 @@ void MvdpDatagramTest::identityReplyIsLiteral()
                                                     "04"           //   4 version
                                                     "02"           //   5 type: reply
                                                     "01"           //   6 command, as it came
-                                                    "EE"           //   7 as it came
+                                                    "EE"           //   7 tag, as it came
                                                     "0100A8C0"     //   8 192.168.0.1
                                                     "00FFFFFF"     //  12 255.255.255.0
                                                     "FE00A8C0"     //  16 192.168.0.254
@@ -183,14 +183,14 @@ void MvdpDatagramTest::identityReplyIsLiteral()
                                                     "0000"         //  32
                                                     "0738EA01"     //  34 partition version, low byte first
                                                     "0000"         //  38
-                                                    "00000200")    //  40 fixed
+                                                    "00000200")    //  40 fixed bytes 40
                                 + "QM413-JD562" + QByteArray(53, '\0') //  44 description, 64 bytes
                                 + QByteArray(148, '\0');               // 108 zero to the end
     QCOMPARE(expected.size(), 256);
     QCOMPARE(bytesOf(datagram), expected);
 }
 
-void MvdpDatagramTest::identityLeavesTypeCommandAndUnusedByte()
+void MvdpDatagramTest::identityLeavesTypeCommandAndTag()
 {
     MvdpDatagram datagram = filledWith('\xEE');
     datagram.data()[5] = 3;
@@ -200,15 +200,15 @@ void MvdpDatagramTest::identityLeavesTypeCommandAndUnusedByte()
     QCOMPARE(bytesOf(datagram).mid(5, 3), QByteArray::fromHex("0305A7"));
 }
 
-void MvdpDatagramTest::fullSystemInfoFillsItsBlockAndNoMore()
+void MvdpDatagramTest::fullDescriptionFillsItsBlockAndNoMore()
 {
     MvdpIdentity identity = exampleIdentity();
-    std::memset(identity.systemInfo, '\xFF', sizeof identity.systemInfo);
+    std::memset(identity.description, '\xFF', sizeof identity.description);
     MvdpDatagram datagram = filledWith('\xEE');
     datagram.setIdentity(identity);
     QCOMPARE(bytesOf(datagram).mid(40),
              QByteArray::fromHex("00000200") + QByteArray(64, '\xFF') + QByteArray(148, '\0'));
-    QCOMPARE(QByteArray(datagram.systemInfo(), 64), QByteArray(64, '\xFF'));
+    QCOMPARE(QByteArray(datagram.description(), 64), QByteArray(64, '\xFF'));
 }
 
 void MvdpDatagramTest::emptyIdentityIsZeroWhereNothingIsFixed()

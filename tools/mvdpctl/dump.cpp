@@ -66,24 +66,24 @@ QString fieldLines(const MvdpDatagram &datagram, std::size_t length)
         if (end <= length)
             lines << QStringLiteral("  ") + line;
     };
-    add(8, QStringLiteral("magic %1, version %2, type %3 (%4), command %5 (%6), byte 7 %7")
+    add(8, QStringLiteral("magic %1, version %2, type %3 (%4), command %5 (%6), tag %7")
                .arg(QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(bytes), 4).toHex()))
                .arg(bytes[MvdpDatagram::Version])
                .arg(datagram.packetType())
                .arg(typeName(datagram.packetType()))
                .arg(datagram.command())
                .arg(QLatin1String(commandName(datagram.command())))
-               .arg(hex(bytes + MvdpDatagram::Unused, 1)));
+               .arg(hex(bytes + MvdpDatagram::Tag, 1)));
     add(20,
         QStringLiteral("address %1, netmask %2, gateway %3")
             .arg(ipv4Text(datagram.ipAddress()), ipv4Text(datagram.netmask()), ipv4Text(datagram.gateway())));
     MacAddress mac;
     std::copy_n(datagram.macAddress(), mac.size(), mac.begin());
     add(26, QStringLiteral("MAC address %1").arg(macText(mac)));
-    add(44, QStringLiteral("identity %1, capability %2, version %3")
-                .arg(hex(bytes + MvdpDatagram::FixedIdentity, 6), hex(bytes + MvdpDatagram::Fixed40, 4),
-                     ipv4Text(datagram.partitionVersion())));
+    add(38, QStringLiteral("fixed identity %1, partition version %2")
+                .arg(hex(bytes + MvdpDatagram::FixedIdentity, 6), ipv4Text(datagram.partitionVersion())));
+    add(44, QStringLiteral("fixed bytes 40: %1").arg(hex(bytes + MvdpDatagram::Fixed40, 4)));
     add(108, QStringLiteral("description '%1'")
-                 .arg(cleanText(datagram.systemInfo(), MvdpDatagram::SystemInfoSize)));
+                 .arg(cleanText(datagram.description(), MvdpDatagram::DescriptionSize)));
     return lines.join(QLatin1Char('\n'));
 }

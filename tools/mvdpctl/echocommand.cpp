@@ -57,7 +57,7 @@ Request EchoRun::nextRequest()
 {
     Request request = Request::toAll(MvdpCommand::Echo);
     std::uniform_int_distribution<int> byte(0, 255);
-    for (std::size_t offset = MvdpDatagram::Unused; offset < MvdpDatagram::Size; ++offset)
+    for (std::size_t offset = MvdpDatagram::Tag; offset < MvdpDatagram::Size; ++offset)
         request.datagram.data()[offset] = static_cast<std::uint8_t>(byte(m_random));
     return request;
 }

@@ -25,7 +25,7 @@ Panel Panel::fromReply(const Received &reply)
     panel.netmask = datagram.netmask();
     panel.gateway = datagram.gateway();
     panel.partitionVersion = datagram.partitionVersion();
-    panel.description = cleanText(datagram.systemInfo(), MvdpDatagram::SystemInfoSize);
+    panel.description = cleanText(datagram.description(), MvdpDatagram::DescriptionSize);
     panel.source = reply.source;
     panel.interfaceIndex = reply.interfaceIndex;
     panel.way = reply.way;

@@ -26,26 +26,26 @@ local f = {
     version = ProtoField.uint8("mvdp.version", "Protocol version"),
     type = ProtoField.uint8("mvdp.type", "Packet type", base.DEC, TYPES),
     command = ProtoField.uint8("mvdp.command", "Command", base.DEC, COMMANDS),
-    tag = ProtoField.uint8("mvdp.tag", "Tag", base.HEX, nil, nil, "Free for the asker, comes back"),
+    tag = ProtoField.uint8("mvdp.tag", "Tag", base.HEX, nil, nil, "Chosen by the tool, comes back"),
     address = ProtoField.ipv4("mvdp.address", "IPv4 address"),
     netmask = ProtoField.ipv4("mvdp.netmask", "Netmask"),
     gateway = ProtoField.ipv4("mvdp.gateway", "Gateway"),
     mac = ProtoField.ether("mvdp.mac", "MAC address"),
-    identity = ProtoField.bytes("mvdp.identity", "Identity"),
+    identity = ProtoField.bytes("mvdp.identity", "Fixed identity"),
     identity1 = ProtoField.uint16("mvdp.identity.1", "First number"),
     identity2 = ProtoField.uint16("mvdp.identity.2", "Second number"),
     identity3 = ProtoField.uint16("mvdp.identity.3", "Third number"),
-    reserved32 = ProtoField.bytes("mvdp.reserved32", "Zero"),
+    reserved32 = ProtoField.bytes("mvdp.reserved32", "Reserved 32"),
     partition = ProtoField.uint32("mvdp.partition", "Partition version", base.HEX),
     partition_w = ProtoField.uint8("mvdp.partition.ww", "WW"),
     partition_x = ProtoField.uint8("mvdp.partition.xxx", "XXX"),
     partition_y = ProtoField.uint8("mvdp.partition.yy", "YY"),
     partition_z = ProtoField.uint8("mvdp.partition.z", "Z"),
-    reserved38 = ProtoField.bytes("mvdp.reserved38", "Zero"),
-    fixed = ProtoField.uint32("mvdp.fixed", "Fixed number", base.DEC),
+    reserved38 = ProtoField.bytes("mvdp.reserved38", "Reserved 38"),
+    fixed = ProtoField.uint32("mvdp.fixed", "Fixed bytes 40", base.DEC),
     description = ProtoField.string("mvdp.description", "Description"),
-    reserved108 = ProtoField.bytes("mvdp.reserved108", "Zero"),
-    reserved140 = ProtoField.bytes("mvdp.reserved140", "Zero"),
+    reserved108 = ProtoField.bytes("mvdp.reserved108", "Reserved 108"),
+    reserved140 = ProtoField.bytes("mvdp.reserved140", "Reserved 108, from 140"),
     payload = ProtoField.bytes("mvdp.payload", "Payload"),
     unused = ProtoField.bytes("mvdp.unused", "Without meaning here"),
     cut = ProtoField.bytes("mvdp.cut", "Cut field"),
@@ -424,7 +424,8 @@ local function mark_stale(tree, tvb, first, behind, reason)
     end
 end
 
--- A panel writes every byte of an identity reply but three, so nothing of the request can be left in it.
+-- A panel writes every byte of an identity reply but packet type, command and tag, so that nothing else of the
+-- request can be left in it.
 local function check_identity_reply(tree, tvb)
     local reason = "an identity reply has zeros here"
     local text_ends = raw(tvb, 44, 108):find("\0", 1, true)

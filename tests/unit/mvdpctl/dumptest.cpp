@@ -40,9 +40,8 @@ void DumpTest::fieldsBeyondTheLengthAreLeftOut()
 {
     MvdpDatagram datagram;
     datagram.setRequestHeader(MvdpCommand::Discover);
-    QCOMPARE(
-        fieldLines(datagram, 8),
-        QStringLiteral("  magic 5e130603, version 2, type 1 (request), command 1 (discover), byte 7 00"));
+    QCOMPARE(fieldLines(datagram, 8),
+             QStringLiteral("  magic 5e130603, version 2, type 1 (request), command 1 (discover), tag 00"));
     QCOMPARE(fieldLines(datagram, 7), QString());
     QVERIFY(fieldLines(datagram, 20).endsWith(QStringLiteral("gateway 0.0.0.0")));
 }
@@ -50,7 +49,7 @@ void DumpTest::fieldsBeyondTheLengthAreLeftOut()
 void DumpTest::hostileDescriptionIsClean()
 {
     MvdpDatagram datagram;
-    std::memcpy(datagram.data() + MvdpDatagram::SystemInfo, "a\x1b[2J\nb\x9b", 8);
+    std::memcpy(datagram.data() + MvdpDatagram::Description, "a\x1b[2J\nb\x9b", 8);
     QVERIFY(fieldLines(datagram, MvdpDatagram::Size).endsWith(QStringLiteral("description 'a?[2J?b?'")));
 }
 
