@@ -2,6 +2,7 @@
 #define HWSDTYPES_H
 
 #include <QtCore/QMetaType>
+#include <QtCore/QtGlobal>
 #include <QtDBus/QDBusArgument>
 
 // The structured types of the platform service, named as it names them. Both are packed byte records; a

@@ -1,6 +1,7 @@
 #ifndef JSONLIBRARIES_H
 #define JSONLIBRARIES_H
 
+#include <json/reader.h>
 #include <json/writer.h>
 
 #include <nlohmann/json.hpp>
@@ -14,7 +15,7 @@
 
 // Each library as its users use it: from text in memory to a tree and back, indented by tabs.
 
-/** src/json has no other entrance than a stream; so the stream's making counts. */
+// src/json reads from streams only, so the time to make a stream counts.
 struct OwnJson {
     typedef json::Object Tree;
 

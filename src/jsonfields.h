@@ -8,6 +8,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QtGlobal>
 
+#include <string>
+
 // Functions that all records use to read and write JSON. Text is converted to and from Latin-1; a character
 // outside it becomes a question mark.
 

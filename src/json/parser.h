@@ -8,6 +8,7 @@
 #include "scalars.h"
 #include "scanner.h"
 #include "source.h"
+#include "unknownelement.h"
 #include "unknownelementimpl.h"
 
 #include <cstddef>

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <fstream>
+#include <ios>
 #include <istream>
 #include <sstream>
 #include <streambuf>

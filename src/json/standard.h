@@ -18,6 +18,7 @@
 #include <deque>
 #include <fstream>
 #include <iomanip>
+#include <ios>
 #include <iostream>
 #include <istream>
 #include <limits>

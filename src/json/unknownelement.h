@@ -2,6 +2,7 @@
 #define JSON_UNKNOWNELEMENT_H
 
 #include "scalars.h"
+#include "visitor.h"
 
 #include <cstddef>
 #include <string>

@@ -4,8 +4,11 @@
 // The operations of UnknownElement that need to know the containers.
 
 #include "array.h"
+#include "exception.h"
 #include "object.h"
+#include "scalars.h"
 #include "unknownelement.h"
+#include "visitor.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -6,6 +6,7 @@
 #include "numbers.h"
 
 #include <iomanip>
+#include <ios>
 #include <ostream>
 #include <string>
 #include <type_traits>

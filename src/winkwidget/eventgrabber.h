@@ -9,6 +9,7 @@
 #include <QtCore/QTimer>
 
 class QEvent;
+class QWidget;
 
 // Receives the wink requests (winkrequest.h), which are plain events of type QEvent::User, and shows the
 // notice until five seconds after the last one. Lives on the thread that made it, the GUI thread.

@@ -7,6 +7,8 @@
 
 #include <memory>
 
+class QShowEvent;
+
 namespace Ui
 {
 class winkHorWidget;

@@ -6,6 +6,7 @@
 #include <json/reader.h>
 #include <json/writer.h>
 
+#include <istream>
 #include <sstream>
 #include <string>
 

@@ -10,6 +10,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 // Walks an object as a record's reading is to do, and tells what has to come of it but the values: how many

@@ -7,6 +7,7 @@
 #include "support/messagecatcher.h"
 #include "support/namespaces.h"
 #include "support/panel.h"
+#include "support/testbuses.h"
 
 #include <QApplication>
 #include <QtTest>

@@ -4,6 +4,7 @@
 #include "mvdpdatagram.h"
 
 #include "support/panel.h"
+#include "support/testbuses.h"
 
 #include <QtTest>
 

@@ -3,11 +3,15 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QIODevice>
 #include <QList>
+#include <QString>
 
 #include <json/reader.h>
 #include <json/writer.h>
 
+#include <cstddef>
+#include <istream>
 #include <sstream>
 #include <string>
 

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 #include <QThread>
+#include <QVariant>
 #include <QVariantList>
 #include <QWaitCondition>
 

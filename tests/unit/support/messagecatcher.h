@@ -2,6 +2,7 @@
 #define MESSAGECATCHER_H
 
 #include <QMutex>
+#include <QString>
 #include <QStringList>
 #include <QtGlobal>
 

@@ -1,7 +1,7 @@
 #ifndef PANEL_H
 #define PANEL_H
 
-#include "testbuses.h"
+#include "fakeservice.h"
 
 #include <QString>
 

@@ -1,6 +1,7 @@
 #ifndef FORMTEXT_H
 #define FORMTEXT_H
 
+#include <QString>
 #include <QStringList>
 
 class QLabel;

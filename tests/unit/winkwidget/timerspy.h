@@ -6,6 +6,8 @@
 #include <QPointer>
 #include <QTimer>
 
+class QEvent;
+
 // Finds the timers of the code under test, which are nobody's children: it notes each QTimer of the GUI
 // thread that runs out while the spy lives.
 class TimerSpy : public QObject
