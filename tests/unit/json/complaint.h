@@ -5,7 +5,7 @@
 
 #include <json/elements.h>
 
-/** What a json::Exception from the use says; "no exception" without one. */
+// What a json::Exception from the use says; "no exception" without one.
 template <typename Use>
 QByteArray complaint(Use use)
 {
@@ -17,7 +17,7 @@ QByteArray complaint(Use use)
     return "no exception";
 }
 
-/** For the checked access that a non-const element would take for a conversion. */
+// For the checked access that a non-const element would take for a conversion.
 inline const json::UnknownElement &asConst(const json::UnknownElement &element)
 {
     return element;

@@ -5,7 +5,7 @@
 #include <streambuf>
 #include <string>
 
-/** Gives one byte at a time and no memory of it: nothing can be put back, looked at twice or set back. */
+// Gives one byte at a time and no memory of it: nothing can be put back, looked at twice or set back.
 class DrippingBuffer : public std::streambuf
 {
 public:
@@ -15,7 +15,7 @@ public:
     {
     }
 
-    /** How many bytes were taken. */
+    // How many bytes were taken.
     std::size_t taken() const { return m_taken; }
 
 protected:

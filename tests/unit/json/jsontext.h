@@ -28,7 +28,7 @@ inline QByteArray toBytes(const std::string &text)
     return QByteArray(text.data(), static_cast<int>(text.size()));
 }
 
-/** A fresh value of this kind as read from the text; throws what the Reader throws. */
+// A fresh value of this kind as read from the text; throws what the Reader throws.
 template <typename T>
 T read(const std::string &text)
 {
@@ -46,7 +46,7 @@ QByteArray written(const T &value)
     return toBytes(stream.str());
 }
 
-/** How reading the text into the value ends: "ok", or the kind of the error and its message. */
+// How reading the text into the value ends: "ok", or the kind of the error and its message.
 template <typename T>
 QByteArray outcome(T &value, std::istream &stream)
 {
@@ -67,7 +67,7 @@ QByteArray outcome(T &value, const std::string &text)
     return outcome(value, stream);
 }
 
-/** Undoes the tables' escapes: \n \t \r \" \\ and three octal digits. */
+// Undoes the tables' escapes: \n \t \r \" \\ and three octal digits.
 inline QByteArray unescaped(const QByteArray &field)
 {
     QByteArray bytes;
@@ -99,7 +99,7 @@ inline QByteArray unescaped(const QByteArray &field)
     return bytes;
 }
 
-/** The lines of a table, each split at its tabs and still escaped; empty when it cannot be read. */
+// The lines of a table, each split at its tabs and still escaped; empty when it cannot be read.
 inline QList<QList<QByteArray>> table(const char *fileName)
 {
     QList<QList<QByteArray>> lines;
