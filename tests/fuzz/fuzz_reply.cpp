@@ -12,6 +12,7 @@
 #include "fuzztarget.h"
 
 #include "csv.h"
+#include "csvrow.h"
 #include "dump.h"
 #include "marks.h"
 #include "output.h"

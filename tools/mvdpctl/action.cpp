@@ -89,13 +89,16 @@ std::vector<Destination> ActionRun::provenWay(const Panel &panel)
 
 void ActionRun::report(const Panel &panel, bool isDone)
 {
-    const QJsonObject result = {
-        {QStringLiteral("command"), QLatin1String(m_action.name)},
-        {QStringLiteral("result"), isDone ? QStringLiteral("done") : QStringLiteral("no answer")}};
-    if (m_session.format == Format::Text && isDone)
-        m_session.terminal.say(QString::fromLatin1(m_action.done).arg(panelLabel(panel)));
+    const QStringList columns = {QStringLiteral("command"), QStringLiteral("result")};
+    m_session.writer->record(
+        columns + panelColumns(),
+        {{QStringLiteral("command"), QLatin1String(m_action.name)},
+         {QStringLiteral("result"), isDone ? QStringLiteral("done") : QStringLiteral("no answer")},
+         {QStringLiteral("panel"), m_session.json(panel)}});
+    if (isDone)
+        m_session.writer->say(QString::fromLatin1(m_action.done).arg(panelLabel(panel)));
     else
-        printResult(result, panel, m_session.format, m_session.interfaceNames(), m_session.terminal);
+        m_session.writer->print(panelDetails(panel, m_session.interfaceNames()));
     m_session.noteIgnored();
     if (isDone)
         return;

@@ -139,13 +139,6 @@ std::optional<std::chrono::milliseconds> Arguments::seconds(const char *option) 
     return std::chrono::milliseconds(std::lround(value * 1000));
 }
 
-Format Arguments::format() const
-{
-    if (isSet("json") && isSet("csv"))
-        throwUsage(QStringLiteral("--json and --csv exclude each other"));
-    return isSet("json") ? Format::Json : isSet("csv") ? Format::Csv : Format::Text;
-}
-
 TransportOptions Arguments::transportOptions() const
 {
     TransportOptions options;

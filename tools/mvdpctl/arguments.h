@@ -21,8 +21,6 @@ struct Option {
     bool isRepeatable = false;
 };
 
-enum class Format { Text, Json, Csv };
-
 // What a command line may hold, for one command.
 struct Grammar {
     std::vector<Option> options; // besides the common ones
@@ -52,8 +50,6 @@ public:
     // Seconds, with a decimal point if need be.
     std::optional<std::chrono::milliseconds> seconds(const char *option) const;
 
-    // --json, --csv or neither.
-    Format format() const;
     TransportOptions transportOptions() const;
     Patience patience(int rounds, std::chrono::milliseconds timeout) const;
 

@@ -11,25 +11,6 @@ namespace
 const int FieldLimit = 64;
 const std::size_t RecordLimit = 10000;
 
-bool isFormula(const QString &text)
-{
-    static const QString starts = QStringLiteral("=+-@");
-    return !text.isEmpty() && starts.contains(text.at(0));
-}
-
-QString csvField(const QString &text)
-{
-    QString field = isFormula(text) ? QLatin1Char('\'') + text : text;
-    const bool needsQuotes = std::any_of(field.cbegin(), field.cend(), [](QChar character) {
-        return character == QLatin1Char(',') || character == QLatin1Char(';') ||
-               character == QLatin1Char('"') || character < QLatin1Char(' ');
-    });
-    if (!needsQuotes)
-        return field;
-    field.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-    return QLatin1Char('"') + field + QLatin1Char('"');
-}
-
 bool isSeparator(QChar character)
 {
     return character == QLatin1Char(',') || character == QLatin1Char(';') || character == QLatin1Char('\t');
@@ -161,14 +142,6 @@ void CsvReader::fail(int line, const char *what)
 }
 
 } // namespace
-
-QString csvLine(const QStringList &fields)
-{
-    QStringList written;
-    for (const QString &field : fields)
-        written << csvField(field);
-    return written.join(QLatin1Char(',')) + QLatin1Char('\n');
-}
 
 std::vector<CsvRecord> csvRecords(const QString &text)
 {

@@ -6,10 +6,6 @@
 
 #include <vector>
 
-// One record and its line end. Fields are quoted where they must be. A text that a spreadsheet would take for
-// a formula gets an apostrophe in front: descriptions come from the network.
-QString csvLine(const QStringList &fields);
-
 struct CsvRecord {
     int line; // on which it begins, counted from 1
     QStringList fields;

@@ -3,73 +3,33 @@
 #include "session.h"
 
 #include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
 
 #include <algorithm>
 
 namespace
 {
 
-const QString MarksMember = QStringLiteral("marks");
-
-// The panels in their order, each with its marks.
-std::vector<QJsonObject> markedPanels(const PanelList &panels, const Session &session)
+void report(const PanelList &panels, Session &session)
 {
-    const std::vector<Marks> marks = marksOf(panels, session.transport.interfaces());
-    std::vector<QJsonObject> objects;
-    for (const Panel &panel : panels.sorted()) {
-        QJsonObject object = session.json(panel);
-        object.insert(MarksMember, QJsonArray::fromStringList(markNames(marks[objects.size()])));
-        objects.push_back(object);
+    const auto &interfaces = session.transport.interfaces();
+    const std::vector<Panel> sorted = panels.sorted();
+    const std::vector<Marks> marks = marksOf(panels, interfaces);
+    const QString marksMember = QStringLiteral("marks");
+    Writer &writer = *session.writer;
+    writer.beginList(panelColumns() << marksMember, QStringLiteral("panels"));
+    for (std::size_t index = 0; index < sorted.size(); ++index) {
+        QJsonObject record = session.json(sorted[index]);
+        record.insert(marksMember, QJsonArray::fromStringList(markNames(marks[index])));
+        writer.add(record);
     }
-    return objects;
-}
-
-void printJson(const PanelList &panels, Session &session)
-{
-    QJsonArray list;
-    for (const QJsonObject &panel : markedPanels(panels, session))
-        list.append(panel);
-    const QJsonObject document = {{QStringLiteral("panels"), list},
-                                  {QStringLiteral("ignored"), session.exchange.ignored()}};
-    session.terminal.printJson(QJsonDocument(document).toJson());
-}
-
-void printCsv(const PanelList &panels, Session &session)
-{
-    const QStringList columns = panelColumns() << MarksMember;
-    session.terminal.printCsv(columns);
-    for (const QJsonObject &panel : markedPanels(panels, session))
-        session.terminal.printCsv(csvFields(panel, columns));
-}
-
-void printTable(const PanelList &panels, Session &session)
-{
+    writer.endList(session.exchange.ignored());
     if (panels.isEmpty())
         return;
-    Terminal &terminal = session.terminal;
-    const auto &interfaces = session.transport.interfaces();
-    for (const QString &line : panelTable(panels.sorted(), marksOf(panels, interfaces), terminal.columns()))
-        terminal.print(line);
-    terminal.note(panels.size() == 1 ? QStringLiteral("1 panel.")
-                                     : QStringLiteral("%1 panels.").arg(panels.size()));
+    writer.print(panelTable(sorted, marks, session.terminal.columns()));
+    writer.note(panels.size() == 1 ? QStringLiteral("1 panel.")
+                                   : QStringLiteral("%1 panels.").arg(panels.size()));
     for (const QString &note : markNotes(panels, interfaces))
-        terminal.note(note);
-}
-
-void print(const PanelList &panels, Session &session)
-{
-    switch (session.format) {
-    case Format::Text:
-        printTable(panels, session);
-        break;
-    case Format::Json:
-        printJson(panels, session);
-        break;
-    case Format::Csv:
-        printCsv(panels, session);
-        break;
-    }
+        writer.note(note);
 }
 
 // The given addresses, or every way out. `expected` gets those that each have one panel to answer.
@@ -104,7 +64,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     const Search search = searchOf(addresses, session, expected);
     const PanelList panels = discoverPanels(session.exchange, terminal, search);
 
-    print(panels, session);
+    report(panels, session);
     session.noteIgnored();
     if (panels.isEmpty())
         throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"),

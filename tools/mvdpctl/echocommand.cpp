@@ -4,8 +4,6 @@
 #include "session.h"
 #include "target.h"
 
-#include <QtCore/QJsonDocument>
-
 #include <algorithm>
 #include <random>
 
@@ -16,13 +14,11 @@ namespace
 class EchoRun
 {
 public:
-    EchoRun(Exchange &exchange, Terminal &terminal, std::uint32_t target,
-            std::vector<Destination> destinations, bool printLines)
+    EchoRun(Exchange &exchange, Writer &writer, std::uint32_t target, std::vector<Destination> destinations)
         : m_exchange(exchange)
-        , m_terminal(terminal)
+        , m_writer(writer)
         , m_target(target)
         , m_destinations(std::move(destinations))
-        , m_printLines(printLines)
     {
     }
 
@@ -41,10 +37,9 @@ private:
     };
 
     Exchange &m_exchange;
-    Terminal &m_terminal;
+    Writer &m_writer;
     std::uint32_t m_target;
     std::vector<Destination> m_destinations;
-    bool m_printLines;
     // Ctrl-C ends the command with its statistics, as people know it from ping.
     InterruptGuard m_guard;
     std::mt19937 m_random{std::random_device{}()};
@@ -118,8 +113,7 @@ void EchoRun::take(const Received &received)
 
 void EchoRun::sayLine(const Received &received, const QString &what)
 {
-    if (m_printLines)
-        m_terminal.print(QStringLiteral("%1: %2").arg(ipv4Text(received.source), what));
+    m_writer.print({QStringLiteral("%1: %2").arg(ipv4Text(received.source), what)});
 }
 
 QStringList columns()
@@ -130,24 +124,41 @@ QStringList columns()
             QStringLiteral("mostMs")};
 }
 
-void print(const EchoStatistics &statistics, const Panel &panel, Session &session)
+QJsonObject json(const EchoStatistics &statistics, const Panel &panel)
 {
-    const QJsonObject document =
-        merged(statistics.json(), {{QStringLiteral("mac"), macText(panel.mac)},
-                                   {QStringLiteral("address"), ipv4Text(panel.source)}});
-    switch (session.format) {
-    case Format::Json:
-        session.terminal.printJson(QJsonDocument(document).toJson());
-        break;
-    case Format::Csv:
-        session.terminal.printCsv(columns());
-        session.terminal.printCsv(csvFields(document, columns()));
-        break;
-    case Format::Text:
-        for (const QString &line : statistics.lines())
-            session.terminal.print(line);
+    QJsonObject object = {{QStringLiteral("mac"), macText(panel.mac)},
+                          {QStringLiteral("address"), ipv4Text(panel.source)},
+                          {QStringLiteral("sent"), statistics.sent()},
+                          {QStringLiteral("answered"), statistics.answered()},
+                          {QStringLiteral("lost"), statistics.lost()},
+                          {QStringLiteral("altered"), statistics.altered()},
+                          {QStringLiteral("duplicates"), statistics.duplicates()}};
+    if (statistics.answered() > 0) {
+        object.insert(QStringLiteral("leastMs"), statistics.least());
+        object.insert(QStringLiteral("meanMs"), statistics.mean());
+        object.insert(QStringLiteral("mostMs"), statistics.most());
     }
-    session.noteIgnored();
+    return object;
+}
+
+QStringList lines(const EchoStatistics &statistics)
+{
+    const int sent = statistics.sent();
+    QString counts = QStringLiteral("%1 sent, %2 came back, %3 lost (%4 %)")
+                         .arg(sent)
+                         .arg(statistics.answered())
+                         .arg(statistics.lost())
+                         .arg(sent == 0 ? 0 : 100 * statistics.lost() / sent);
+    if (statistics.altered() > 0)
+        counts += QStringLiteral(", %1 altered").arg(statistics.altered());
+    if (statistics.duplicates() > 0)
+        counts += QStringLiteral(", %1 more than once").arg(statistics.duplicates());
+    if (statistics.answered() == 0)
+        return {counts};
+    return {counts, QStringLiteral("round trip %1 / %2 / %3 ms (least, mean, most)")
+                        .arg(statistics.least(), 0, 'f', 2)
+                        .arg(statistics.mean(), 0, 'f', 2)
+                        .arg(statistics.most(), 0, 'f', 2)};
 }
 
 // The panel has been heard in the search, so neither its power nor its cable is to blame.
@@ -185,10 +196,11 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     const std::uint32_t address = session.through().value_or(panel.source);
     if (!session.through() && !arguments.isSet("interface"))
         requireRoute(address);
-    EchoRun echo(session.exchange, terminal, address, session.transport.towards(address),
-                 session.format == Format::Text);
+    EchoRun echo(session.exchange, *session.writer, address, session.transport.towards(address));
     const EchoStatistics statistics = echo.run(count, interval, timeout);
-    print(statistics, panel, session);
+    session.writer->record(columns(), json(statistics, panel));
+    session.writer->print(lines(statistics));
+    session.noteIgnored();
     if (statistics.altered() > 0)
         throw Failure{
             ExitCode::NetworkTrouble,

@@ -1,9 +1,6 @@
 #ifndef ECHOSTATISTICS_H
 #define ECHOSTATISTICS_H
 
-#include <QtCore/QJsonObject>
-#include <QtCore/QStringList>
-
 // Counts of echoes and their round-trip times, in milliseconds.
 class EchoStatistics
 {
@@ -13,17 +10,19 @@ public:
     void addDuplicate() { ++m_duplicates; }
     void addAltered() { ++m_altered; }
 
+    int sent() const { return m_sent; }
     int answered() const { return m_answered; }
+    int lost() const;
     int altered() const { return m_altered; }
+    int duplicates() const { return m_duplicates; }
     bool isComplete() const { return m_answered + m_altered >= m_sent; }
 
-    QStringList lines() const;
-    QJsonObject json() const;
+    // Of those that were answered, at least one.
+    double least() const { return m_least; }
+    double mean() const { return m_sum / m_answered; }
+    double most() const { return m_most; }
 
 private:
-    int lost() const;
-    double mean() const { return m_sum / m_answered; }
-
     int m_sent = 0;
     int m_answered = 0;
     int m_duplicates = 0;

@@ -2,8 +2,6 @@
 #include "session.h"
 #include "target.h"
 
-#include <QtCore/QJsonDocument>
-
 namespace
 {
 
@@ -16,23 +14,6 @@ std::optional<Panel> identify(const Panel &found, Session &session)
     return answer ? std::optional<Panel>(Panel::fromReply(*answer)) : std::nullopt;
 }
 
-void print(const Panel &panel, Session &session)
-{
-    const QJsonObject object = session.json(panel);
-    switch (session.format) {
-    case Format::Json:
-        session.terminal.printJson(QJsonDocument(object).toJson());
-        break;
-    case Format::Csv:
-        session.terminal.printCsv(panelColumns());
-        session.terminal.printCsv(csvFields(object, panelColumns()));
-        break;
-    case Format::Text:
-        for (const QString &line : panelDetails(panel, session.interfaceNames()))
-            session.terminal.print(line);
-    }
-}
-
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
     const TargetName name = targetFromText(arguments.words().first());
@@ -43,7 +24,8 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     if (!panel)
         throw Failure{ExitCode::NoAnswer, QStringLiteral("%1 is not heard any more").arg(panelLabel(found)),
                       session.exchange.noAnswerAdvice()};
-    print(*panel, session);
+    session.writer->record(panelColumns(), session.json(*panel));
+    session.writer->print(panelDetails(*panel, session.interfaceNames()));
     session.noteIgnored();
     return ExitCode::Done;
 }

@@ -1,13 +1,11 @@
 #include "output.h"
 
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
+#include "setter.h"
+
 #include <QtCore/QJsonValue>
-#include <QtCore/QLocale>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 namespace
 {
@@ -46,14 +44,6 @@ QString line(const Row &row, const std::array<int, ColumnCount> &widths, int col
     if (columns == 0)
         return text + last;
     return text + cutTo(last, std::max(LeastDescription, columns - static_cast<int>(text.size())));
-}
-
-// As JSON has them: every digit, and whole ones without an exponent.
-QString numberText(double number)
-{
-    const double exactWhole = 9007199254740992.0; // 2 to the power of 53
-    const bool isWhole = std::abs(number) <= exactWhole && std::trunc(number) == number;
-    return QString::number(number, isWhole ? 'f' : 'g', isWhole ? 0 : QLocale::FloatingPointShortest);
 }
 
 } // namespace
@@ -127,48 +117,25 @@ QStringList panelColumns()
             QStringLiteral("way")};
 }
 
-QStringList csvFields(const QJsonObject &object, const QStringList &columns)
+QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const WantedSettings &wanted,
+                        const std::optional<Panel> &panel, const InterfaceNames &interfaceName)
 {
-    QStringList fields;
-    for (const QString &column : columns) {
-        const QJsonValue value = object.value(column);
-        if (value.isArray()) {
-            QStringList parts;
-            for (const QJsonValue part : value.toArray())
-                parts << part.toString();
-            fields << parts.join(QLatin1Char(' '));
-        } else if (value.isDouble()) {
-            fields << numberText(value.toDouble());
-        } else {
-            fields << value.toString();
-        }
-    }
-    return fields;
+    const auto textOrNull = [](std::optional<std::uint32_t> address) {
+        return address ? QJsonValue(ipv4Text(*address)) : QJsonValue();
+    };
+    return {
+        {QStringLiteral("mac"), macText(mac)},
+        {QStringLiteral("result"), QLatin1String(outcomeName(outcome))},
+        {QStringLiteral("wantedAddress"), textOrNull(wanted.address)},
+        {QStringLiteral("wantedNetmask"), textOrNull(wanted.netmask)},
+        {QStringLiteral("wantedGateway"), textOrNull(wanted.gateway)},
+        {QStringLiteral("panel"), panel ? QJsonValue(panelJson(*panel, interfaceName)) : QJsonValue()},
+    };
 }
 
-QJsonObject merged(QJsonObject object, const QJsonObject &others)
+QStringList outcomeColumns()
 {
-    for (auto member = others.begin(); member != others.end(); ++member)
-        object.insert(member.key(), member.value());
-    return object;
-}
-
-void printResult(const QJsonObject &result, const Panel &panel, Format format,
-                 const InterfaceNames &interfaceName, Terminal &terminal)
-{
-    const QJsonObject facts = panelJson(panel, interfaceName);
-    switch (format) {
-    case Format::Json:
-        terminal.printJson(QJsonDocument(merged(result, {{QStringLiteral("panel"), facts}})).toJson());
-        break;
-    case Format::Csv: {
-        const QStringList columns = result.keys() + panelColumns();
-        terminal.printCsv(columns);
-        terminal.printCsv(csvFields(merged(result, facts), columns));
-        break;
-    }
-    case Format::Text:
-        for (const QString &each : panelDetails(panel, interfaceName))
-            terminal.print(each);
-    }
+    return QStringList{QStringLiteral("mac"), QStringLiteral("result"), QStringLiteral("wantedAddress"),
+                       QStringLiteral("wantedNetmask"), QStringLiteral("wantedGateway")} +
+           panelColumns().mid(1);
 }

@@ -1,17 +1,19 @@
 #ifndef OUTPUT_H
 #define OUTPUT_H
 
-#include "arguments.h"
 #include "marks.h"
 #include "panel.h"
-#include "terminal.h"
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 #include <functional>
+#include <optional>
 #include <vector>
+
+enum class Outcome;
+struct WantedSettings;
 
 // Turns the number of an interface into its name.
 using InterfaceNames = std::function<QString(unsigned)>;
@@ -32,16 +34,10 @@ QJsonObject panelJson(const Panel &panel, const InterfaceNames &interfaceName);
 
 // The names of panelJson() in their order as CSV columns.
 QStringList panelColumns();
-// The values of an object in the order of the columns, for CSV: null and missing ones empty, lists with
-// blanks.
-QStringList csvFields(const QJsonObject &object, const QStringList &columns);
-
-// The members of both.
-QJsonObject merged(QJsonObject object, const QJsonObject &others);
-
-// The outcome for one panel: an object with the members of `result` and "panel" as JSON, their columns one
-// after the other as CSV; as text the panel alone, for the sentence about it is the caller's.
-void printResult(const QJsonObject &result, const Panel &panel, Format format,
-                 const InterfaceNames &interfaceName, Terminal &terminal);
+// What became of new settings for one panel. Of a panel that was not found only the MAC address is known, and
+// what of its settings was to change.
+QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const WantedSettings &wanted,
+                        const std::optional<Panel> &panel, const InterfaceNames &interfaceName);
+QStringList outcomeColumns();
 
 #endif // OUTPUT_H

@@ -7,9 +7,6 @@
 #include "setter.h"
 #include "whereabouts.h"
 
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-
 #include <algorithm>
 #include <map>
 #include <set>
@@ -55,7 +52,6 @@ private:
     std::vector<std::pair<MacAddress, std::vector<std::uint32_t>>> m_addresses;
     std::map<Outcome, int> m_counts;
     std::map<std::pair<Outcome, QString>, int> m_advice; // how many panels need which
-    QJsonArray m_results;
 };
 
 PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
@@ -68,8 +64,7 @@ PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
 
 ExitCode PlanRun::run()
 {
-    if (m_session.format == Format::Csv)
-        m_session.terminal.printCsv(outcomeColumns());
+    m_session.writer->beginList(outcomeColumns(), QStringLiteral("results"));
     const InterruptGuard guard;
     m_session.terminal.hint(QStringLiteral("Ctrl-C ends after the panel in hand, a second one at once."));
     int number = 0;
@@ -129,32 +124,18 @@ void PlanRun::report(const PlanStep &step, const SetResult &result)
     if (outcomeCode(outcome) != ExitCode::Done)
         ++m_advice[{outcome, result.advice}];
     const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
-    const QJsonObject object = outcomeJson(outcome, step.entry.mac, wanted, step.now, m_session);
-    switch (m_session.format) {
-    case Format::Json:
-        m_results.append(object);
-        break;
-    case Format::Csv:
-        m_session.terminal.printCsv(outcomeFields(object));
-        break;
-    case Format::Text: {
-        QString text = macText(step.entry.mac) + QStringLiteral("  ") + QLatin1String(outcomeName(outcome));
-        // What it was before the settings were sent is no news of it.
-        const bool isSilent = outcome == Outcome::NoAnswer || outcome == Outcome::Unverified;
-        if (step.now && (result.isHeard || !isSilent))
-            text = text.leftJustified(ResultColumns) + toldText(step);
-        m_session.terminal.print(text);
-    }
-    }
+    m_session.writer->add(outcomeJson(outcome, step.entry.mac, wanted, step.now, m_session.interfaceNames()));
+    QString text = macText(step.entry.mac) + QStringLiteral("  ") + QLatin1String(outcomeName(outcome));
+    // What it was before the settings were sent is no news of it.
+    const bool isSilent = outcome == Outcome::NoAnswer || outcome == Outcome::Unverified;
+    if (step.now && (result.isHeard || !isSilent))
+        text = text.leftJustified(ResultColumns) + toldText(step);
+    m_session.writer->print({text});
 }
 
 void PlanRun::conclude()
 {
-    if (m_session.format == Format::Json) {
-        const QJsonObject document = {{QStringLiteral("results"), m_results},
-                                      {QStringLiteral("ignored"), m_session.exchange.ignored()}};
-        m_session.terminal.printJson(QJsonDocument(document).toJson());
-    }
+    m_session.writer->endList(m_session.exchange.ignored());
     const auto total = m_plan.steps.size();
     const auto good = m_counts[Outcome::Applied] + m_counts[Outcome::AlreadySo];
     m_session.terminal.note(QStringLiteral("%1 of %2 panels are as planned.").arg(good).arg(total));

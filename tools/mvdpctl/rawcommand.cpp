@@ -3,9 +3,6 @@
 #include "dump.h"
 #include "session.h"
 
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-
 #include <algorithm>
 
 namespace
@@ -69,57 +66,41 @@ void confirm(const Request &request, const Arguments &arguments, Terminal &termi
     askConsent(arguments, terminal, what + QStringLiteral(": send it?"));
 }
 
-QStringList columns()
+void report(const Received &reply, const Session &session)
 {
-    return QStringList{QStringLiteral("command"), QStringLiteral("type"), QStringLiteral("bytes")} +
-           panelColumns();
-}
-
-QJsonObject replyJson(const Received &reply, const Session &session)
-{
-    const QByteArray bytes(reinterpret_cast<const char *>(reply.datagram.data()), MvdpDatagram::Size);
-    QJsonObject object = session.json(Panel::fromReply(reply));
-    object.insert(QStringLiteral("command"), reply.datagram.command());
-    object.insert(QStringLiteral("type"), reply.datagram.packetType());
-    object.insert(QStringLiteral("bytes"), QString::fromLatin1(bytes.toHex()));
-    return object;
-}
-
-void printReply(const Received &reply, Session &session)
-{
-    if (session.format == Format::Csv)
-        return session.terminal.printCsv(csvFields(replyJson(reply, session), columns()));
-    session.terminal.print(QStringLiteral("Reply from %1 by %2 on %3")
+    const MvdpDatagram &datagram = reply.datagram;
+    const QByteArray bytes(reinterpret_cast<const char *>(datagram.data()), MvdpDatagram::Size);
+    QJsonObject record = session.json(Panel::fromReply(reply));
+    record.insert(QStringLiteral("command"), datagram.command());
+    record.insert(QStringLiteral("type"), datagram.packetType());
+    record.insert(QStringLiteral("bytes"), QString::fromLatin1(bytes.toHex()));
+    session.writer->add(record);
+    session.writer->print({QStringLiteral("Reply from %1 by %2 on %3")
                                .arg(ipv4Text(reply.source), wayName(reply.way),
-                                    session.transport.interfaceName(reply.interfaceIndex)));
-    session.terminal.print(fieldLines(reply.datagram, MvdpDatagram::Size));
-    session.terminal.print(hexLines(reply.datagram.data(), MvdpDatagram::Size));
+                                    session.transport.interfaceName(reply.interfaceIndex)),
+                           fieldLines(datagram, MvdpDatagram::Size),
+                           hexLines(datagram.data(), MvdpDatagram::Size)});
 }
 
-struct Replies {
-    QJsonArray list;
-    bool anyRefused = false;
-};
-
-Replies exchangeDatagrams(const Request &request, Session &session)
+// Sends the request and reports the replies: Refused when any of them is a refusal, NoAnswer without any.
+ExitCode exchangeDatagrams(const Request &request, Session &session)
 {
     const auto to = session.through();
     const auto destinations = to ? session.transport.towards(*to) : session.transport.limitedBroadcasts();
     const Patience patience = session.arguments.patience(1, std::chrono::seconds(2));
-    Replies replies;
+    ExitCode code = ExitCode::NoAnswer;
     for (int round = 1; round <= patience.rounds; ++round) {
         session.exchange.send(request, destinations);
         const auto deadline = Clock::now() + patience.timeout;
         while (const auto reply = session.exchange.nextAnswer(request, deadline)) {
-            replies.anyRefused =
-                replies.anyRefused ||
+            const bool isRefusal =
                 reply->datagram.packetType() == static_cast<std::uint8_t>(MvdpPacketType::ReplyNotApplied);
-            replies.list.append(replyJson(*reply, session));
-            if (session.format != Format::Json)
-                printReply(*reply, session);
+            if (code != ExitCode::Refused)
+                code = isRefusal ? ExitCode::Refused : ExitCode::Done;
+            report(*reply, session);
         }
     }
-    return replies;
+    return code;
 }
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
@@ -127,18 +108,14 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     const Request request = requestFrom(arguments);
     confirm(request, arguments, terminal);
     Session session(arguments, terminal);
-    if (session.format == Format::Csv)
-        terminal.printCsv(columns());
-    const Replies replies = exchangeDatagrams(request, session);
-    if (session.format == Format::Json) {
-        const QJsonObject document = {{QStringLiteral("replies"), replies.list},
-                                      {QStringLiteral("ignored"), session.exchange.ignored()}};
-        terminal.printJson(QJsonDocument(document).toJson());
-    }
+    const QStringList columns = {QStringLiteral("command"), QStringLiteral("type"), QStringLiteral("bytes")};
+    session.writer->beginList(columns + panelColumns(), QStringLiteral("replies"));
+    const ExitCode code = exchangeDatagrams(request, session);
+    session.writer->endList(session.exchange.ignored());
     session.noteIgnored();
-    if (replies.list.isEmpty())
-        throw Failure{ExitCode::NoAnswer, QStringLiteral("no answer"), session.exchange.noAnswerAdvice()};
-    return replies.anyRefused ? ExitCode::Refused : ExitCode::Done;
+    if (code == ExitCode::NoAnswer)
+        throw Failure{code, QStringLiteral("no answer"), session.exchange.noAnswerAdvice()};
+    return code;
 }
 
 } // namespace

@@ -16,7 +16,7 @@ const std::chrono::milliseconds LongestSearchRound = std::chrono::seconds(2);
 Session::Session(const Arguments &commandLine, Terminal &ownTerminal)
     : arguments(commandLine)
     , terminal(ownTerminal)
-    , format(commandLine.format())
+    , writer(makeWriter(commandLine, ownTerminal))
     , transport(commandLine.transportOptions())
     , exchange(transport, ownTerminal)
 {

@@ -6,8 +6,11 @@
 #include "output.h"
 #include "terminal.h"
 #include "transport.h"
+#include "writer.h"
 
 #include <QtCore/QJsonObject>
+
+#include <memory>
 
 // --to, of every command that talks to one panel.
 inline constexpr Option ThroughOption = {"to", "ADDRESS",
@@ -22,7 +25,7 @@ public:
 
     const Arguments &arguments;
     Terminal &terminal;
-    const Format format;
+    const std::unique_ptr<Writer> writer;
     Transport transport;
     Exchange exchange;
 

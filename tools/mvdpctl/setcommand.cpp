@@ -6,8 +6,6 @@
 #include "target.h"
 #include "whereabouts.h"
 
-#include <QtCore/QJsonDocument>
-
 namespace
 {
 
@@ -52,23 +50,14 @@ void checkSettings(const Panel &panel, const WantedSettings &wanted, const Panel
 void report(const SetResult &set, const NetworkSettings &wanted, const Panel &panel, Session &session)
 {
     const Outcome outcome = set.outcome;
-    const QJsonObject result = outcomeJson(outcome, panel.mac, allOf(wanted), panel, session);
     const QString sentence = outcomeSentence(outcome, panel.mac, wanted);
     const ExitCode code = outcomeCode(outcome);
-    switch (session.format) {
-    case Format::Json:
-        session.terminal.printJson(QJsonDocument(result).toJson());
-        break;
-    case Format::Csv:
-        session.terminal.printCsv(outcomeColumns());
-        session.terminal.printCsv(outcomeFields(result));
-        break;
-    case Format::Text:
-        if (code == ExitCode::Done)
-            session.terminal.say(sentence);
-        else if (set.isHeard) // what it was before is no news of it
-            printResult({}, panel, Format::Text, session.interfaceNames(), session.terminal);
-    }
+    session.writer->record(outcomeColumns(),
+                           outcomeJson(outcome, panel.mac, allOf(wanted), panel, session.interfaceNames()));
+    if (code == ExitCode::Done)
+        session.writer->say(sentence);
+    else if (set.isHeard) // what it was before is no news of it
+        session.writer->print(panelDetails(panel, session.interfaceNames()));
     session.noteIgnored();
     if (code != ExitCode::Done)
         throw Failure{code, sentence, set.advice};

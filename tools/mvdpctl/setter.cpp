@@ -222,31 +222,3 @@ QString settingsText(const NetworkSettings &settings)
            (settings.gateway == 0 ? QStringLiteral(", no gateway")
                                   : QStringLiteral(", gateway ") + ipv4Text(settings.gateway));
 }
-
-QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const WantedSettings &wanted,
-                        const std::optional<Panel> &panel, const Session &session)
-{
-    const auto textOrNull = [](std::optional<std::uint32_t> address) {
-        return address ? QJsonValue(ipv4Text(*address)) : QJsonValue();
-    };
-    return {
-        {QStringLiteral("mac"), macText(mac)},
-        {QStringLiteral("result"), QLatin1String(outcomeName(outcome))},
-        {QStringLiteral("wantedAddress"), textOrNull(wanted.address)},
-        {QStringLiteral("wantedNetmask"), textOrNull(wanted.netmask)},
-        {QStringLiteral("wantedGateway"), textOrNull(wanted.gateway)},
-        {QStringLiteral("panel"), panel ? QJsonValue(session.json(*panel)) : QJsonValue()},
-    };
-}
-
-QStringList outcomeColumns()
-{
-    QStringList columns = {QStringLiteral("mac"), QStringLiteral("result"), QStringLiteral("wantedAddress"),
-                           QStringLiteral("wantedNetmask"), QStringLiteral("wantedGateway")};
-    return columns + panelColumns().mid(1);
-}
-
-QStringList outcomeFields(const QJsonObject &outcome)
-{
-    return csvFields(merged(outcome, outcome.value(QStringLiteral("panel")).toObject()), outcomeColumns());
-}

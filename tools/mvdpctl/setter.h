@@ -51,11 +51,4 @@ SetResult applySettings(Session &session, Panel &panel, const NetworkSettings &s
 // "192.168.0.10/24, gateway 192.168.0.1"
 QString settingsText(const NetworkSettings &settings);
 
-// The outcome for scripts. Of a panel that was not found only the MAC address is known, and what of its
-// settings was to change.
-QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const WantedSettings &wanted,
-                        const std::optional<Panel> &panel, const Session &session);
-QStringList outcomeColumns();
-QStringList outcomeFields(const QJsonObject &outcome);
-
 #endif // SETTER_H

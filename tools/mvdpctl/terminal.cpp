@@ -1,7 +1,5 @@
 #include "terminal.h"
 
-#include "csv.h"
-
 namespace
 {
 
@@ -41,17 +39,10 @@ void Terminal::say(const QString &sentence)
     print(columns() > 0 ? wrapped(safe, columns()) : safe);
 }
 
-void Terminal::printJson(const QByteArray &json)
+void Terminal::printUtf8(const QByteArray &lines)
 {
     clearProgress();
-    std::fwrite(json.constData(), 1, static_cast<std::size_t>(json.size()), stdout);
-    std::fflush(stdout);
-}
-
-void Terminal::printCsv(const QStringList &fields)
-{
-    clearProgress();
-    std::fputs(csvLine(fields).toUtf8().constData(), stdout);
+    std::fwrite(lines.constData(), 1, static_cast<std::size_t>(lines.size()), stdout);
     std::fflush(stdout);
 }
 

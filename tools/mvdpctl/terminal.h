@@ -23,15 +23,13 @@ public:
     void setVerbose(bool verbose) { m_verbose = verbose; }
     bool isVerbose() const { return m_verbose; }
 
-    void print(const QString &line);    // result
-    void say(const QString &sentence);  // result; on a terminal broken between words
-    void printJson(const QByteArray &); // result, UTF-8 in every locale
-    // result, UTF-8 in every locale
-    void printCsv(const QStringList &fields);
-    void error(const QString &line);  // "mvdpctl: line", always
-    void warn(const QString &line);   // "mvdpctl: line", not when quiet
-    void note(const QString &line);   // plain, not when quiet
-    void trace(const QString &lines); // plain, only when verbose
+    void print(const QString &line);         // result
+    void say(const QString &sentence);       // result; on a terminal broken between words
+    void printUtf8(const QByteArray &lines); // result, UTF-8 in every locale
+    void error(const QString &line);         // "mvdpctl: line", always
+    void warn(const QString &line);          // "mvdpctl: line", not when quiet
+    void note(const QString &line);          // plain, not when quiet
+    void trace(const QString &lines);        // plain, only when verbose
     // For whoever sits in front of it: like a note, but only on a terminal.
     void hint(const QString &line);
     // A table that belongs to a question or to progress: on standard error, not wrapped.

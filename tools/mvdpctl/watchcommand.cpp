@@ -5,7 +5,6 @@
 #include "session.h"
 
 #include <QtCore/QDateTime>
-#include <QtCore/QJsonDocument>
 
 namespace
 {
@@ -13,67 +12,30 @@ namespace
 const int DefaultMissedRounds = 3;
 const std::chrono::seconds DefaultRound(2);
 
-// Prints events as they come, one a line.
-class EventPrinter
-{
-public:
-    explicit EventPrinter(Session &session)
-        : m_session(session)
-    {
-    }
-
-    void begin();
-    void print(const PanelEvent &event);
-
-private:
-    static QStringList columns();
-    void printText(const PanelEvent &event, const QDateTime &now);
-
-    Session &m_session;
-};
-
-void EventPrinter::begin()
-{
-    if (m_session.format == Format::Csv)
-        m_session.terminal.printCsv(columns());
-}
-
-void EventPrinter::print(const PanelEvent &event)
+void report(const PanelEvent &event, const Session &session)
 {
     const QDateTime now = QDateTime::currentDateTime();
-    if (m_session.format == Format::Text)
-        return printText(event, now);
-    const QJsonObject facts = m_session.json(event.panel);
-    const QJsonObject object = {
-        {QStringLiteral("time"), now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)},
-        {QStringLiteral("event"), QLatin1String(eventName(event.kind))}};
-    if (m_session.format == Format::Csv)
-        return m_session.terminal.printCsv(csvFields(merged(object, facts), columns()));
-    QJsonObject document = merged(object, {{QStringLiteral("panel"), facts}});
-    if (event.kind == PanelEvent::Changed)
-        document.insert(QStringLiteral("before"), m_session.json(event.before));
-    m_session.terminal.printJson(QJsonDocument(document).toJson(QJsonDocument::Compact) + '\n');
-}
-
-QStringList EventPrinter::columns()
-{
-    return QStringList{QStringLiteral("time"), QStringLiteral("event")} + panelColumns();
-}
-
-void EventPrinter::printText(const PanelEvent &event, const QDateTime &now)
-{
+    const QLatin1String name(eventName(event.kind));
     const Panel &panel = event.panel;
+    const bool isChange = event.kind == PanelEvent::Changed;
+    QJsonObject record = {
+        {QStringLiteral("time"), now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)},
+        {QStringLiteral("event"), name},
+        {QStringLiteral("panel"), session.json(panel)}};
+    if (isChange)
+        record.insert(QStringLiteral("before"), session.json(event.before));
+    session.writer->add(record);
+
     const QString start = QStringLiteral("%1 %2 %3 ")
                               .arg(now.toString(QStringLiteral("HH:mm:ss")))
-                              .arg(QLatin1String(eventName(event.kind)), -8)
+                              .arg(name, -8)
                               .arg(macText(panel.mac));
-    const QString facts = event.kind == PanelEvent::Changed
-                              ? changesText(event.before, panel)
-                              : QStringLiteral("%1 %2 %3")
-                                    .arg(addressWithNetmask(panel.address, panel.netmask), -18)
-                                    .arg(versionOrUnknown(panel), -10)
-                                    .arg(panel.description);
-    m_session.terminal.say(start + facts);
+    const QString facts = isChange ? changesText(event.before, panel)
+                                   : QStringLiteral("%1 %2 %3")
+                                         .arg(addressWithNetmask(panel.address, panel.netmask), -18)
+                                         .arg(versionOrUnknown(panel), -10)
+                                         .arg(panel.description);
+    session.writer->say(start + facts);
 }
 
 class Watcher
@@ -81,7 +43,6 @@ class Watcher
 public:
     explicit Watcher(Session &session)
         : m_session(session)
-        , m_printer(session)
         , m_patience(session.arguments.patience(DefaultMissedRounds, DefaultRound))
         , m_watch(m_patience.rounds)
     {
@@ -94,7 +55,6 @@ private:
     void listen(const InterruptGuard &guard);
 
     Session &m_session;
-    EventPrinter m_printer;
     Patience m_patience;
     PanelWatch m_watch;
     const Request m_request = Request::toAll(MvdpCommand::Discover);
@@ -106,13 +66,14 @@ void Watcher::run()
     const InterruptGuard guard;
     const auto everywhere = m_session.transport.everywhere();
     m_session.exchange.send(m_request, everywhere); // throws: a network that does not work is told at once
-    m_printer.begin();
+    const QStringList columns = {QStringLiteral("time"), QStringLiteral("event")};
+    m_session.writer->begin(columns + panelColumns());
     for (;;) {
         listen(guard);
         if (guard.isInterrupted() || !m_session.terminal.canPrint())
             break;
         for (const PanelEvent &event : m_watch.endRound())
-            m_printer.print(event);
+            report(event, m_session);
         ask();
     }
     m_session.terminal.note(QStringLiteral("Panels at the end: %1.").arg(m_watch.size()));
@@ -142,7 +103,7 @@ void Watcher::listen(const InterruptGuard &guard)
         if (m_watch.size() >= PanelLimit && !m_watch.knows(panel))
             m_session.exchange.countIgnored(Verdict::Answer, *reply);
         else if (const auto event = m_watch.hear(panel))
-            m_printer.print(*event);
+            report(*event, m_session);
     }
 }
 

@@ -8,36 +8,12 @@ class CsvTest : public QObject
     Q_OBJECT
 
 private slots:
-    void fieldsAreQuotedWhereTheyMustBe_data();
-    void fieldsAreQuotedWhereTheyMustBe();
     void recordsAreRead_data();
     void recordsAreRead();
     void linesAreCounted();
     void brokenTextIsRefused_data();
     void brokenTextIsRefused();
-    void whatIsWrittenIsReadAgain();
 };
-
-void CsvTest::fieldsAreQuotedWhereTheyMustBe_data()
-{
-    QTest::addColumn<QStringList>("fields");
-    QTest::addColumn<QString>("line");
-    QTest::newRow("plain") << QStringList{"a", "b c", ""} << "a,b c,\n";
-    QTest::newRow("separators") << QStringList{"a,b", "a;b"} << "\"a,b\",\"a;b\"\n";
-    QTest::newRow("quotes") << QStringList{"5\" screen"} << "\"5\"\" screen\"\n";
-    QTest::newRow("line end") << QStringList{"a\nb"} << "\"a\nb\"\n";
-    QTest::newRow("formulas") << QStringList{"=1+1", "+1", "-1", "@SUM(A1)"} << "'=1+1,'+1,'-1,'@SUM(A1)\n";
-    QTest::newRow("formula with quotes")
-        << QStringList{"=HYPERLINK(\"x\")"} << "\"'=HYPERLINK(\"\"x\"\")\"\n";
-    QTest::newRow("signs further on") << QStringList{"a=1", "QM316-44LRNA"} << "a=1,QM316-44LRNA\n";
-}
-
-void CsvTest::fieldsAreQuotedWhereTheyMustBe()
-{
-    QFETCH(QStringList, fields);
-    QFETCH(QString, line);
-    QCOMPARE(csvLine(fields), line);
-}
 
 void CsvTest::recordsAreRead_data()
 {
@@ -104,12 +80,6 @@ void CsvTest::brokenTextIsRefused()
         QCOMPARE(int(failure.code), 2);
         QVERIFY2(failure.message.contains(complaint), qPrintable(failure.message));
     }
-}
-
-void CsvTest::whatIsWrittenIsReadAgain()
-{
-    const QStringList fields = {"a,b", "5\"", "", "x;y", "a\nb"};
-    QCOMPARE(csvRecords(QStringLiteral("1,2,3,4,5\n") + csvLine(fields)).at(1).fields, fields);
 }
 
 QTEST_APPLESS_MAIN(CsvTest)

@@ -1,9 +1,11 @@
 #include "output.h"
+
+#include "csvrow.h"
+#include "terminal.h"
 #include "testpanel.h"
 
 #include <QtTest/QtTest>
 
-#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
 namespace
@@ -28,9 +30,6 @@ private slots:
     void jsonHasItsPromisedShape();
     void unknownsAreNullInJson();
     void csvHasTheMembersOfJson();
-    void csvFieldsAreText();
-    void numbersHaveTheDigitsOfJson_data();
-    void numbersHaveTheDigitsOfJson();
     void messagesCannotSteerATerminal();
 };
 
@@ -105,36 +104,6 @@ void OutputTest::csvHasTheMembersOfJson()
     QCOMPARE(csvFields(panelJson(testPanel(), interfaceName), panelColumns()),
              QStringList({"02:00:5e:10:00:01", "192.168.10.5", "255.255.255.0", "24", "192.168.10.1",
                           "1.234.56.7", "QM316-44LRNA", "192.168.10.5", "eth2", "unicast"}));
-}
-
-void OutputTest::csvFieldsAreText()
-{
-    const QJsonObject object = {
-        {"null", QJsonValue()}, {"list", QJsonArray{"a", "b"}}, {"number", 0.25}, {"text", "x"}};
-    QCOMPARE(csvFields(object, {"text", "null", "list", "number", "missing"}),
-             QStringList({"x", "", "a b", "0.25", ""}));
-}
-
-void OutputTest::numbersHaveTheDigitsOfJson_data()
-{
-    QTest::addColumn<double>("number");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("zero") << 0.0 << "0";
-    QTest::newRow("a million") << 1000000.0 << "1000000";
-    QTest::newRow("seven digits") << 1234567.0 << "1234567";
-    QTest::newRow("largest whole") << 9007199254740992.0 << "9007199254740992";
-    QTest::newRow("negative") << -1000000.0 << "-1000000";
-    QTest::newRow("time") << 1234.567891 << "1234.567891";
-    QTest::newRow("short time") << 0.0481340987 << "0.0481340987";
-}
-
-void OutputTest::numbersHaveTheDigitsOfJson()
-{
-    QFETCH(double, number);
-    QFETCH(QString, text);
-    const QJsonObject object = {{"number", number}};
-    QCOMPARE(csvFields(object, {"number"}), QStringList({text}));
-    QCOMPARE(QJsonDocument(object).toJson(QJsonDocument::Compact), "{\"number\":" + text.toUtf8() + "}");
 }
 
 void OutputTest::messagesCannotSteerATerminal()
