@@ -48,7 +48,7 @@ const char SeepromCall[] = "/I2CSEEPROM com.zelt.HWSD.I2CSEEPROM.readSlvAddr(y:8
 
 } // namespace
 
-class HwsdIdentityTest : public QObject
+class HwsdPlatformIdentityTest : public QObject
 {
     Q_OBJECT
 private slots:
@@ -98,13 +98,13 @@ private:
     }
 };
 
-void HwsdIdentityTest::init()
+void HwsdPlatformIdentityTest::init()
 {
     QFile::remove(latin1(FactoryFile));
     QVERIFY(buses->startPanel());
 }
 
-void HwsdIdentityTest::versionIsReadFromTheTextsEnd_data()
+void HwsdPlatformIdentityTest::versionIsReadFromTheTextsEnd_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<quint32>("version");
@@ -152,7 +152,7 @@ void HwsdIdentityTest::versionIsReadFromTheTextsEnd_data()
     QTest::newRow("zero byte after eight") << QByteArray("01234567\0V99999999", 18) << 0u;
 }
 
-void HwsdIdentityTest::versionIsReadFromTheTextsEnd()
+void HwsdPlatformIdentityTest::versionIsReadFromTheTextsEnd()
 {
     QFETCH(QByteArray, text);
     service().answer(latin1("info"), {partitionInfoOnWire(text)});
@@ -160,7 +160,7 @@ void HwsdIdentityTest::versionIsReadFromTheTextsEnd()
     QCOMPARE(service().takeCalls(), QStringList(latin1(VersionCall)));
 }
 
-void HwsdIdentityTest::unknownVersionIsAskedForAgain()
+void HwsdPlatformIdentityTest::unknownVersionIsAskedForAgain()
 {
     service().answer(latin1("info"), {partitionInfoOnWire("V00000000")});
     QCOMPARE(platform().partitionVersion(), 0u);
@@ -171,7 +171,7 @@ void HwsdIdentityTest::unknownVersionIsAskedForAgain()
              (QStringList{latin1(VersionCall), latin1(VersionCall), latin1(VersionCall)}));
 }
 
-void HwsdIdentityTest::knownVersionIsAskedForOnce()
+void HwsdPlatformIdentityTest::knownVersionIsAskedForOnce()
 {
     service().answer(latin1("info"), {partitionInfoOnWire("V00000003")});
     QCOMPARE(platform().partitionVersion(), 3u);
@@ -180,7 +180,7 @@ void HwsdIdentityTest::knownVersionIsAskedForOnce()
     QCOMPARE(service().takeCalls(), QStringList(latin1(VersionCall)));
 }
 
-void HwsdIdentityTest::versionIsZeroWhenTheServiceFails_data()
+void HwsdPlatformIdentityTest::versionIsZeroWhenTheServiceFails_data()
 {
     QTest::addColumn<bool>("refused");
     QTest::addColumn<QVariantList>("answer");
@@ -200,7 +200,7 @@ void HwsdIdentityTest::versionIsZeroWhenTheServiceFails_data()
     QTest::newRow("a text in the structure") << false << QVariantList{QVariant::fromValue(textInPlace)};
 }
 
-void HwsdIdentityTest::versionIsZeroWhenTheServiceFails()
+void HwsdPlatformIdentityTest::versionIsZeroWhenTheServiceFails()
 {
     QFETCH(bool, refused);
     QFETCH(QVariantList, answer);
@@ -210,7 +210,7 @@ void HwsdIdentityTest::versionIsZeroWhenTheServiceFails()
     QCOMPARE(service().takeCalls(), QStringList(latin1(VersionCall)));
 }
 
-void HwsdIdentityTest::deviceNamesComeFromTheFactoryFile()
+void HwsdPlatformIdentityTest::deviceNamesComeFromTheFactoryFile()
 {
     QHash<int, QString> names;
     platform().deviceName(names);
@@ -220,7 +220,7 @@ void HwsdIdentityTest::deviceNamesComeFromTheFactoryFile()
     QCOMPARE(names, (QHash<int, QString>{{501, latin1("Panel A")}, {0, latin1("Panel B")}}));
 }
 
-void HwsdIdentityTest::deviceNamesAreReadAnewEachTime()
+void HwsdPlatformIdentityTest::deviceNamesAreReadAnewEachTime()
 {
     QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=501:A\n"));
     QHash<int, QString> names;
@@ -230,7 +230,7 @@ void HwsdIdentityTest::deviceNamesAreReadAnewEachTime()
     QCOMPARE(names, (QHash<int, QString>{{502, latin1("Other")}}));
 }
 
-void HwsdIdentityTest::nameOfTheFactoryWinsOverTheModelTable()
+void HwsdPlatformIdentityTest::nameOfTheFactoryWinsOverTheModelTable()
 {
     QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=506:Line 3 panel,510:Oven\n"));
     answerCode(506);
@@ -238,7 +238,7 @@ void HwsdIdentityTest::nameOfTheFactoryWinsOverTheModelTable()
     QCOMPARE(service().takeCalls(), QStringList(latin1(CodeCall)));
 }
 
-void HwsdIdentityTest::modelTableIsUsedWithoutAName()
+void HwsdPlatformIdentityTest::modelTableIsUsedWithoutAName()
 {
     QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=510:Oven\n"));
     answerCode(506);
@@ -246,7 +246,7 @@ void HwsdIdentityTest::modelTableIsUsedWithoutAName()
     QCOMPARE(service().takeCalls(), QStringList(latin1(CodeCall)));
 }
 
-void HwsdIdentityTest::seepromIsReadForAnUnknownCode_data()
+void HwsdPlatformIdentityTest::seepromIsReadForAnUnknownCode_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("text");
@@ -284,7 +284,7 @@ void HwsdIdentityTest::seepromIsReadForAnUnknownCode_data()
     row("newline last", QByteArray("ABC\n\0", 5), "HMI 503");
 }
 
-void HwsdIdentityTest::seepromIsReadForAnUnknownCode()
+void HwsdPlatformIdentityTest::seepromIsReadForAnUnknownCode()
 {
     QFETCH(QByteArray, bytes);
     answerCode(503);
@@ -293,7 +293,7 @@ void HwsdIdentityTest::seepromIsReadForAnUnknownCode()
     QCOMPARE(service().takeCalls(), (QStringList{latin1(CodeCall), latin1(SeepromCall)}));
 }
 
-void HwsdIdentityTest::seepromThatCannotBeReadGivesTheCode_data()
+void HwsdPlatformIdentityTest::seepromThatCannotBeReadGivesTheCode_data()
 {
     QTest::addColumn<bool>("refused");
     QTest::addColumn<QVariantList>("answer");
@@ -306,7 +306,7 @@ void HwsdIdentityTest::seepromThatCannotBeReadGivesTheCode_data()
     QTest::newRow("a text") << false << QVariantList{4, latin1("Text")};
 }
 
-void HwsdIdentityTest::seepromThatCannotBeReadGivesTheCode()
+void HwsdPlatformIdentityTest::seepromThatCannotBeReadGivesTheCode()
 {
     QFETCH(bool, refused);
     QFETCH(QVariantList, answer);
@@ -317,7 +317,7 @@ void HwsdIdentityTest::seepromThatCannotBeReadGivesTheCode()
     QCOMPARE(service().takeCalls(), (QStringList{latin1(CodeCall), latin1(SeepromCall)}));
 }
 
-void HwsdIdentityTest::manufactureCodeIsSignedAndLittleEndian_data()
+void HwsdPlatformIdentityTest::manufactureCodeIsSignedAndLittleEndian_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("text");
@@ -330,14 +330,14 @@ void HwsdIdentityTest::manufactureCodeIsSignedAndLittleEndian_data()
     QTest::newRow("big-endian 501") << QByteArray::fromHex("000001F5") << latin1("HMI -184483840");
 }
 
-void HwsdIdentityTest::manufactureCodeIsSignedAndLittleEndian()
+void HwsdPlatformIdentityTest::manufactureCodeIsSignedAndLittleEndian()
 {
     QFETCH(QByteArray, bytes);
     service().answer(latin1("manufactureCode"), {bytes});
     QTEST(platform().systemInfoText(), "text");
 }
 
-void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero_data()
+void HwsdPlatformIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero_data()
 {
     QTest::addColumn<bool>("refused");
     QTest::addColumn<QVariantList>("answer");
@@ -350,7 +350,7 @@ void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero_data()
     QTest::newRow("three bytes") << false << QVariantList{QByteArray::fromHex("F50100")};
 }
 
-void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero()
+void HwsdPlatformIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero()
 {
     QFETCH(bool, refused);
     QFETCH(QVariantList, answer);
@@ -360,12 +360,12 @@ void HwsdIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero()
     QCOMPARE(service().takeCalls(), (QStringList{latin1(CodeCall), latin1(SeepromCall)}));
 }
 
-void HwsdIdentityTest::manufactureCodeThatCannotBeReadHasNoName_data()
+void HwsdPlatformIdentityTest::manufactureCodeThatCannotBeReadHasNoName_data()
 {
     manufactureCodeThatCannotBeReadIsShownAsZero_data();
 }
 
-void HwsdIdentityTest::manufactureCodeThatCannotBeReadHasNoName()
+void HwsdPlatformIdentityTest::manufactureCodeThatCannotBeReadHasNoName()
 {
     QFETCH(bool, refused);
     QFETCH(QVariantList, answer);
@@ -378,7 +378,7 @@ void HwsdIdentityTest::manufactureCodeThatCannotBeReadHasNoName()
     QCOMPARE(service().takeCalls(), (QStringList{latin1(CodeCall), latin1(SeepromCall)}));
 }
 
-void HwsdIdentityTest::codeZeroHasTheNameOfNumberZero()
+void HwsdPlatformIdentityTest::codeZeroHasTheNameOfNumberZero()
 {
     QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=501:Panel A, 502:Panel B\n"));
     answerCode(0);
@@ -386,14 +386,14 @@ void HwsdIdentityTest::codeZeroHasTheNameOfNumberZero()
     QCOMPARE(service().takeCalls(), QStringList(latin1(CodeCall)));
 }
 
-void HwsdIdentityTest::descriptionIsFoundOnceForBothForms_data()
+void HwsdPlatformIdentityTest::descriptionIsFoundOnceForBothForms_data()
 {
     QTest::addColumn<bool>("textFirst");
     QTest::newRow("text first") << true;
     QTest::newRow("block first") << false;
 }
 
-void HwsdIdentityTest::descriptionIsFoundOnceForBothForms()
+void HwsdPlatformIdentityTest::descriptionIsFoundOnceForBothForms()
 {
     QFETCH(bool, textFirst);
     answerCode(506);
@@ -409,7 +409,7 @@ void HwsdIdentityTest::descriptionIsFoundOnceForBothForms()
     QCOMPARE(service().takeCalls(), QStringList(latin1(CodeCall)));
 }
 
-void HwsdIdentityTest::descriptionOutlivesTheServiceAndTheFile()
+void HwsdPlatformIdentityTest::descriptionOutlivesTheServiceAndTheFile()
 {
     QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=506:Line 3 panel\n"));
     answerCode(506);
@@ -421,7 +421,7 @@ void HwsdIdentityTest::descriptionOutlivesTheServiceAndTheFile()
     QCOMPARE(messages.take(), QStringList());
 }
 
-void HwsdIdentityTest::emptyNameIsAskedForAgain()
+void HwsdPlatformIdentityTest::emptyNameIsAskedForAgain()
 {
     QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=506:\n"));
     answerCode(506);
@@ -431,7 +431,7 @@ void HwsdIdentityTest::emptyNameIsAskedForAgain()
     QCOMPARE(service().takeCalls(), (QStringList{latin1(CodeCall), latin1(CodeCall)}));
 }
 
-void HwsdIdentityTest::blockIsWrittenWithoutTerminator()
+void HwsdPlatformIdentityTest::blockIsWrittenWithoutTerminator()
 {
     QVERIFY(writeFactoryFile("[Brand]\noptions\\devicename=506:caf\xE9\n"));
     answerCode(506);
@@ -441,14 +441,14 @@ void HwsdIdentityTest::blockIsWrittenWithoutTerminator()
     QCOMPARE(QByteArray(block, 64), QByteArray("caf\xE9").append(QByteArray(60, 'x')));
 }
 
-void HwsdIdentityTest::longDescriptionIsCutToTheBlock_data()
+void HwsdPlatformIdentityTest::longDescriptionIsCutToTheBlock_data()
 {
     QTest::addColumn<int>("length");
     for (const int length : {63, 64, 65, 5000})
         QTest::addRow("%d", length) << length;
 }
 
-void HwsdIdentityTest::longDescriptionIsCutToTheBlock()
+void HwsdPlatformIdentityTest::longDescriptionIsCutToTheBlock()
 {
     QFETCH(int, length);
     const QByteArray name(length, 'n');
@@ -462,7 +462,7 @@ void HwsdIdentityTest::longDescriptionIsCutToTheBlock()
 }
 
 // The service gives every caller another answer; both threads must still come out with the same text.
-void HwsdIdentityTest::threadsThatAskAtOnceGetOneText()
+void HwsdPlatformIdentityTest::threadsThatAskAtOnceGetOneText()
 {
     for (int round = 0; round < 20; ++round) {
         delete HWSDPlatform::instance();
@@ -492,7 +492,7 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     TestBuses ownBuses;
     buses = &ownBuses;
-    HwsdIdentityTest test;
+    HwsdPlatformIdentityTest test;
     return QTest::qExec(&test, argc, argv);
 }
 

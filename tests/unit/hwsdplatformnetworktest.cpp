@@ -73,7 +73,7 @@ QString stateOf(const HWSDPlatform &platform)
 
 } // namespace
 
-class HwsdNetworkStateTest : public QObject
+class HwsdPlatformNetworkTest : public QObject
 {
     Q_OBJECT
 private slots:
@@ -124,7 +124,7 @@ private:
 
 const char RecordState[] = "0a000001 ffff0000 0a0000fe 001a2b3c4d5e";
 
-void HwsdNetworkStateTest::init()
+void HwsdPlatformNetworkTest::init()
 {
     QVERIFY(buses->startPanel());
     answerRecord(latin1(Record));
@@ -132,7 +132,7 @@ void HwsdNetworkStateTest::init()
     service().answer(latin1("applyNewConfiguration"), {0});
 }
 
-void HwsdNetworkStateTest::refreshFromRecord()
+void HwsdPlatformNetworkTest::refreshFromRecord()
 {
     answerRecord(latin1(Record));
     QVERIFY(platform().refreshNetworkState());
@@ -140,7 +140,7 @@ void HwsdNetworkStateTest::refreshFromRecord()
     service().takeCalls();
 }
 
-void HwsdNetworkStateTest::settersAreKept()
+void HwsdPlatformNetworkTest::settersAreKept()
 {
     QVERIFY(platform().setIpAddress(0xC0A80001u));
     QVERIFY(platform().setNetmask(0xFF00FF00u)); // holes are nobody's business here
@@ -153,7 +153,7 @@ void HwsdNetworkStateTest::settersAreKept()
     QCOMPARE(platform().ipAddress(), 0xC0A80001u);
 }
 
-void HwsdNetworkStateTest::addressTextIsDotted_data()
+void HwsdPlatformNetworkTest::addressTextIsDotted_data()
 {
     QTest::addColumn<quint32>("address");
     QTest::addColumn<QString>("text");
@@ -162,14 +162,14 @@ void HwsdNetworkStateTest::addressTextIsDotted_data()
     QTest::newRow("zero") << 0u << latin1("0.0.0.0");
 }
 
-void HwsdNetworkStateTest::addressTextIsDotted()
+void HwsdPlatformNetworkTest::addressTextIsDotted()
 {
     QFETCH(quint32, address);
     platform().setIpAddress(address);
     QTEST(platform().ipAddressString(), "text");
 }
 
-void HwsdNetworkStateTest::refreshTakesTheValuesInForce()
+void HwsdPlatformNetworkTest::refreshTakesTheValuesInForce()
 {
     MessageCatcher messages;
     QVERIFY(platform().refreshNetworkState());
@@ -182,7 +182,7 @@ void HwsdNetworkStateTest::refreshTakesTheValuesInForce()
     QCOMPARE(stateOf(platform()), latin1(RecordState));
 }
 
-void HwsdNetworkStateTest::refreshAsksForTheChosenInterface()
+void HwsdPlatformNetworkTest::refreshAsksForTheChosenInterface()
 {
     platform().setInterface("eth1");
     QCOMPARE(service().takeCalls(), QStringList());
@@ -192,7 +192,7 @@ void HwsdNetworkStateTest::refreshAsksForTheChosenInterface()
     QCOMPARE(service().takeCalls(), (QStringList{readCall("eth1"), readCall("eth0")}));
 }
 
-void HwsdNetworkStateTest::refreshReadsAddressTexts_data()
+void HwsdPlatformNetworkTest::refreshReadsAddressTexts_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<quint32>("number");
@@ -204,7 +204,7 @@ void HwsdNetworkStateTest::refreshReadsAddressTexts_data()
     QTest::newRow("IPv6") << latin1("::ffff:1.2.3.4") << 0u;
 }
 
-void HwsdNetworkStateTest::refreshReadsAddressTexts()
+void HwsdPlatformNetworkTest::refreshReadsAddressTexts()
 {
     QFETCH(QString, text);
     refreshFromRecord();
@@ -219,7 +219,7 @@ void HwsdNetworkStateTest::refreshReadsAddressTexts()
     }
 }
 
-void HwsdNetworkStateTest::refreshReadsMacAddressTexts_data()
+void HwsdPlatformNetworkTest::refreshReadsMacAddressTexts_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("mac"); // after 11:22:33:44:55:66
@@ -243,7 +243,7 @@ void HwsdNetworkStateTest::refreshReadsMacAddressTexts_data()
     row("0x1a:0X2:0x:-1:+2:1g", "1a0200ff0200");
 }
 
-void HwsdNetworkStateTest::refreshReadsMacAddressTexts()
+void HwsdPlatformNetworkTest::refreshReadsMacAddressTexts()
 {
     QFETCH(QString, text);
     const QString record = latin1("{\"name\":\"eth0\",\"mac_address\":\"%1\"}");
@@ -254,7 +254,7 @@ void HwsdNetworkStateTest::refreshReadsMacAddressTexts()
     QTEST(stateOf(platform()).section(QLatin1Char(' '), 3), "mac");
 }
 
-void HwsdNetworkStateTest::refreshOfAnUnreadableTextEmptiesTheCache_data()
+void HwsdPlatformNetworkTest::refreshOfAnUnreadableTextEmptiesTheCache_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("warning");
@@ -268,7 +268,7 @@ void HwsdNetworkStateTest::refreshOfAnUnreadableTextEmptiesTheCache_data()
                              << latin1("Cannot find interface name in json");
 }
 
-void HwsdNetworkStateTest::refreshOfAnUnreadableTextEmptiesTheCache()
+void HwsdPlatformNetworkTest::refreshOfAnUnreadableTextEmptiesTheCache()
 {
     QFETCH(QString, text);
     QFETCH(QString, warning);
@@ -281,7 +281,7 @@ void HwsdNetworkStateTest::refreshOfAnUnreadableTextEmptiesTheCache()
     QCOMPARE(stateOf(platform()), latin1("00000000 00000000 00000000 001a2b3c4d5e"));
 }
 
-void HwsdNetworkStateTest::refusedRefreshIsTrueAndKeepsTheCache_data()
+void HwsdPlatformNetworkTest::refusedRefreshIsTrueAndKeepsTheCache_data()
 {
     QTest::addColumn<bool>("refused");
     QTest::addColumn<QVariantList>("answer");
@@ -292,7 +292,7 @@ void HwsdNetworkStateTest::refusedRefreshIsTrueAndKeepsTheCache_data()
     QTest::newRow("a list of texts") << false << QVariantList{QStringList{latin1(Record)}};
 }
 
-void HwsdNetworkStateTest::refusedRefreshIsTrueAndKeepsTheCache()
+void HwsdPlatformNetworkTest::refusedRefreshIsTrueAndKeepsTheCache()
 {
     QFETCH(bool, refused);
     QFETCH(QVariantList, answer);
@@ -307,7 +307,7 @@ void HwsdNetworkStateTest::refusedRefreshIsTrueAndKeepsTheCache()
     QCOMPARE(stateOf(platform()), latin1(RecordState));
 }
 
-void HwsdNetworkStateTest::mistypedValueKeepsTheCacheWithAWarning_data()
+void HwsdPlatformNetworkTest::mistypedValueKeepsTheCacheWithAWarning_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("name") << latin1("{\"name\":5}");
@@ -317,7 +317,7 @@ void HwsdNetworkStateTest::mistypedValueKeepsTheCacheWithAWarning_data()
     QTest::newRow("MAC address, the last") << latin1("{\"name\":\"eth0\",\"mac_address\":null}");
 }
 
-void HwsdNetworkStateTest::mistypedValueKeepsTheCacheWithAWarning()
+void HwsdPlatformNetworkTest::mistypedValueKeepsTheCacheWithAWarning()
 {
     QFETCH(QString, text);
     refreshFromRecord();
@@ -332,7 +332,7 @@ void HwsdNetworkStateTest::mistypedValueKeepsTheCacheWithAWarning()
     QCOMPARE(service().takeCalls(), (QStringList{readCall("eth0"), readCall("eth0")}));
 }
 
-void HwsdNetworkStateTest::mistypedValueIsToldOnceUntilItIsGone()
+void HwsdPlatformNetworkTest::mistypedValueIsToldOnceUntilItIsGone()
 {
     const QStringList told(latin1(MistypedEth0));
     MessageCatcher messages;
@@ -356,7 +356,7 @@ void HwsdNetworkStateTest::mistypedValueIsToldOnceUntilItIsGone()
     QCOMPARE(messages.take(), QStringList());
 }
 
-void HwsdNetworkStateTest::mistypedValueIsToldOfEachInterface()
+void HwsdPlatformNetworkTest::mistypedValueIsToldOfEachInterface()
 {
     const QStringList both = {latin1(MistypedEth0),
                               latin1("Mistyped value in the configuration of interface \"eth1\" Bad cast")};
@@ -379,7 +379,7 @@ void HwsdNetworkStateTest::mistypedValueIsToldOfEachInterface()
     QCOMPARE(messages.take(), QStringList(both.last()));
 }
 
-void HwsdNetworkStateTest::refreshOfAVanishedServiceKeepsTheCache()
+void HwsdPlatformNetworkTest::refreshOfAVanishedServiceKeepsTheCache()
 {
     refreshFromRecord();
     QVERIFY(buses->startServiceOnSystemBus()); // knows nothing and refuses
@@ -392,7 +392,7 @@ void HwsdNetworkStateTest::refreshOfAVanishedServiceKeepsTheCache()
     QVERIFY(!platform().resetConfiguration());
 }
 
-void HwsdNetworkStateTest::applyWritesTheRecordAndAppliesIt()
+void HwsdPlatformNetworkTest::applyWritesTheRecordAndAppliesIt()
 {
     refreshFromRecord();
     platform().setIpAddress(0xAC100001u);
@@ -409,7 +409,7 @@ void HwsdNetworkStateTest::applyWritesTheRecordAndAppliesIt()
     QCOMPARE(stateOf(platform()), latin1("ac100001 ff00ff00 00000000 001a2b3c4d5e"));
 }
 
-void HwsdNetworkStateTest::applySendsTheTextsOfADhcpInterfaceBackUnchanged()
+void HwsdPlatformNetworkTest::applySendsTheTextsOfADhcpInterfaceBackUnchanged()
 {
     refreshFromRecord();
     QVERIFY(platform().applyConfiguration());
@@ -420,7 +420,7 @@ void HwsdNetworkStateTest::applySendsTheTextsOfADhcpInterfaceBackUnchanged()
              (QStringList{readCall("eth0"), writeCall("eth0", written), latin1(ApplyCall)}));
 }
 
-void HwsdNetworkStateTest::everySetterTurnsDhcpOff_data()
+void HwsdPlatformNetworkTest::everySetterTurnsDhcpOff_data()
 {
     QTest::addColumn<int>("setter");
     QTest::addColumn<QString>("written");
@@ -436,7 +436,7 @@ void HwsdNetworkStateTest::everySetterTurnsDhcpOff_data()
                                            latin1("false"));
 }
 
-void HwsdNetworkStateTest::everySetterTurnsDhcpOff()
+void HwsdPlatformNetworkTest::everySetterTurnsDhcpOff()
 {
     QFETCH(int, setter);
     QFETCH(QString, written);
@@ -449,7 +449,7 @@ void HwsdNetworkStateTest::everySetterTurnsDhcpOff()
              (QStringList{readCall("eth0"), writeCall("eth0", written), latin1(ApplyCall)}));
 }
 
-void HwsdNetworkStateTest::refreshBringsDhcpBack()
+void HwsdPlatformNetworkTest::refreshBringsDhcpBack()
 {
     refreshFromRecord();
     platform().setIpAddress(0x01020304u);
@@ -458,7 +458,7 @@ void HwsdNetworkStateTest::refreshBringsDhcpBack()
     QVERIFY(service().waitForCalls(3).value(1).contains(latin1("\"dhcp\" : true")));
 }
 
-void HwsdNetworkStateTest::applyAddressesTheChosenInterface()
+void HwsdPlatformNetworkTest::applyAddressesTheChosenInterface()
 {
     refreshFromRecord();
     platform().setInterface("usb0");
@@ -473,12 +473,12 @@ void HwsdNetworkStateTest::applyAddressesTheChosenInterface()
              (QStringList{readCall("usb0"), writeCall("usb0", written), latin1(ApplyCall)}));
 }
 
-void HwsdNetworkStateTest::applyIsFalseWhenTheRecordCannotBeRead_data()
+void HwsdPlatformNetworkTest::applyIsFalseWhenTheRecordCannotBeRead_data()
 {
     refusedRefreshIsTrueAndKeepsTheCache_data();
 }
 
-void HwsdNetworkStateTest::applyIsFalseWhenTheRecordCannotBeRead()
+void HwsdPlatformNetworkTest::applyIsFalseWhenTheRecordCannotBeRead()
 {
     QFETCH(bool, refused);
     QFETCH(QVariantList, answer);
@@ -493,7 +493,7 @@ void HwsdNetworkStateTest::applyIsFalseWhenTheRecordCannotBeRead()
     QCOMPARE(service().takeCalls(), (QStringList{readCall("eth0"), latin1(ResetCall)}));
 }
 
-void HwsdNetworkStateTest::applyOfAnUnreadableTextWritesAnEmptyRecord()
+void HwsdPlatformNetworkTest::applyOfAnUnreadableTextWritesAnEmptyRecord()
 {
     refreshFromRecord();
     platform().setIpAddress(0x01020304u);
@@ -509,7 +509,7 @@ void HwsdNetworkStateTest::applyOfAnUnreadableTextWritesAnEmptyRecord()
              (QStringList{readCall("eth0"), writeCall("eth0", written), latin1(ApplyCall)}));
 }
 
-void HwsdNetworkStateTest::refusedWriteIsTrueWithoutApply_data()
+void HwsdPlatformNetworkTest::refusedWriteIsTrueWithoutApply_data()
 {
     QTest::addColumn<bool>("refused");
     QTest::addColumn<QVariantList>("answer");
@@ -518,7 +518,7 @@ void HwsdNetworkStateTest::refusedWriteIsTrueWithoutApply_data()
     QTest::newRow("a text") << false << QVariantList{latin1("done")};
 }
 
-void HwsdNetworkStateTest::refusedWriteIsTrueWithoutApply()
+void HwsdPlatformNetworkTest::refusedWriteIsTrueWithoutApply()
 {
     QFETCH(bool, refused);
     QFETCH(QVariantList, answer);
@@ -536,7 +536,7 @@ void HwsdNetworkStateTest::refusedWriteIsTrueWithoutApply()
     QCOMPARE(calls.at(2), latin1(ResetCall));
 }
 
-void HwsdNetworkStateTest::applyDoesNotLookAtTheLastAnswer_data()
+void HwsdPlatformNetworkTest::applyDoesNotLookAtTheLastAnswer_data()
 {
     QTest::addColumn<int>("manner");
     QTest::newRow("error") << 0;
@@ -544,7 +544,7 @@ void HwsdNetworkStateTest::applyDoesNotLookAtTheLastAnswer_data()
     QTest::newRow("negative number") << 2;
 }
 
-void HwsdNetworkStateTest::applyDoesNotLookAtTheLastAnswer()
+void HwsdPlatformNetworkTest::applyDoesNotLookAtTheLastAnswer()
 {
     QFETCH(int, manner);
     refreshFromRecord();
@@ -563,7 +563,7 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     TestBuses ownBuses;
     buses = &ownBuses;
-    HwsdNetworkStateTest test;
+    HwsdPlatformNetworkTest test;
     return QTest::qExec(&test, argc, argv);
 }
 
