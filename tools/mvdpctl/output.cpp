@@ -1,6 +1,6 @@
 #include "output.h"
 
-#include "setter.h"
+#include "settingschange.h"
 
 #include <QtCore/QJsonValue>
 

@@ -4,7 +4,7 @@
 #include "discovery.h"
 #include "interrupt.h"
 #include "plan.h"
-#include "setter.h"
+#include "settingschange.h"
 #include "whereabouts.h"
 
 #include <algorithm>

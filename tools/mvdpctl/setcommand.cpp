@@ -2,7 +2,7 @@
 #include "confirm.h"
 #include "planrun.h"
 #include "session.h"
-#include "setter.h"
+#include "settingschange.h"
 #include "target.h"
 #include "whereabouts.h"
 

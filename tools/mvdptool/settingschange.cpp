@@ -1,4 +1,4 @@
-#include "setter.h"
+#include "settingschange.h"
 
 #include "discovery.h"
 #include "target.h"

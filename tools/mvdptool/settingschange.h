@@ -1,5 +1,5 @@
-#ifndef SETTER_H
-#define SETTER_H
+#ifndef SETTINGSCHANGE_H
+#define SETTINGSCHANGE_H
 
 #include "failure.h"
 #include "session.h"
@@ -51,4 +51,4 @@ SetResult applySettings(Session &session, Panel &panel, const NetworkSettings &s
 // "192.168.0.10/24, gateway 192.168.0.1"
 QString settingsText(const NetworkSettings &settings);
 
-#endif // SETTER_H
+#endif // SETTINGSCHANGE_H
