@@ -1,15 +1,13 @@
 #include "platform.h"
 
-#include <winsock2.h>
-#include <ws2tcpip.h>
-
+// Before shellapi.h, which does not include it.
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <shellapi.h>
 
 #include <csignal>
-#include <fcntl.h>
-#include <io.h>
 
 namespace
 {
@@ -62,26 +60,4 @@ SignalHandler catchNextSignal(int number, SignalHandler handler)
 {
     // One signal a call is what std::signal() means here; nothing can cut a write short.
     return std::signal(number, handler);
-}
-
-bool waitForSocket(std::intptr_t socket, SocketEvent event, int milliseconds)
-{
-    WSAPOLLFD waiting = {};
-    waiting.fd = static_cast<SOCKET>(socket);
-    waiting.events = event == SocketEvent::Readable ? POLLRDNORM : POLLWRNORM;
-    return WSAPoll(&waiting, 1, milliseconds) > 0;
-}
-
-bool joinMulticastGroup(std::intptr_t socket, std::uint32_t group, unsigned, std::uint32_t interfaceAddress)
-{
-    ip_mreq membership = {};
-    membership.imr_multiaddr.s_addr = htonl(group);
-    membership.imr_interface.s_addr = htonl(interfaceAddress);
-    return setsockopt(static_cast<SOCKET>(socket), IPPROTO_IP, IP_ADD_MEMBERSHIP,
-                      reinterpret_cast<const char *>(&membership), sizeof membership) == 0;
-}
-
-QString socketErrorText(int, const QString &otherwise)
-{
-    return otherwise;
 }

@@ -2,7 +2,7 @@
 
 #include "addresses.h"
 #include "failure.h"
-#include "platform.h"
+#include "sockets.h"
 
 #include <QtCore/QVariant>
 #include <QtNetwork/QNetworkDatagram>
