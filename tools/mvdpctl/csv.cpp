@@ -1,6 +1,6 @@
 #include "csv.h"
 
-#include "failure.h"
+#include "toolerror.h"
 
 #include <algorithm>
 
@@ -137,8 +137,8 @@ QString CsvReader::quotedField()
 
 void CsvReader::fail(int line, const char *what)
 {
-    throw Failure{ExitCode::Usage, QStringLiteral("line %1 has %2").arg(line).arg(QLatin1String(what)),
-                  QStringLiteral("A field that holds quotation marks is written \"like \"\"this\"\"\".")};
+    throw ToolError{ToolError::BadInput, QStringLiteral("line %1 has %2").arg(line).arg(QLatin1String(what)),
+                    QStringLiteral("A field that holds quotation marks is written \"like \"\"this\"\"\".")};
 }
 
 } // namespace

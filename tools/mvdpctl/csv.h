@@ -13,7 +13,7 @@ struct CsvRecord {
 
 // Records as spreadsheets write them: quotes, doubled quotes, line ends of any kind, also within quotes.
 // Blank lines, and lines of separators only, are left out. The separator is a comma, a semicolon or a tab,
-// whichever comes first in the first line, which may be "sep=;". Throws Failure with ExitCode::Usage for
+// whichever comes first in the first line, which may be "sep=;". Throws ToolError for
 // quotes that do not match.
 std::vector<CsvRecord> csvRecords(const QString &text);
 

@@ -1,6 +1,8 @@
 #ifndef FAILURE_H
 #define FAILURE_H
 
+#include "toolerror.h"
+
 #include <QtCore/QString>
 
 // What the program ends with; the manual page promises these numbers to scripts.
@@ -12,11 +14,15 @@ enum class ExitCode : int {
     NetworkTrouble = 4,
 };
 
-// Thrown where a command cannot go on and caught once, in main(): what went wrong, and what to do next.
+// Thrown where a command cannot go on: what went wrong, and what to do next. main() prints both and ends with
+// the code.
 struct Failure {
     ExitCode code;
     QString message;
     QString advice;
 };
+
+// The end of a command that the engine could not carry out, with advice in terms of the command line.
+Failure failureOf(const ToolError &error);
 
 #endif // FAILURE_H

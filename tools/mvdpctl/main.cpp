@@ -28,17 +28,26 @@ const Command &commandNamed(const QString &name)
     return *command;
 }
 
+ExitCode runOrHelp(const Command &command, const QStringList &words, Terminal &terminal)
+{
+    const Arguments arguments(words, command.grammar);
+    if (arguments.isSet("help")) {
+        terminal.print(commandHelp(command));
+        return ExitCode::Done;
+    }
+    terminal.setQuiet(arguments.isSet("quiet"));
+    terminal.setVerbose(arguments.isSet("verbose"));
+    try {
+        return command.run(arguments, terminal);
+    } catch (const ToolError &error) {
+        throw failureOf(error);
+    }
+}
+
 ExitCode runCommand(const Command &command, const QStringList &words, Terminal &terminal)
 {
     try {
-        const Arguments arguments(words, command.grammar);
-        if (arguments.isSet("help")) {
-            terminal.print(commandHelp(command));
-            return ExitCode::Done;
-        }
-        terminal.setQuiet(arguments.isSet("quiet"));
-        terminal.setVerbose(arguments.isSet("verbose"));
-        return command.run(arguments, terminal);
+        return runOrHelp(command, words, terminal);
     } catch (Failure &failure) {
         if (failure.code == ExitCode::Usage && failure.advice.isEmpty())
             failure.advice = QStringLiteral("See 'mvdpctl %1 --help'.").arg(QLatin1String(command.name));

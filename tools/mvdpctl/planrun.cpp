@@ -102,8 +102,8 @@ SetResult PlanRun::carryOut(PlanStep &step)
                 addresses = step.now->heldAddresses();
         }
         return result;
-    } catch (const Failure &failure) {
-        m_session.terminal.error(failure.message);
+    } catch (const ToolError &error) {
+        m_session.terminal.error(error.message);
         return unsent(Outcome::Trouble);
     }
 }

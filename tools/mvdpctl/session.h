@@ -20,7 +20,7 @@ inline constexpr Option ThroughOption = {"to", "ADDRESS",
 class Session
 {
 public:
-    // Throws Failure when the network cannot be used as the options want it.
+    // Throws ToolError when the network cannot be used as the options want it.
     Session(const Arguments &commandLine, Terminal &ownTerminal);
 
     const Arguments &arguments;

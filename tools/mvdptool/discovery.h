@@ -26,7 +26,7 @@ struct Search {
 
 // Looks for panels in rounds. Once one has answered, two rounds in a row that bring nothing new and in which
 // no panel answered less than before end the search: where answers go missing, panels may be missing too. All
-// rounds are spent when none answers. Throws Failure when no request could be sent.
+// rounds are spent when none answers. Throws ToolError when no request could be sent.
 PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const Search &search);
 
 #endif // DISCOVERY_H

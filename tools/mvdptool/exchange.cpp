@@ -1,7 +1,7 @@
 #include "exchange.h"
 
 #include "dump.h"
-#include "failure.h"
+#include "toolerror.h"
 
 #include <QtCore/QFile>
 
@@ -50,13 +50,12 @@ void Exchange::failUnsent() const
     const QStringList problems = m_transport.problems();
     const QStringList mute = m_transport.interfacesWithoutAddress();
     if (problems.isEmpty() && !mute.isEmpty())
-        throw Failure{ExitCode::NetworkTrouble, QStringLiteral("no network interface has an IPv4 address"),
-                      QStringLiteral("Give one to %1: any will do, also outside the panels' subnets.")
-                          .arg(mute.join(QStringLiteral(" or ")))};
-    throw Failure{ExitCode::NetworkTrouble,
-                  problems.isEmpty() ? QStringLiteral("no network interface to send on") : problems.last(),
-                  QStringLiteral("See which addresses this computer has, look at the cable, or choose with "
-                                 "--interface.")};
+        throw ToolError{ToolError::NothingSent, QStringLiteral("no network interface has an IPv4 address"),
+                        QStringLiteral("Give one to %1: any will do, also outside the panels' subnets.")
+                            .arg(mute.join(QStringLiteral(" or ")))};
+    throw ToolError{ToolError::NothingSent,
+                    problems.isEmpty() ? QStringLiteral("no network interface to send on") : problems.last(),
+                    {}};
 }
 
 void Exchange::send(const Request &request, const std::vector<Destination> &destinations)

@@ -24,7 +24,7 @@ class Exchange
 public:
     Exchange(Transport &transport, Terminal &terminal);
 
-    // Throws Failure: nothing could be sent, for the reason that was the last.
+    // Throws ToolError: nothing could be sent, for the reason that was the last.
     [[noreturn]] void failUnsent() const;
     // Sends to each destination; fails so when not one of them could be sent to.
     void send(const Request &request, const std::vector<Destination> &destinations);
@@ -39,7 +39,7 @@ public:
 
     // Asks in rounds until an answer comes, each time the next way of `ways` and then from the first on
     // again; a round whose way cannot be sent is not waited for. Nothing when every round brought none.
-    // `doing` is for the line of progress. Throws Failure when nothing at all could be sent.
+    // `doing` is for the line of progress. Throws ToolError when nothing at all could be sent.
     std::optional<Received> ask(const Request &request, const std::vector<std::vector<Destination>> &ways,
                                 const Patience &patience, const QString &doing);
 

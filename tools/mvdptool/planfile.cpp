@@ -1,9 +1,8 @@
 #include "planfile.h"
 
-#include "arguments.h"
 #include "csv.h"
 #include "discovery.h"
-#include "failure.h"
+#include "toolerror.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
@@ -42,9 +41,12 @@ bool isOverlooked(const QString &column)
 
 [[noreturn]] void throwPlan(const QString &mistake)
 {
-    throwUsage(mistake,
-               QStringLiteral("Columns: mac, and address, netmask, gateway as needed; 'mvdpctl discover "
-                              "--csv' prints a table to begin with. Nothing was sent."));
+    throw ToolError{ToolError::BadPlan, mistake, {}};
+}
+
+[[noreturn]] void throwInput(const QString &message, const QString &advice)
+{
+    throw ToolError{ToolError::BadInput, message, advice};
 }
 
 // Gathers mistakes, so that a user sees all of them at once.
@@ -231,15 +233,15 @@ std::vector<PlanEntry> readPlan(const QString &path)
 {
     const bool isJson = path.endsWith(QStringLiteral(".json"), Qt::CaseInsensitive);
     if (!isJson && !path.endsWith(QStringLiteral(".csv"), Qt::CaseInsensitive))
-        throwUsage(QStringLiteral("'%1' ends in neither .csv nor .json").arg(path),
+        throwInput(QStringLiteral("'%1' ends in neither .csv nor .json").arg(path),
                    QStringLiteral("The end of its name says how a plan is written."));
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        throwUsage(QStringLiteral("'%1' cannot be read: %2").arg(path, file.errorString()),
+        throwInput(QStringLiteral("'%1' cannot be read: %2").arg(path, file.errorString()),
                    QStringLiteral("Give the name of a file that you may read."));
     const QByteArray bytes = file.read(LargestFile + 1);
     if (bytes.size() > LargestFile)
-        throwUsage(QStringLiteral("'%1' is larger than 4 MiB").arg(path),
+        throwInput(QStringLiteral("'%1' is larger than 4 MiB").arg(path),
                    QStringLiteral("That is no plan: 40 panels take 4 kB."));
     return parsePlan(bytes, isJson ? PlanFormat::Json : PlanFormat::Csv);
 }

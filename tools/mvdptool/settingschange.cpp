@@ -102,8 +102,8 @@ PanelList Setter::searchAsFarAsPossible(const Search &search)
 {
     try {
         return discoverPanels(m_session.exchange, m_session.terminal, search);
-    } catch (const Failure &failure) {
-        m_session.terminal.error(failure.message);
+    } catch (const ToolError &error) {
+        m_session.terminal.error(error.message);
         return PanelList();
     }
 }

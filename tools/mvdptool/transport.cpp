@@ -1,8 +1,8 @@
 #include "transport.h"
 
 #include "addresses.h"
-#include "failure.h"
 #include "sockets.h"
+#include "toolerror.h"
 
 #include <QtCore/QVariant>
 #include <QtNetwork/QNetworkDatagram>
@@ -42,12 +42,11 @@ std::unique_ptr<QUdpSocket> boundSocket(std::uint16_t port)
     if (!socket->bind(QHostAddress(QHostAddress::AnyIPv4), port, QAbstractSocket::DontShareAddress)) {
         const QString reason = socket->errorString();
         if (port == 0)
-            throw Failure{ExitCode::NetworkTrouble, QStringLiteral("no UDP socket: %1").arg(reason),
-                          QStringLiteral("See what forbids it: a sandbox, a limit of open files, a security "
-                                         "policy.")};
-        throw Failure{ExitCode::NetworkTrouble,
-                      QStringLiteral("UDP port %1 cannot be used: %2").arg(port).arg(reason),
-                      QStringLiteral("Give another --source-port, or leave it out to take any free port.")};
+            throw ToolError{ToolError::NetworkTrouble, QStringLiteral("no UDP socket: %1").arg(reason),
+                            QStringLiteral("See what forbids it: a sandbox, a limit of open files, a "
+                                           "security policy.")};
+        throw ToolError{
+            ToolError::PortTaken, QStringLiteral("UDP port %1 cannot be used: %2").arg(port).arg(reason), {}};
     }
     if (port != 0 || socket->localPort() != MvdpDatagram::Port)
         return socket;
@@ -102,14 +101,14 @@ void Transport::failWithoutInterface(const QString &name, const std::vector<Netw
         if (!interface.addresses.empty())
             usable << interface.name;
         else if (interface.name == name)
-            throw Failure{ExitCode::NetworkTrouble,
-                          QStringLiteral("the interface '%1' has no IPv4 address").arg(name),
-                          QStringLiteral("Give it one: any will do, also outside the panels' subnets.")};
+            throw ToolError{ToolError::NetworkTrouble,
+                            QStringLiteral("the interface '%1' has no IPv4 address").arg(name),
+                            QStringLiteral("Give it one: any will do, also outside the panels' subnets.")};
     }
-    throw Failure{ExitCode::NetworkTrouble, QStringLiteral("there is no interface '%1' that is up").arg(name),
-                  usable.isEmpty()
-                      ? QStringLiteral("This computer has none with an IPv4 address.")
-                      : QStringLiteral("Choose one of: %1.").arg(usable.join(QStringLiteral(", ")))};
+    throw ToolError{
+        ToolError::NetworkTrouble, QStringLiteral("there is no interface '%1' that is up").arg(name),
+        usable.isEmpty() ? QStringLiteral("This computer has none with an IPv4 address.")
+                         : QStringLiteral("Choose one of: %1.").arg(usable.join(QStringLiteral(", ")))};
 }
 
 void Transport::setOptions()

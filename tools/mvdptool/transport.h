@@ -47,7 +47,7 @@ struct Received {
 class Transport
 {
 public:
-    // Throws Failure when the socket cannot be had or the interface is not there.
+    // Throws ToolError when the socket cannot be had or the interface is not there.
     explicit Transport(const TransportOptions &options);
     ~Transport();
     Transport(const Transport &) = delete;

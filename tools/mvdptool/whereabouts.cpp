@@ -1,8 +1,8 @@
 #include "whereabouts.h"
 
 #include "discovery.h"
-#include "failure.h"
 #include "session.h"
+#include "toolerror.h"
 
 #include <algorithm>
 
@@ -47,7 +47,7 @@ bool answersAtItsAddress(const Panel &panel, Session &session)
             .ask(Request::toMac(MvdpCommand::Identify, panel.mac), {there}, {SearchRounds, SearchTimeout},
                  QStringLiteral("asking at ") + ipv4Text(panel.address))
             .has_value();
-    } catch (const Failure &) {
+    } catch (const ToolError &) {
         return false; // what cannot be sent there proves nothing
     }
 }

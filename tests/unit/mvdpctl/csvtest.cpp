@@ -1,5 +1,5 @@
 #include "csv.h"
-#include "failure.h"
+#include "toolerror.h"
 
 #include <QtTest/QtTest>
 
@@ -76,9 +76,9 @@ void CsvTest::brokenTextIsRefused()
     try {
         csvRecords(text);
         QFAIL("it was read");
-    } catch (const Failure &failure) {
-        QCOMPARE(int(failure.code), 2);
-        QVERIFY2(failure.message.contains(complaint), qPrintable(failure.message));
+    } catch (const ToolError &error) {
+        QCOMPARE(error.kind, ToolError::BadInput);
+        QVERIFY2(error.message.contains(complaint), qPrintable(error.message));
     }
 }
 

@@ -1,5 +1,5 @@
 #include "planfile.h"
-#include "failure.h"
+#include "toolerror.h"
 
 #include <QtTest/QtTest>
 
@@ -20,13 +20,14 @@ QStringList entriesOf(const QByteArray &bytes, PlanFormat format)
     return lines;
 }
 
-// The message of the failure; empty when there was none.
+// The message of the error; empty when there was none.
 QString complaintAbout(const QByteArray &bytes, PlanFormat format)
 {
     try {
         parsePlan(bytes, format);
-    } catch (const Failure &failure) {
-        return failure.code == ExitCode::Usage ? failure.message : QStringLiteral("another exit code");
+    } catch (const ToolError &error) {
+        const bool isOfInput = error.kind == ToolError::BadPlan || error.kind == ToolError::BadInput;
+        return isOfInput ? error.message : QStringLiteral("another kind of error");
     }
     return QString();
 }
@@ -212,8 +213,8 @@ void PlanFileTest::filesAreBoundedAndNamedByTheirKind()
             return QStringLiteral("the test cannot write");
         try {
             readPlan(file.fileName());
-        } catch (const Failure &failure) {
-            return failure.message;
+        } catch (const ToolError &error) {
+            return error.message;
         }
         return QString();
     };
