@@ -62,7 +62,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     Session session(arguments, terminal);
     std::vector<std::uint32_t> expected;
     const Search search = searchOf(addresses, session, expected);
-    const PanelList panels = discoverPanels(session.exchange, terminal, search);
+    const PanelList panels = discoverPanels(session.exchange, search);
 
     report(panels, session);
     session.noteIgnored();

@@ -184,10 +184,10 @@ void confirm(const Plan &plan, Session &session)
 ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
 {
     const Search search = {session.everywhere(), session.searchPatience(), {}};
-    session.exchange.showOnly([planned = macsOf(entries)](const Received &received) {
+    session.observer.showOnly([planned = macsOf(entries)](const Received &received) {
         return planned.count(Panel::fromReply(received).mac) > 0;
     });
-    const PanelList panels = discoverPanels(session.exchange, session.terminal, search);
+    const PanelList panels = discoverPanels(session.exchange, search);
     std::size_t number = 0;
     const auto isThere = [&session, &number, total = entries.size()](const Panel &panel) {
         session.terminal.setProgressPrefix(QStringLiteral("panel %1 of %2: ").arg(++number).arg(total));

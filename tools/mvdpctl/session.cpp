@@ -18,7 +18,8 @@ Session::Session(const Arguments &commandLine, Terminal &ownTerminal)
     , terminal(ownTerminal)
     , writer(makeWriter(commandLine, ownTerminal))
     , transport(commandLine.transportOptions())
-    , exchange(transport, ownTerminal)
+    , observer(ownTerminal, transport)
+    , exchange(transport, observer)
 {
 }
 

@@ -5,6 +5,7 @@
 #include "exchange.h"
 #include "output.h"
 #include "terminal.h"
+#include "terminalobserver.h"
 #include "transport.h"
 #include "writer.h"
 
@@ -27,6 +28,7 @@ public:
     Terminal &terminal;
     const std::unique_ptr<Writer> writer;
     Transport transport;
+    TerminalObserver observer;
     Exchange exchange;
 
     InterfaceNames interfaceNames() const;

@@ -61,7 +61,7 @@ void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
 
 void showOnly(const TargetName &name, Session &session)
 {
-    session.exchange.showOnly(
+    session.observer.showOnly(
         [name](const Received &received) { return fits(name, Panel::fromReply(received)); });
 }
 
@@ -119,7 +119,7 @@ PanelList searchFor(const TargetName &name, Session &session)
         const auto towards = session.transport.towards(*name.address);
         search.destinations.insert(search.destinations.end(), towards.begin(), towards.end());
     }
-    return discoverPanels(session.exchange, session.terminal, search);
+    return discoverPanels(session.exchange, search);
 }
 
 Panel findTarget(Session &session)
@@ -137,7 +137,7 @@ Panel findTarget(Session &session)
 void showOnly(const Panel &panel, Session &session)
 {
     // An echo that came back altered may carry any MAC address.
-    session.exchange.showOnly([mac = panel.mac, source = panel.source](const Received &received) {
+    session.observer.showOnly([mac = panel.mac, source = panel.source](const Received &received) {
         return received.source == source || (!isZero(mac) && received.datagram.hasMacAddress(mac.data()));
     });
 }

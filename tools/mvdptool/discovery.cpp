@@ -41,9 +41,8 @@ bool AnswerCount::isAnyMissing() const
 class Discovery
 {
 public:
-    Discovery(Exchange &exchange, Terminal &terminal, const Search &search)
+    Discovery(Exchange &exchange, const Search &search)
         : m_exchange(exchange)
-        , m_terminal(terminal)
         , m_search(search)
     {
     }
@@ -57,7 +56,6 @@ private:
     bool isComplete() const { return m_search.isComplete && m_search.isComplete(m_panels); }
 
     Exchange &m_exchange;
-    Terminal &m_terminal;
     const Search &m_search;
     const Request m_request = Request::toAll(MvdpCommand::Discover);
     PanelList m_panels;
@@ -109,15 +107,15 @@ bool Discovery::listen(int round)
 
 void Discovery::say(int round)
 {
-    m_terminal.progress(QStringLiteral("searching, round %1 of at most %2, panels: %3")
-                            .arg(round)
-                            .arg(m_search.patience.rounds)
-                            .arg(m_panels.size()));
+    m_exchange.observer().progress(QStringLiteral("searching, round %1 of at most %2, panels: %3")
+                                       .arg(round)
+                                       .arg(m_search.patience.rounds)
+                                       .arg(m_panels.size()));
 }
 
 } // namespace
 
-PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const Search &search)
+PanelList discoverPanels(Exchange &exchange, const Search &search)
 {
-    return Discovery(exchange, terminal, search).run();
+    return Discovery(exchange, search).run();
 }

@@ -3,7 +3,6 @@
 
 #include "exchange.h"
 #include "panel.h"
-#include "terminal.h"
 
 #include <chrono>
 #include <functional>
@@ -27,6 +26,6 @@ struct Search {
 // Looks for panels in rounds. Once one has answered, two rounds in a row that bring nothing new and in which
 // no panel answered less than before end the search: where answers go missing, panels may be missing too. All
 // rounds are spent when none answers. Throws ToolError when no request could be sent.
-PanelList discoverPanels(Exchange &exchange, Terminal &terminal, const Search &search);
+PanelList discoverPanels(Exchange &exchange, const Search &search);
 
 #endif // DISCOVERY_H

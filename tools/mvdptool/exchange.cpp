@@ -1,13 +1,11 @@
 #include "exchange.h"
 
-#include "dump.h"
 #include "toolerror.h"
 
 #include <QtCore/QFile>
 
 #include <algorithm>
 #include <numeric>
-#include <utility>
 
 namespace
 {
@@ -39,9 +37,9 @@ int reversePathFilter(const QString &interface)
 
 } // namespace
 
-Exchange::Exchange(Transport &transport, Terminal &terminal)
+Exchange::Exchange(Transport &transport, Observer &observer)
     : m_transport(transport)
-    , m_terminal(terminal)
+    , m_observer(observer)
 {
 }
 
@@ -68,37 +66,20 @@ bool Exchange::trySend(const Request &request, const std::vector<Destination> &d
 {
     m_commandsSent.set(request.datagram.command());
     bool anySent = false;
-    for (const Destination &destination : destinations) {
-        const QString name = m_transport.interfaceName(destination.interfaceIndex);
-        m_terminal.trace(QStringLiteral("> to %1:%2%3, %4 bytes")
-                             .arg(ipv4Text(destination.address))
-                             .arg(MvdpDatagram::Port)
-                             .arg(name.isEmpty() ? name : QStringLiteral(" on ") + name)
-                             .arg(request.length));
+    for (const Destination &destination : destinations)
         anySent = m_transport.send(request.datagram.data(), request.length, destination) || anySent;
-    }
-    const std::size_t shown = std::min<std::size_t>(request.length, MvdpDatagram::Size);
-    m_terminal.trace(fieldLines(request.datagram, shown));
-    m_terminal.trace(hexLines(request.datagram.data(), shown));
+    m_observer.sent(request, destinations);
     const QStringList problems = m_transport.problems();
-    for (; anySent && m_problemsShown < problems.size(); ++m_problemsShown)
-        m_terminal.warn(problems.at(m_problemsShown));
+    for (; anySent && m_problemsTold < problems.size(); ++m_problemsTold)
+        m_observer.warning(problems.at(m_problemsTold));
     return anySent;
 }
 
 std::optional<Received> Exchange::nextDatagram(Clock::time_point deadline)
 {
     std::optional<Received> received = m_transport.receive(deadline);
-    if (received && m_terminal.isVerbose() && isShown(*received)) {
-        const std::size_t shown = std::min<std::size_t>(received->length, MvdpDatagram::Size);
-        m_terminal.trace(QStringLiteral("< from %1:%2 on %3 by %4, %5 bytes")
-                             .arg(ipv4Text(received->source))
-                             .arg(received->sourcePort)
-                             .arg(m_transport.interfaceName(received->interfaceIndex), wayName(received->way))
-                             .arg(received->length));
-        m_terminal.trace(fieldLines(received->datagram, shown));
-        m_terminal.trace(hexLines(received->datagram.data(), shown));
-    }
+    if (received)
+        m_observer.received(*received);
     return received;
 }
 
@@ -118,8 +99,7 @@ void Exchange::countIgnored(Verdict verdict, const Received &received)
     if (verdict == Verdict::OtherCommand && m_commandsSent.test(received.datagram.command()))
         return;
     ++m_counts[static_cast<std::size_t>(verdict)];
-    if (m_terminal.isVerbose() && isShown(received))
-        m_terminal.trace(QStringLiteral("  ignored: %1").arg(QLatin1String(reasonText(verdict))));
+    m_observer.ignored(received, QLatin1String(reasonText(verdict)));
 }
 
 std::optional<Received> Exchange::ask(const Request &request,
@@ -128,7 +108,7 @@ std::optional<Received> Exchange::ask(const Request &request,
 {
     bool anySent = false;
     for (int round = 0; round < patience.rounds; ++round) {
-        m_terminal.progress(
+        m_observer.progress(
             QStringLiteral("%1, attempt %2 of %3").arg(doing).arg(round + 1).arg(patience.rounds));
         if (!trySend(request, ways[static_cast<std::size_t>(round) % ways.size()]))
             continue;
@@ -139,11 +119,6 @@ std::optional<Received> Exchange::ask(const Request &request,
     if (!anySent)
         failUnsent();
     return std::nullopt;
-}
-
-void Exchange::showOnly(std::function<bool(const Received &)> isShown)
-{
-    m_isShown = std::move(isShown);
 }
 
 int Exchange::ignored() const

@@ -1,15 +1,16 @@
 #ifndef EXCHANGE_H
 #define EXCHANGE_H
 
-#include "panel.h"
+#include "clock.h"
+#include "observer.h"
 #include "request.h"
-#include "terminal.h"
 #include "transport.h"
+
+#include <QtCore/QString>
 
 #include <array>
 #include <bitset>
 #include <chrono>
-#include <functional>
 #include <optional>
 #include <vector>
 
@@ -22,7 +23,9 @@ struct Patience {
 class Exchange
 {
 public:
-    Exchange(Transport &transport, Terminal &terminal);
+    Exchange(Transport &transport, Observer &observer);
+
+    Observer &observer() const { return m_observer; }
 
     // Throws ToolError: nothing could be sent, for the reason that was the last.
     [[noreturn]] void failUnsent() const;
@@ -43,10 +46,6 @@ public:
     std::optional<Received> ask(const Request &request, const std::vector<std::vector<Destination>> &ways,
                                 const Patience &patience, const QString &doing);
 
-    // From now on --verbose shows only those received datagrams for which this is true; the others are
-    // handled as before. What is sent is always shown.
-    void showOnly(std::function<bool(const Received &)> isShown);
-
     int ignored() const;
     // One line of a sentence with what was ignored and why.
     QString ignoredText() const;
@@ -54,14 +53,11 @@ public:
     QString noAnswerAdvice() const;
 
 private:
-    bool isShown(const Received &received) const { return !m_isShown || m_isShown(received); }
-
     Transport &m_transport;
-    Terminal &m_terminal;
-    std::function<bool(const Received &)> m_isShown;
+    Observer &m_observer;
     std::array<int, VerdictCount> m_counts = {};
     std::bitset<256> m_commandsSent;
-    int m_problemsShown = 0;
+    int m_problemsTold = 0;
 };
 
 #endif // EXCHANGE_H

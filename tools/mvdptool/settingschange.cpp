@@ -101,7 +101,7 @@ std::optional<Received> Setter::sendSettings(const Panel &panel)
 PanelList Setter::searchAsFarAsPossible(const Search &search)
 {
     try {
-        return discoverPanels(m_session.exchange, m_session.terminal, search);
+        return discoverPanels(m_session.exchange, search);
     } catch (const ToolError &error) {
         m_session.terminal.error(error.message);
         return PanelList();

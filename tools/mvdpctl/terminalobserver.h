@@ -1,0 +1,36 @@
+#ifndef TERMINALOBSERVER_H
+#define TERMINALOBSERVER_H
+
+#include "observer.h"
+#include "terminal.h"
+
+#include <functional>
+
+// Shows on a terminal what the engine tells.
+class TerminalObserver : public Observer
+{
+public:
+    // The transport knows the names of the interfaces.
+    TerminalObserver(Terminal &terminal, const Transport &transport);
+
+    // From now on --verbose shows only those received datagrams for which this is true. What is sent is
+    // always shown.
+    void showOnly(std::function<bool(const Received &)> isShown);
+
+    void progress(const QString &doing) override;
+    void warning(const QString &sentence) override;
+    void error(const QString &sentence) override;
+    void sent(const Request &request, const std::vector<Destination> &destinations) override;
+    void received(const Received &datagram) override;
+    void ignored(const Received &datagram, const QString &reason) override;
+
+private:
+    bool isShown(const Received &datagram) const;
+    void traceBytes(const MvdpDatagram &datagram, std::size_t length);
+
+    Terminal &m_terminal;
+    const Transport &m_transport;
+    std::function<bool(const Received &)> m_isShown;
+};
+
+#endif // TERMINALOBSERVER_H
