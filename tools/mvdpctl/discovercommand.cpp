@@ -68,7 +68,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     session.noteIgnored();
     if (panels.isEmpty())
         throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"),
-                      session.exchange.noAnswerAdvice()};
+                      session.noAnswerAdvice()};
     ExitCode code = ExitCode::Done;
     for (const std::uint32_t address : expected) {
         if (!panels.hasAnswered(address)) {

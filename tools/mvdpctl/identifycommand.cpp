@@ -23,7 +23,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     const auto panel = name.mac ? found : identify(found, session);
     if (!panel)
         throw Failure{ExitCode::NoAnswer, QStringLiteral("%1 is not heard any more").arg(panelLabel(found)),
-                      session.exchange.noAnswerAdvice()};
+                      session.noAnswerAdvice()};
     session.writer->record(panelColumns(), session.json(*panel));
     session.writer->print(panelDetails(*panel, session.interfaceNames()));
     session.noteIgnored();

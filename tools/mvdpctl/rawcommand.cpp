@@ -114,7 +114,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     session.writer->endList(session.exchange.ignored());
     session.noteIgnored();
     if (code == ExitCode::NoAnswer)
-        throw Failure{code, QStringLiteral("no answer"), session.exchange.noAnswerAdvice()};
+        throw Failure{code, QStringLiteral("no answer"), session.noAnswerAdvice()};
     return code;
 }
 

@@ -50,3 +50,28 @@ void Session::noteIgnored()
     if (exchange.ignored() > 0)
         terminal.note(exchange.ignoredText());
 }
+
+QString Session::noAnswerAdvice() const
+{
+    QString advice =
+        QStringLiteral(
+            "Check power and cable of the panel. Without a gateway it is heard only by computers with "
+            "an address in its subnet. A firewall here must let UDP answers in: "
+            "fix their port with --source-port and open it (it was %1 this time).")
+            .arg(transport.localPort());
+    const QStringList mute = transport.interfacesWithoutAddress();
+    if (!mute.isEmpty())
+        advice += QStringLiteral(" Interfaces without an IPv4 address were left out: %1.")
+                      .arg(mute.join(QStringLiteral(", ")));
+    QStringList filtered;
+    for (const NetworkInterface &interface : transport.interfaces()) {
+        if (hasReversePathFilter(interface))
+            filtered << interface.name;
+    }
+    if (!filtered.isEmpty()) {
+        advice += QStringLiteral(" The kernel's reverse-path filter may drop answers of panels in other "
+                                 "subnets (net.ipv4.conf.NAME.rp_filter is not 0 for: %1).")
+                      .arg(filtered.join(QStringLiteral(", ")));
+    }
+    return advice;
+}

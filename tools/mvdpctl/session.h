@@ -43,6 +43,8 @@ public:
 
     // Says on standard error what was ignored, if anything was.
     void noteIgnored();
+    // What may keep answers from being heard on this computer.
+    QString noAnswerAdvice() const;
 };
 
 #endif // SESSION_H

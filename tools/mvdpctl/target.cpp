@@ -36,7 +36,7 @@ void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
                              ? QStringLiteral("no panel with the address %1 answered")
                              : QStringLiteral("no panel that answered has '%1' in its description");
     if (panels.isEmpty())
-        throw Failure{ExitCode::NoAnswer, kind.arg(name.text), session.exchange.noAnswerAdvice()};
+        throw Failure{ExitCode::NoAnswer, kind.arg(name.text), session.noAnswerAdvice()};
     session.terminal.error(kind.arg(name.text));
     listPanels(panels.sorted(), session.terminal);
     throw Failure{

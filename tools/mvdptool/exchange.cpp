@@ -2,8 +2,6 @@
 
 #include "toolerror.h"
 
-#include <QtCore/QFile>
-
 #include <algorithm>
 #include <numeric>
 
@@ -27,12 +25,6 @@ const char *reasonText(Verdict verdict)
         break;
     }
     return "too many";
-}
-
-int reversePathFilter(const QString &interface)
-{
-    QFile file(QStringLiteral("/proc/sys/net/ipv4/conf/%1/rp_filter").arg(interface));
-    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed().toInt() : 0;
 }
 
 } // namespace
@@ -140,29 +132,4 @@ QString Exchange::ignoredText() const
         .arg(ignored())
         .arg(ignored() == 1 ? QStringLiteral("datagram was") : QStringLiteral("datagrams were"),
              parts.join(QStringLiteral(", ")));
-}
-
-QString Exchange::noAnswerAdvice() const
-{
-    QString advice =
-        QStringLiteral(
-            "Check power and cable of the panel. Without a gateway it is heard only by computers with "
-            "an address in its subnet. A firewall here must let UDP answers in: "
-            "fix their port with --source-port and open it (it was %1 this time).")
-            .arg(m_transport.localPort());
-    const QStringList mute = m_transport.interfacesWithoutAddress();
-    if (!mute.isEmpty())
-        advice += QStringLiteral(" Interfaces without an IPv4 address were left out: %1.")
-                      .arg(mute.join(QStringLiteral(", ")));
-    QStringList filtered;
-    for (const NetworkInterface &interface : m_transport.interfaces()) {
-        if (std::max(reversePathFilter(interface.name), reversePathFilter(QStringLiteral("all"))) > 0)
-            filtered << interface.name;
-    }
-    if (!filtered.isEmpty()) {
-        advice += QStringLiteral(" The kernel's reverse-path filter may drop answers of panels in other "
-                                 "subnets (net.ipv4.conf.NAME.rp_filter is not 0 for: %1).")
-                      .arg(filtered.join(QStringLiteral(", ")));
-    }
-    return advice;
 }

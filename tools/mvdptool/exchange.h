@@ -49,8 +49,6 @@ public:
     int ignored() const;
     // One line of a sentence with what was ignored and why.
     QString ignoredText() const;
-    // What may keep answers from being heard on this computer.
-    QString noAnswerAdvice() const;
 
 private:
     Transport &m_transport;

@@ -1,5 +1,6 @@
 #include "interfaces.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QStringList>
 #include <QtNetwork/QNetworkInterface>
 
@@ -17,6 +18,12 @@ std::vector<InterfaceAddress> ipv4Addresses(const QNetworkInterface &interface)
             addresses.push_back({entry.ip().toIPv4Address(), entry.netmask().toIPv4Address()});
     }
     return addresses;
+}
+
+bool isReversePathFilterOn(const QString &name)
+{
+    QFile file(QStringLiteral("/proc/sys/net/ipv4/conf/%1/rp_filter").arg(name));
+    return file.open(QIODevice::ReadOnly) && file.readAll().trimmed().toInt() > 0;
 }
 
 } // namespace
@@ -65,6 +72,11 @@ std::vector<NetworkInterface> interfacesAmong(const std::vector<NetworkInterface
         interfaces.begin(), interfaces.end(), std::back_inserter(among),
         [&indices](const NetworkInterface &interface) { return indices.count(interface.index) > 0; });
     return among;
+}
+
+bool hasReversePathFilter(const NetworkInterface &interface)
+{
+    return isReversePathFilterOn(interface.name) || isReversePathFilterOn(QStringLiteral("all"));
 }
 
 QString namesOf(const std::vector<NetworkInterface> &interfaces)

@@ -36,6 +36,10 @@ std::vector<NetworkInterface> upInterfaces();
 std::vector<NetworkInterface> interfacesAmong(const std::vector<NetworkInterface> &interfaces,
                                               const std::set<unsigned> &indices);
 
+// True when the kernel is set to drop what comes from subnets that it would not send to by this interface.
+// Only Linux has such a setting (rp_filter).
+bool hasReversePathFilter(const NetworkInterface &interface);
+
 // "eth0" or "eth0 and eth1"
 QString namesOf(const std::vector<NetworkInterface> &interfaces);
 
