@@ -4,6 +4,7 @@
 #include "session.h"
 #include "settingscheck.h"
 #include "target.h"
+#include "ways.h"
 
 namespace
 {
@@ -53,7 +54,7 @@ Panel ActionRun::find()
 {
     if (isHarmless())
         return findTarget(m_session);
-    const TargetName name = targetFromText(m_session.arguments.words().first());
+    const PanelName name = panelNameFromText(m_session.arguments.words().first());
     const PanelList panels = searchFor(name, m_session);
     Panel panel = onlyMatch(name, panels, m_session);
     weighObjections(targetObjections(panel.mac, panels), true, m_session.terminal);
@@ -72,7 +73,7 @@ std::optional<Received> ActionRun::send(const Panel &panel)
 std::vector<Destination> ActionRun::provenWay(const Panel &panel)
 {
     const Request question = Request::toMac(MvdpCommand::Identify, panel.mac);
-    const auto ways = waysTo(panel, m_session);
+    const auto ways = waysTo(panel, m_session.transport, m_session.reachedAt());
     const Patience patience = m_session.searchPatience();
     for (int round = 0; round < patience.rounds; ++round) {
         m_session.terminal.progress(QStringLiteral("looking for the way, round %1").arg(round + 1));
@@ -114,7 +115,7 @@ void ActionRun::report(const Panel &panel, bool isDone)
 
 ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal)
 {
-    targetFromText(arguments.words().first());
+    panelNameFromText(arguments.words().first());
     if (action.question != nullptr)
         requireConsent(arguments, terminal, QStringLiteral("'%1' changes the panel").arg(action.name));
     Session session(arguments, terminal);

@@ -58,7 +58,7 @@ const Command WinkCommand = {
     "The notice stays for five seconds and tells the panel's model and address, so\n"
     "that somebody in front of it sees which one it is. Asks again, at most --rounds\n"
     "(3) times, when no answer comes within --timeout (10 seconds).",
-    {{ThroughOption}, 1, 1},
+    {{ToOption}, 1, 1},
     run<Wink>,
 };
 
@@ -69,7 +69,7 @@ const Command RestartCommand = {
     "Asks first. The command is sent once: a panel whose answer was lost would be\n"
     "restarted again while it comes up. --rounds N sends it up to N times until an\n"
     "answer comes, --timeout (10 seconds) apart.",
-    {{ThroughOption}, 1, 1},
+    {{ToOption}, 1, 1},
     run<Restart>,
 };
 
@@ -80,7 +80,7 @@ const Command ResetNetworkCommand = {
     "Asks first. The panel goes back to the factory's network settings and restarts,\n"
     "so it comes up with another address than it has now. All else that it holds\n"
     "stays. The command is sent once, as with restart; --rounds N repeats it.",
-    {{ThroughOption}, 1, 1},
+    {{ToOption}, 1, 1},
     run<ResetNetwork>,
 };
 
@@ -93,6 +93,6 @@ const Command RestoreDefaultsCommand = {
     "/mnt/data/hmi/restorecdsdefault.bin (absolute, command 15) or a file in the\n"
     "working directory of the panel's service (relative, command 6). The command is\n"
     "sent once, as with restart; --rounds N repeats it.",
-    {{ThroughOption, {"marker", "KIND", "Leave the 'absolute' (default) or 'relative' marker."}}, 1, 1},
+    {{ToOption, {"marker", "KIND", "Leave the 'absolute' (default) or 'relative' marker."}}, 1, 1},
     runRestoreDefaults,
 };

@@ -67,8 +67,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     report(panels, session);
     session.noteIgnored();
     if (panels.isEmpty())
-        throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"),
-                      session.noAnswerAdvice()};
+        throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"), session.noAnswerAdvice()};
     ExitCode code = ExitCode::Done;
     for (const std::uint32_t address : expected) {
         if (!panels.hasAnswered(address)) {

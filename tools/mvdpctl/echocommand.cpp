@@ -186,15 +186,15 @@ void requireRoute(std::uint32_t address)
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
-    targetFromText(arguments.words().first());
+    panelNameFromText(arguments.words().first());
     const int count = arguments.number("count", 1, 1000000).value_or(4);
     const auto interval = arguments.seconds("interval").value_or(std::chrono::seconds(1));
     const auto timeout = arguments.seconds("timeout").value_or(std::chrono::seconds(2));
 
     Session session(arguments, terminal);
     const Panel panel = findTarget(session);
-    const std::uint32_t address = session.through().value_or(panel.source);
-    if (!session.through() && !arguments.isSet("interface"))
+    const std::uint32_t address = session.reachedAt().value_or(panel.source);
+    if (!session.reachedAt() && !arguments.isSet("interface"))
         requireRoute(address);
     EchoRun echo(session.exchange, *session.writer, address, session.transport.towards(address));
     const EchoStatistics statistics = echo.run(count, interval, timeout);
@@ -224,7 +224,7 @@ const Command EchoCommand = {
     "least one echo came back and none was altered, 4 when one was.",
     {{{"count", "N", "How many (default 4)."},
       {"interval", "SECONDS", "Time between two (default 1)."},
-      ThroughOption},
+      ToOption},
      1,
      1},
     run,

@@ -1,6 +1,8 @@
 #include "command.h"
+#include "discovery.h"
 #include "session.h"
 #include "target.h"
+#include "ways.h"
 
 namespace
 {
@@ -8,15 +10,13 @@ namespace
 // What a search found was told to everybody; what is shown was told to this question.
 std::optional<Panel> identify(const Panel &found, Session &session)
 {
-    const auto answer =
-        session.exchange.ask(Request::toMac(MvdpCommand::Identify, found.mac), waysTo(found, session),
-                             session.searchPatience(), QStringLiteral("asking"));
-    return answer ? std::optional<Panel>(Panel::fromReply(*answer)) : std::nullopt;
+    return identifyPanel(session.exchange, found.mac, waysTo(found, session.transport, session.reachedAt()),
+                         session.searchPatience(), QStringLiteral("asking"));
 }
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
-    const TargetName name = targetFromText(arguments.words().first());
+    const PanelName name = panelNameFromText(arguments.words().first());
     Session session(arguments, terminal);
     const Panel found = findTarget(session);
     // A panel that is named by its MAC address has been asked by it already.
@@ -38,6 +38,6 @@ const Command IdentifyCommand = {
     "Show the identity of one panel.",
     "A MAC address is asked for everywhere, so that its IP address need not be known\n"
     "nor be reachable. Otherwise all panels are searched for first.",
-    {{ThroughOption}, 1, 1},
+    {{ToOption}, 1, 1},
     run,
 };

@@ -3,8 +3,11 @@
 #include "confirm.h"
 #include "discovery.h"
 #include "interrupt.h"
+#include "outcomeadvice.h"
 #include "plan.h"
 #include "settingschange.h"
+#include "target.h"
+#include "ways.h"
 #include "whereabouts.h"
 
 #include <algorithm>
@@ -17,11 +20,6 @@ namespace
 {
 
 const int ResultColumns = 31;
-
-SetResult unsent(Outcome outcome)
-{
-    return {outcome, outcomeAdvice(outcome)};
-}
 
 QString toldText(const PlanStep &step)
 {
@@ -94,7 +92,10 @@ SetResult PlanRun::carryOut(PlanStep &step)
         !m_session.arguments.isSet("force"))
         return unsent(Outcome::Blocked);
     try {
-        SetResult result = applySettings(m_session, *step.now, step.wanted);
+        showOnly(*step.now, m_session);
+        SetResult result =
+            applySettings(m_session.exchange, *step.now, step.wanted,
+                          m_session.arguments.patience(SetRounds, SetTimeout), m_session.reachedAt());
         step.isWhereItTells = result.outcome == Outcome::Applied ||
                               isShownToBeThere(*step.now, m_session.transport.allInterfaces());
         for (auto &[mac, addresses] : m_addresses) {
@@ -122,7 +123,7 @@ void PlanRun::report(const PlanStep &step, const SetResult &result)
     const Outcome outcome = result.outcome;
     ++m_counts[outcome];
     if (outcomeCode(outcome) != ExitCode::Done)
-        ++m_advice[{outcome, result.advice}];
+        ++m_advice[{outcome, adviceAfter(result)}];
     const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
     m_session.writer->add(outcomeJson(outcome, step.entry.mac, wanted, step.now, m_session.interfaceNames()));
     QString text = macText(step.entry.mac) + QStringLiteral("  ") + QLatin1String(outcomeName(outcome));
@@ -183,7 +184,7 @@ void confirm(const Plan &plan, Session &session)
 
 ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
 {
-    const Search search = {session.everywhere(), session.searchPatience(), {}};
+    const Search search = {everyWay(session.transport, session.reachedAt()), session.searchPatience(), {}};
     session.observer.showOnly([planned = macsOf(entries)](const Received &received) {
         return planned.count(Panel::fromReply(received).mac) > 0;
     });
@@ -191,7 +192,7 @@ ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
     std::size_t number = 0;
     const auto isThere = [&session, &number, total = entries.size()](const Panel &panel) {
         session.terminal.setProgressPrefix(QStringLiteral("panel %1 of %2: ").arg(++number).arg(total));
-        return isWhereItTells(panel, session);
+        return isWhereItTells(panel, session.exchange);
     };
     const Plan plan = makePlan(entries, panels, session.transport.allInterfaces(), isThere);
     session.terminal.setProgressPrefix(QString());

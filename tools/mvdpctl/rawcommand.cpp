@@ -85,7 +85,7 @@ void report(const Received &reply, const Session &session)
 // Sends the request and reports the replies: Refused when any of them is a refusal, NoAnswer without any.
 ExitCode exchangeDatagrams(const Request &request, Session &session)
 {
-    const auto to = session.through();
+    const auto to = session.reachedAt();
     const auto destinations = to ? session.transport.towards(*to) : session.transport.limitedBroadcasts();
     const Patience patience = session.arguments.patience(1, std::chrono::seconds(2));
     ExitCode code = ExitCode::NoAnswer;

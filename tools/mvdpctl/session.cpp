@@ -35,16 +35,6 @@ Patience Session::searchPatience() const
     return patience;
 }
 
-std::vector<Destination> Session::everywhere() const
-{
-    std::vector<Destination> destinations = transport.everywhere();
-    if (const auto address = through()) {
-        const auto towards = transport.towards(*address);
-        destinations.insert(destinations.end(), towards.begin(), towards.end());
-    }
-    return destinations;
-}
-
 void Session::noteIgnored()
 {
     if (exchange.ignored() > 0)

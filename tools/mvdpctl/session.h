@@ -14,8 +14,7 @@
 #include <memory>
 
 // --to, of every command that talks to one panel.
-inline constexpr Option ThroughOption = {"to", "ADDRESS",
-                                         "Reach the panel at this address, as through a router."};
+inline constexpr Option ToOption = {"to", "ADDRESS", "Reach the panel at this address, as through a router."};
 
 // What a command that talks to panels works with.
 class Session
@@ -37,9 +36,7 @@ public:
     // How the panel is looked for before a command is sent to it.
     Patience searchPatience() const;
     // --to, the address at which the panel is reached.
-    std::optional<std::uint32_t> through() const { return arguments.address("to"); }
-    // Every way out, and towards --to.
-    std::vector<Destination> everywhere() const;
+    std::optional<std::uint32_t> reachedAt() const { return arguments.address("to"); }
 
     // Says on standard error what was ignored, if anything was.
     void noteIgnored();

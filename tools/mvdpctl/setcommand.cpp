@@ -1,5 +1,6 @@
 #include "command.h"
 #include "confirm.h"
+#include "outcomeadvice.h"
 #include "planrun.h"
 #include "session.h"
 #include "settingschange.h"
@@ -60,19 +61,19 @@ void report(const SetResult &set, const NetworkSettings &wanted, const Panel &pa
         session.writer->print(panelDetails(panel, session.interfaceNames()));
     session.noteIgnored();
     if (code != ExitCode::Done)
-        throw Failure{code, sentence, set.advice};
+        throw Failure{code, sentence, adviceAfter(set)};
 }
 
 ExitCode runOne(const Arguments &arguments, Session &session)
 {
-    const TargetName name = targetFromText(arguments.words().first());
+    const PanelName name = panelNameFromText(arguments.words().first());
     const PanelList panels = searchFor(name, session);
     Panel panel = onlyMatch(name, panels, session);
     const WantedSettings wanted = wantedSettings(arguments);
     const NetworkSettings settings = wanted.over(panel);
-    const bool isThere = isWhereItTells(panel, session);
+    const bool isThere = isWhereItTells(panel, session.exchange);
     if (hasSettings(panel, settings) && isThere && !arguments.isSet("force")) {
-        report({Outcome::AlreadySo, {}}, settings, panel, session);
+        report(unsent(Outcome::AlreadySo), settings, panel, session);
         return ExitCode::Done;
     }
     if (!isThere && panel.address != 0)
@@ -85,7 +86,9 @@ ExitCode runOne(const Arguments &arguments, Session &session)
             : QStringLiteral("Change %1 from %2 to %3?")
                   .arg(panelLabel(panel), settingsText(settingsOf(panel)), settingsText(settings));
     askConsent(arguments, session.terminal, question);
-    const SetResult result = applySettings(session, panel, settings);
+    const SetResult result =
+        applySettings(session.exchange, panel, settings, session.arguments.patience(SetRounds, SetTimeout),
+                      session.reachedAt());
     report(result, settings, panel, session);
     return ExitCode::Done;
 }
@@ -105,7 +108,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     if (fromFile) {
         entries = readPlan(arguments.text("from"));
     } else {
-        targetFromText(arguments.words().first());
+        panelNameFromText(arguments.words().first());
         wantedSettings(arguments); // finds mistyped values before anything is sent
     }
     requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));
@@ -135,7 +138,7 @@ const Command SetCommand = {
       {"netmask", "NETMASK", "The new netmask, as 255.255.255.0 or as 24."},
       {"gateway", "ADDRESS", "The new gateway."},
       {"from", "FILE", "Take panels and settings from FILE.csv or FILE.json."},
-      ThroughOption,
+      ToOption,
       {"force", nullptr, "Send also settings that look wrong, with a warning."}},
      0,
      1},

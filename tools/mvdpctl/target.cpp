@@ -2,23 +2,12 @@
 
 #include "discovery.h"
 #include "failure.h"
-
-#include <algorithm>
-#include <iterator>
+#include "ways.h"
 
 namespace
 {
 
 const std::size_t MostCandidates = 20;
-
-bool fits(const TargetName &name, const Panel &panel)
-{
-    if (name.mac)
-        return panel.mac == *name.mac;
-    if (name.address)
-        return panel.address == *name.address || panel.source == *name.address;
-    return panel.description.contains(name.text, Qt::CaseInsensitive);
-}
 
 void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
 {
@@ -28,7 +17,7 @@ void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
         terminal.error(QStringLiteral("  and %1 more").arg(panels.size() - MostCandidates));
 }
 
-[[noreturn]] void failWithoutMatch(const TargetName &name, const PanelList &panels, Session &session)
+[[noreturn]] void failWithoutMatch(const PanelName &name, const PanelList &panels, Session &session)
 {
     session.noteIgnored();
     const QString kind = name.mac ? QStringLiteral("no panel with the MAC address %1 answered")
@@ -47,7 +36,7 @@ void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
                        "of them.")};
 }
 
-[[noreturn]] void failAmbiguous(const TargetName &name, const std::vector<Panel> &found, Session &session)
+[[noreturn]] void failAmbiguous(const PanelName &name, const std::vector<Panel> &found, Session &session)
 {
     session.terminal.error(
         QStringLiteral("'%1' fits %2 panels").arg(name.text, QString::number(found.size())));
@@ -59,44 +48,26 @@ void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
                             .arg(macText(found.front().mac))};
 }
 
-void showOnly(const TargetName &name, Session &session)
+void showOnly(const PanelName &name, Session &session)
 {
     session.observer.showOnly(
-        [name](const Received &received) { return fits(name, Panel::fromReply(received)); });
+        [name](const Received &received) { return name.fits(Panel::fromReply(received)); });
 }
 
 // A panel that is asked by its MAC address, at --to alone if that is given.
 std::optional<Panel> askByMac(const MacAddress &mac, Session &session)
 {
     showOnly({macText(mac), mac, std::nullopt}, session);
-    const auto through = session.through();
-    const auto destinations = through ? session.transport.towards(*through) : session.transport.everywhere();
-    const auto answer = session.exchange.ask(Request::toMac(MvdpCommand::Identify, mac), {destinations},
-                                             session.searchPatience(), QStringLiteral("asking"));
-    return answer ? std::optional<Panel>(Panel::fromReply(*answer)) : std::nullopt;
+    const auto reachedAt = session.reachedAt();
+    const auto destinations =
+        reachedAt ? session.transport.towards(*reachedAt) : session.transport.everywhere();
+    return identifyPanel(session.exchange, mac, {destinations}, session.searchPatience(),
+                         QStringLiteral("asking"));
 }
 
 } // namespace
 
-TargetName targetFromText(const QString &text)
-{
-    const QString word = text.trimmed();
-    if (word.isEmpty())
-        throwUsage(QStringLiteral("an empty word names no panel"),
-                   QStringLiteral("Give a MAC address, an IP address or a piece of a description."));
-    return {word, macFromText(word), ipv4FromText(word)};
-}
-
-std::vector<Panel> matches(const TargetName &name, const PanelList &panels)
-{
-    const std::vector<Panel> all = panels.sorted();
-    std::vector<Panel> found;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(found),
-                 [&name](const Panel &panel) { return fits(name, panel); });
-    return found;
-}
-
-Panel onlyMatch(const TargetName &name, const PanelList &panels, Session &session)
+Panel onlyMatch(const PanelName &name, const PanelList &panels, Session &session)
 {
     const std::vector<Panel> found = matches(name, panels);
     if (found.empty())
@@ -107,14 +78,14 @@ Panel onlyMatch(const TargetName &name, const PanelList &panels, Session &sessio
     return found.front();
 }
 
-PanelList searchFor(const TargetName &name, Session &session)
+PanelList searchFor(const PanelName &name, Session &session)
 {
-    if (name.address && session.through())
+    if (name.address && session.reachedAt())
         throwUsage(QStringLiteral("--to goes with a MAC address or a description"));
     if (name.address && session.transport.reachesMany(*name.address))
         throwUsage(QStringLiteral("%1 is not the address of one panel").arg(name.text));
     showOnly(name, session);
-    Search search = {session.everywhere(), session.searchPatience(), {}};
+    Search search = {everyWay(session.transport, session.reachedAt()), session.searchPatience(), {}};
     if (name.address && Transport::hasRouteTo(*name.address)) {
         const auto towards = session.transport.towards(*name.address);
         search.destinations.insert(search.destinations.end(), towards.begin(), towards.end());
@@ -124,7 +95,7 @@ PanelList searchFor(const TargetName &name, Session &session)
 
 Panel findTarget(Session &session)
 {
-    const TargetName name = targetFromText(session.arguments.words().first());
+    const PanelName name = panelNameFromText(session.arguments.words().first());
     if (!name.mac || isZero(*name.mac))
         return onlyMatch(name, searchFor(name, session), session);
     const auto panel = askByMac(*name.mac, session);
@@ -156,19 +127,4 @@ QString heardBeforeAdvice()
     return QStringLiteral(
         "It was heard a moment ago, so it may be busy: try again, with a longer --timeout or more "
         "--rounds.");
-}
-
-std::vector<std::vector<Destination>> waysTo(const Panel &panel, const Session &session)
-{
-    if (const auto through = session.through())
-        return {session.transport.towards(*through)};
-    std::vector<std::vector<Destination>> ways;
-    for (const std::uint32_t toAll : {LimitedBroadcast, std::uint32_t(MvdpDatagram::MulticastGroup)}) {
-        const auto way = session.transport.towardsOn(panel.interfaceIndex, toAll);
-        // Panels that do not know their MAC address would all feel addressed.
-        if (!way.empty() && !isZero(panel.mac))
-            ways.push_back(way);
-    }
-    ways.push_back(session.transport.towards(panel.source));
-    return ways;
 }

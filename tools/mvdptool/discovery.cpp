@@ -119,3 +119,11 @@ PanelList discoverPanels(Exchange &exchange, const Search &search)
 {
     return Discovery(exchange, search).run();
 }
+
+std::optional<Panel> identifyPanel(Exchange &exchange, const MacAddress &mac,
+                                   const std::vector<std::vector<Destination>> &ways,
+                                   const Patience &patience, const QString &doing)
+{
+    const auto answer = exchange.ask(Request::toMac(MvdpCommand::Identify, mac), ways, patience, doing);
+    return answer ? std::optional<Panel>(Panel::fromReply(*answer)) : std::nullopt;
+}

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <vector>
 
 // More panels than any plant has on one network: what comes beyond them is a flood of forged replies.
@@ -27,5 +28,10 @@ struct Search {
 // no panel answered less than before end the search: where answers go missing, panels may be missing too. All
 // rounds are spent when none answers. Throws ToolError when no request could be sent.
 PanelList discoverPanels(Exchange &exchange, const Search &search);
+
+// Asks one panel who it is, as Exchange::ask() does: the panel as it answers, nothing when it does not.
+std::optional<Panel> identifyPanel(Exchange &exchange, const MacAddress &mac,
+                                   const std::vector<std::vector<Destination>> &ways,
+                                   const Patience &patience, const QString &doing);
 
 #endif // DISCOVERY_H

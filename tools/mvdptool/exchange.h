@@ -25,6 +25,7 @@ class Exchange
 public:
     Exchange(Transport &transport, Observer &observer);
 
+    Transport &transport() const { return m_transport; }
     Observer &observer() const { return m_observer; }
 
     // Throws ToolError: nothing could be sent, for the reason that was the last.

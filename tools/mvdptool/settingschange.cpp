@@ -1,7 +1,8 @@
 #include "settingschange.h"
 
 #include "discovery.h"
-#include "target.h"
+#include "toolerror.h"
+#include "ways.h"
 #include "whereabouts.h"
 
 #include <algorithm>
@@ -19,13 +20,15 @@ const Panel *findIn(const PanelList &panels, const MacAddress &mac)
     return isZero(mac) ? nullptr : panels.find(mac);
 }
 
-class Setter
+class SettingsChange
 {
 public:
-    Setter(Session &session, const NetworkSettings &settings)
-        : m_session(session)
+    SettingsChange(Exchange &exchange, const NetworkSettings &settings, const Patience &patience,
+                   std::optional<std::uint32_t> reachedAt)
+        : m_exchange(exchange)
         , m_settings(settings)
-        , m_patience(session.arguments.patience(SetRounds, SetTimeout))
+        , m_patience(patience)
+        , m_reachedAt(reachedAt)
     {
     }
 
@@ -33,41 +36,33 @@ public:
 
 private:
     Outcome outcome(Panel &panel);
-    QString silenceAdvice(Outcome outcome, const Panel &before) const;
     std::optional<Received> sendSettings(const Panel &panel);
     PanelList searchAsFarAsPossible(const Search &search);
     bool isHeardWithSettings(Panel &panel, const Search &search);
     bool verify(Panel &panel);
 
-    Session &m_session;
+    Exchange &m_exchange;
     NetworkSettings m_settings;
     Patience m_patience;
+    std::optional<std::uint32_t> m_reachedAt;
     bool m_heardAgain = false;
 };
 
-SetResult Setter::run(Panel &panel)
+SetResult SettingsChange::run(Panel &panel)
 {
-    showOnly(panel, m_session);
     const Panel before = panel;
-    SetResult result = {outcome(panel), {}};
+    SetResult result;
+    result.outcome = outcome(panel);
     result.isHeard = m_heardAgain;
-    result.advice = m_heardAgain ? outcomeAdvice(result.outcome) : silenceAdvice(result.outcome, before);
+    if (!m_heardAgain) {
+        const auto heardOn = interfacesAmong(m_exchange.transport().allInterfaces(), {before.interfaceIndex});
+        result.deafness = deafnessText(m_settings, before, heardOn);
+        result.heardOn = namesOf(heardOn);
+    }
     return result;
 }
 
-// When the settings put the panel out of hearing, it says only that.
-QString Setter::silenceAdvice(Outcome outcome, const Panel &before) const
-{
-    const auto heardOn = interfacesAmong(m_session.transport.allInterfaces(), {before.interfaceIndex});
-    const QString deafness = deafnessText(m_settings, before, heardOn);
-    if (deafness.isEmpty())
-        return outcomeAdvice(outcome);
-    return deafness +
-           QStringLiteral(": give this one such an address on %1, and see with 'mvdpctl discover'.")
-               .arg(namesOf(heardOn));
-}
-
-Outcome Setter::outcome(Panel &panel)
+Outcome SettingsChange::outcome(Panel &panel)
 {
     const auto reply = sendSettings(panel);
     if (reply) {
@@ -87,29 +82,29 @@ Outcome Setter::outcome(Panel &panel)
     return m_heardAgain ? Outcome::Unchanged : Outcome::Unverified;
 }
 
-std::optional<Received> Setter::sendSettings(const Panel &panel)
+std::optional<Received> SettingsChange::sendSettings(const Panel &panel)
 {
     Request request = Request::toMac(MvdpCommand::SetAddress, panel.mac);
     request.datagram.setIpAddress(m_settings.address);
     request.datagram.setNetmask(m_settings.netmask);
     request.datagram.setGateway(m_settings.gateway);
-    return m_session.exchange.ask(request, waysTo(panel, m_session), m_patience,
-                                  QStringLiteral("setting ") + macText(panel.mac));
+    return m_exchange.ask(request, waysTo(panel, m_exchange.transport(), m_reachedAt), m_patience,
+                          QStringLiteral("setting ") + macText(panel.mac));
 }
 
 // What this computer cannot send any more is no news of the panel.
-PanelList Setter::searchAsFarAsPossible(const Search &search)
+PanelList SettingsChange::searchAsFarAsPossible(const Search &search)
 {
     try {
-        return discoverPanels(m_session.exchange, search);
+        return discoverPanels(m_exchange, search);
     } catch (const ToolError &error) {
-        m_session.terminal.error(error.message);
+        m_exchange.observer().error(error.message);
         return PanelList();
     }
 }
 
 // Takes over what the panel tells, if the search finds it.
-bool Setter::isHeardWithSettings(Panel &panel, const Search &search)
+bool SettingsChange::isHeardWithSettings(Panel &panel, const Search &search)
 {
     const PanelList panels = searchAsFarAsPossible(search);
     const Panel *now = findIn(panels, panel.mac);
@@ -120,9 +115,9 @@ bool Setter::isHeardWithSettings(Panel &panel, const Search &search)
     return hasSettings(panel, m_settings);
 }
 
-bool Setter::verify(Panel &panel)
+bool SettingsChange::verify(Panel &panel)
 {
-    m_session.terminal.progress(QStringLiteral("checking %1").arg(macText(panel.mac)));
+    m_exchange.observer().progress(QStringLiteral("checking %1").arg(macText(panel.mac)));
     const auto deadline = Clock::now() + m_patience.timeout * m_patience.rounds;
     const auto timeout = std::min(m_patience.timeout, CheckTimeout);
     const auto roundsLeft = [deadline, timeout] {
@@ -133,10 +128,10 @@ bool Setter::verify(Panel &panel)
         const Panel *now = findIn(panels, mac);
         return now != nullptr && hasSettings(*now, m_settings);
     };
-    if (!isHeardWithSettings(panel,
-                             {m_session.everywhere(), {std::max(1, roundsLeft()), timeout}, tellsSettings}))
+    const auto everywhere = everyWay(m_exchange.transport(), m_reachedAt);
+    if (!isHeardWithSettings(panel, {everywhere, {std::max(1, roundsLeft()), timeout}, tellsSettings}))
         return false;
-    if (isWhereItTells(panel, m_session))
+    if (isWhereItTells(panel, m_exchange))
         return true;
     // It may tell them before it has moved.
     const int rounds = roundsLeft();
@@ -144,46 +139,31 @@ bool Setter::verify(Panel &panel)
         return false;
     const auto isThere = [this, mac = panel.mac, tellsSettings](const PanelList &panels) {
         return tellsSettings(panels) &&
-               isShownToBeThere(*findIn(panels, mac), m_session.transport.allInterfaces());
+               isShownToBeThere(*findIn(panels, mac), m_exchange.transport().allInterfaces());
     };
-    return isHeardWithSettings(panel, {m_session.everywhere(), {rounds, timeout}, isThere}) &&
-           isWhereItTells(panel, m_session);
+    return isHeardWithSettings(panel, {everywhere, {rounds, timeout}, isThere}) &&
+           isWhereItTells(panel, m_exchange);
 }
 
 struct OutcomeFacts {
     const char *name;
-    ExitCode code;
     const char *sentence; // %1 the panel, %2 settings asked for
-    const char *advice;
 };
 
 const OutcomeFacts &factsOf(Outcome outcome)
 {
     static const OutcomeFacts facts[] = {
-        {"applied", ExitCode::Done, "%1 now has %2.", ""},
-        {"already so", ExitCode::Done, "%1 already has %2.", ""},
-        {"refused", ExitCode::Refused, "%1 could not apply %2",
-         "It could not read its settings, so nothing was changed: its platform service may be down. Restart "
-         "the panel and try again. The settings in the result may be what it was just told."},
-        {"unchanged", ExitCode::Refused, "%1 accepted %2 but still shows other settings",
-         "It may need a restart, or its platform service ignores the change; what it shows now is in the "
-         "result."},
-        {"elsewhere", ExitCode::Refused, "%1 tells %2 but answers from another address",
-         "It may tell what it was told and could not apply: its platform service may be down. Restart the "
-         "panel and try again. Behind a router that translates addresses all may be well. From where it "
-         "answered is in the result."},
-        {"unverified", ExitCode::NoAnswer, "%1 accepted %2 but was not heard again",
-         "Look for it with 'mvdpctl discover'; its new subnet may keep its answers from this computer."},
-        {"no answer", ExitCode::NoAnswer, "%1 did not answer to the new settings %2",
-         "See with 'mvdpctl discover' which settings it has now, and try again."},
-        {"not found", ExitCode::NoAnswer, "%1 was not found, so it did not get %2",
-         "Check its power and cable, and its MAC address in the plan; see 'mvdpctl discover'."},
-        {"blocked", ExitCode::NoAnswer, "%1 did not get %2: another panel still holds the address",
-         "First have that other panel take its own new address; then run the plan again."},
-        {"trouble", ExitCode::NetworkTrouble, "%1 did not get %2: this computer could not send",
-         "See which addresses this computer has, look at the cable, and run the plan again."},
-        {"not tried", ExitCode::NoAnswer, "%1 did not get %2: interrupted before",
-         "Run the plan again: what is done is skipped."},
+        {"applied", "%1 now has %2."},
+        {"already so", "%1 already has %2."},
+        {"refused", "%1 could not apply %2"},
+        {"unchanged", "%1 accepted %2 but still shows other settings"},
+        {"elsewhere", "%1 tells %2 but answers from another address"},
+        {"unverified", "%1 accepted %2 but was not heard again"},
+        {"no answer", "%1 did not answer to the new settings %2"},
+        {"not found", "%1 was not found, so it did not get %2"},
+        {"blocked", "%1 did not get %2: another panel still holds the address"},
+        {"trouble", "%1 did not get %2: this computer could not send"},
+        {"not tried", "%1 did not get %2: interrupted before"},
     };
     static_assert(std::size(facts) == OutcomeCount, "one row for each outcome, in their order");
     return facts[static_cast<std::size_t>(outcome)];
@@ -196,24 +176,20 @@ const char *outcomeName(Outcome outcome)
     return factsOf(outcome).name;
 }
 
-ExitCode outcomeCode(Outcome outcome)
-{
-    return factsOf(outcome).code;
-}
-
 QString outcomeSentence(Outcome outcome, const MacAddress &mac, const NetworkSettings &wanted)
 {
     return QString::fromLatin1(factsOf(outcome).sentence).arg(macText(mac), settingsText(wanted));
 }
 
-QString outcomeAdvice(Outcome outcome)
+SetResult unsent(Outcome outcome)
 {
-    return QString::fromLatin1(factsOf(outcome).advice);
+    return {outcome, false, {}, {}};
 }
 
-SetResult applySettings(Session &session, Panel &panel, const NetworkSettings &settings)
+SetResult applySettings(Exchange &exchange, Panel &panel, const NetworkSettings &settings,
+                        const Patience &patience, std::optional<std::uint32_t> reachedAt)
 {
-    return Setter(session, settings).run(panel);
+    return SettingsChange(exchange, settings, patience, reachedAt).run(panel);
 }
 
 QString settingsText(const NetworkSettings &settings)

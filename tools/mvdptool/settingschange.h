@@ -1,12 +1,15 @@
 #ifndef SETTINGSCHANGE_H
 #define SETTINGSCHANGE_H
 
-#include "failure.h"
-#include "session.h"
+#include "exchange.h"
+#include "panel.h"
 #include "settingscheck.h"
+
+#include <QtCore/QString>
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 
 // What became of new settings for one panel.
@@ -25,28 +28,31 @@ enum class Outcome {
 };
 constexpr std::size_t OutcomeCount = static_cast<std::size_t>(Outcome::NotTried) + 1; // the last one
 
-// Its name in JSON and CSV, which the manual page promises to scripts.
+// A name that stays, for scripts too.
 const char *outcomeName(Outcome outcome);
-ExitCode outcomeCode(Outcome outcome);
-// What happened: %1 is the panel, %2 the settings.
+// What happened: with a full stop when all is well, without when something may be added.
 QString outcomeSentence(Outcome outcome, const MacAddress &mac, const NetworkSettings &wanted);
-// What to do next; empty when all is well.
-QString outcomeAdvice(Outcome outcome);
 
 struct SetResult {
-    Outcome outcome;
-    QString advice;       // what to do next; empty when all is well
+    Outcome outcome = Outcome::NoAnswer;
     bool isHeard = false; // the panel was heard after it had been sent the settings
+    // Why the settings keep a panel that is not heard again from being heard; see deafnessText().
+    QString deafness;
+    QString heardOn; // the interfaces on which it was heard before: "eth0"
 };
+
+// For a panel to which nothing was sent.
+SetResult unsent(Outcome outcome);
 
 // The time in which a panel is waited for: first for its answer, then for it to be heard with the settings.
 constexpr int SetRounds = 3;
 constexpr std::chrono::seconds SetTimeout(5);
 
-// Sends settings to a panel and finds out by a fresh search what became of them. `panel` is then what the
-// panel last told. Safe to repeat: a panel may be told the same settings twice, so each attempt goes another
-// way.
-SetResult applySettings(Session &session, Panel &panel, const NetworkSettings &settings);
+// Sends settings to a panel, at `reachedAt` alone if that is given, and finds out by a fresh search what
+// became of them. `panel` is then what the panel last told. Safe to repeat: a panel may be told the same
+// settings twice, so each attempt goes another way. Throws ToolError when they could not be sent.
+SetResult applySettings(Exchange &exchange, Panel &panel, const NetworkSettings &settings,
+                        const Patience &patience, std::optional<std::uint32_t> reachedAt);
 
 // "192.168.0.10/24, gateway 192.168.0.1"
 QString settingsText(const NetworkSettings &settings);

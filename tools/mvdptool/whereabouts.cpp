@@ -1,7 +1,6 @@
 #include "whereabouts.h"
 
 #include "discovery.h"
-#include "session.h"
 #include "toolerror.h"
 
 #include <algorithm>
@@ -32,20 +31,20 @@ bool hasGateway(const NetworkSettings &settings)
            ((settings.gateway ^ settings.address) & settings.netmask) == 0;
 }
 
-bool answersAtItsAddress(const Panel &panel, Session &session)
+bool answersAtItsAddress(const Panel &panel, Exchange &exchange)
 {
-    if (panel.address == 0 || isZero(panel.mac) || session.transport.reachesMany(panel.address))
+    const Transport &transport = exchange.transport();
+    if (panel.address == 0 || isZero(panel.mac) || transport.reachesMany(panel.address))
         return false;
     // On the panel's own wire no route is needed.
-    std::vector<Destination> there = session.transport.towardsOn(panel.interfaceIndex, panel.address);
+    std::vector<Destination> there = transport.towardsOn(panel.interfaceIndex, panel.address);
     if (Transport::hasRouteTo(panel.address)) {
-        const auto routed = session.transport.towards(panel.address);
+        const auto routed = transport.towards(panel.address);
         there.insert(there.end(), routed.begin(), routed.end());
     }
     try {
-        return session.exchange
-            .ask(Request::toMac(MvdpCommand::Identify, panel.mac), {there}, {SearchRounds, SearchTimeout},
-                 QStringLiteral("asking at ") + ipv4Text(panel.address))
+        return identifyPanel(exchange, panel.mac, {there}, {SearchRounds, SearchTimeout},
+                             QStringLiteral("asking at ") + ipv4Text(panel.address))
             .has_value();
     } catch (const ToolError &) {
         return false; // what cannot be sent there proves nothing
@@ -59,9 +58,10 @@ bool isShownToBeThere(const Panel &panel, const std::vector<NetworkInterface> &i
     return panel.source == panel.address || isBehindTranslation(panel, interfaces);
 }
 
-bool isWhereItTells(const Panel &panel, Session &session)
+bool isWhereItTells(const Panel &panel, Exchange &exchange)
 {
-    return isShownToBeThere(panel, session.transport.allInterfaces()) || answersAtItsAddress(panel, session);
+    return isShownToBeThere(panel, exchange.transport().allInterfaces()) ||
+           answersAtItsAddress(panel, exchange);
 }
 
 QString elsewhereText(const Panel &panel)

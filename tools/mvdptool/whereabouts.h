@@ -1,13 +1,12 @@
 #ifndef WHEREABOUTS_H
 #define WHEREABOUTS_H
 
+#include "exchange.h"
 #include "settingscheck.h"
 
 #include <QtCore/QString>
 
 #include <vector>
-
-class Session;
 
 // Where a panel is, beside what it tells of that.
 //
@@ -25,7 +24,7 @@ class Session;
 bool isShownToBeThere(const Panel &panel, const std::vector<NetworkInterface> &interfaces);
 
 // Asks the panel at its address if need be, for three seconds at the most.
-bool isWhereItTells(const Panel &panel, Session &session);
+bool isWhereItTells(const Panel &panel, Exchange &exchange);
 
 // "02:00:5e:10:00:01 tells the address 192.168.10.5 but answered from 192.168.10.7"
 QString elsewhereText(const Panel &panel);

@@ -1,6 +1,6 @@
 #include "target.h"
-#include "failure.h"
 #include "testpanel.h"
+#include "toolerror.h"
 
 #include <QtTest/QtTest>
 
@@ -18,9 +18,9 @@ private slots:
 
 void TargetTest::wordsAreRead()
 {
-    QVERIFY(targetFromText(QStringLiteral("02-00-5E-10-00-01")).mac.has_value());
-    QCOMPARE(targetFromText(QStringLiteral(" 10.0.0.1 ")).address.value_or(0), 0x0A000001u);
-    const TargetName description = targetFromText(QStringLiteral("10.0.0"));
+    QVERIFY(panelNameFromText(QStringLiteral("02-00-5E-10-00-01")).mac.has_value());
+    QCOMPARE(panelNameFromText(QStringLiteral(" 10.0.0.1 ")).address.value_or(0), 0x0A000001u);
+    const PanelName description = panelNameFromText(QStringLiteral("10.0.0"));
     QVERIFY(!description.mac && !description.address);
     QCOMPARE(description.text, QStringLiteral("10.0.0"));
 }
@@ -29,10 +29,10 @@ void TargetTest::emptyWordIsRefused()
 {
     for (const char *word : {"", "  "}) {
         try {
-            targetFromText(QLatin1String(word));
+            panelNameFromText(QLatin1String(word));
             QFAIL("it was taken for the name of every panel");
-        } catch (const Failure &failure) {
-            QCOMPARE(int(failure.code), 2);
+        } catch (const ToolError &error) {
+            QCOMPARE(error.kind, ToolError::BadInput);
         }
     }
 }
@@ -78,7 +78,7 @@ void TargetTest::panelsAreMatched()
         panels.add(panel);
     }
     QString result;
-    for (const Panel &panel : matches(targetFromText(word), panels))
+    for (const Panel &panel : matches(panelNameFromText(word), panels))
         result += QString::number(panel.mac[5]);
     QCOMPARE(result, found);
 }
