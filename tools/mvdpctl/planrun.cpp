@@ -5,6 +5,7 @@
 #include "interrupt.h"
 #include "outcomeadvice.h"
 #include "plan.h"
+#include "plantable.h"
 #include "settingschange.h"
 #include "target.h"
 #include "ways.h"

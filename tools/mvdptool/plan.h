@@ -38,7 +38,4 @@ Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
               const std::vector<NetworkInterface> &interfaces,
               const std::function<bool(const Panel &)> &isWhereItTells);
 
-// The plan for people, a line or two a panel.
-QStringList planLines(const Plan &plan);
-
 #endif // PLAN_H

@@ -1,0 +1,11 @@
+#ifndef PLANTABLE_H
+#define PLANTABLE_H
+
+#include "plan.h"
+
+#include <QtCore/QStringList>
+
+// The plan for people, a line or two a panel.
+QStringList planLines(const Plan &plan);
+
+#endif // PLANTABLE_H
