@@ -14,6 +14,7 @@
 #include "csv.h"
 #include "csvrow.h"
 #include "dump.h"
+#include "marklines.h"
 #include "marks.h"
 #include "output.h"
 #include "panel.h"
@@ -191,7 +192,7 @@ void checkForPeople(const PanelList &panels)
         const QStringList table = panelTable(sorted, marks, columns);
         REQUIRE(static_cast<std::size_t>(table.size()) == sorted.size() + 1 && arePrintable(table));
     }
-    REQUIRE(arePrintable(markNotes(panels, {own})));
+    REQUIRE(arePrintable(markLines(markNotes(panels, {own}))));
     for (const Panel &panel : sorted)
         REQUIRE(arePrintable(panelDetails(panel, interfaceName)));
 }

@@ -1,5 +1,6 @@
 #include "command.h"
 #include "discovery.h"
+#include "marklines.h"
 #include "session.h"
 
 #include <QtCore/QJsonArray>
@@ -28,8 +29,8 @@ void report(const PanelList &panels, Session &session)
     writer.print(panelTable(sorted, marks, session.terminal.columns()));
     writer.note(panels.size() == 1 ? QStringLiteral("1 panel.")
                                    : QStringLiteral("%1 panels.").arg(panels.size()));
-    for (const QString &note : markNotes(panels, interfaces))
-        writer.note(note);
+    for (const QString &line : markLines(markNotes(panels, interfaces)))
+        writer.note(line);
 }
 
 // The given addresses, or every way out. `expected` gets those that each have one panel to answer.

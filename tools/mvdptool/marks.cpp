@@ -28,29 +28,23 @@ std::map<std::uint32_t, int> holders(const std::vector<Panel> &panels)
     return counts;
 }
 
-// A sentence in the singular or the plural, with the number at %1.
-QString counted(int count, const char *one, const char *many)
-{
-    return QString::fromLatin1(count == 1 ? one : many).arg(count);
-}
-
-QString ownNote(const Panel &panel, const Marks &marks, std::size_t sources)
+// What one panel needs a note of its own for; the sentence is empty when it is nothing.
+MarkNote ownNote(const Panel &panel, const Marks &marks, std::size_t sources)
 {
     if (marks.noIdentity)
-        return QStringLiteral("The panel at %1 does not know itself: its platform service is down.")
-            .arg(ipv4Text(panel.source));
+        return {&Marks::noIdentity,
+                QStringLiteral("The panel at %1 does not know itself: its platform service is down")
+                    .arg(ipv4Text(panel.source))};
     if (marks.sharedMac)
-        return sharedMacText(panel.mac, sources);
-    if (marks.otherSource)
-        return elsewhereText(panel) + QLatin1Char('.');
-    return QString();
+        return {&Marks::sharedMac, sharedMacText(panel.mac, sources)};
+    return {&Marks::otherSource, marks.otherSource ? elsewhereText(panel) : QString()};
 }
 
 } // namespace
 
 QString sharedMacText(const MacAddress &mac, std::size_t sources)
 {
-    return QStringLiteral("%1 answered from %2 addresses: two devices may share this MAC address.")
+    return QStringLiteral("%1 answered from %2 addresses: two devices may share this MAC address")
         .arg(macText(mac))
         .arg(sources);
 }
@@ -89,35 +83,34 @@ QStringList markNames(const Marks &marks)
     return names;
 }
 
-QStringList markNotes(const PanelList &panels, const std::vector<NetworkInterface> &interfaces)
+std::vector<MarkNote> markNotes(const PanelList &panels, const std::vector<NetworkInterface> &interfaces)
 {
     const std::vector<Panel> sorted = panels.sorted();
     const std::vector<Marks> all = marksOf(panels, interfaces);
-    QStringList notes;
+    std::vector<MarkNote> notes;
     for (std::size_t index = 0; index < sorted.size(); ++index) {
-        const QString note = ownNote(sorted[index], all[index], panels.sourcesOf(sorted[index].mac).size());
-        if (!note.isEmpty())
-            notes << note;
+        const MarkNote note = ownNote(sorted[index], all[index], panels.sourcesOf(sorted[index].mac).size());
+        if (!note.sentence.isEmpty())
+            notes.push_back(note);
     }
     for (const auto &[address, count] : holders(sorted)) {
         if (count > 1)
-            notes << QStringLiteral(
-                         "* %1 panels hold the address %2: give each its own with 'mvdpctl set MAC'.")
-                         .arg(count)
-                         .arg(ipv4Text(address));
+            notes.push_back(
+                {&Marks::sharedAddress,
+                 QStringLiteral("%1 panels hold the address %2").arg(count).arg(ipv4Text(address))});
     }
-    const auto count = [&all](bool Marks::*mark) {
-        return static_cast<int>(
-            std::count_if(all.begin(), all.end(), [mark](const Marks &marks) { return marks.*mark; }));
+    const auto addCounted = [&all, &notes](bool Marks::*mark, const char *one, const char *many) {
+        const auto count =
+            std::count_if(all.begin(), all.end(), [mark](const Marks &marks) { return marks.*mark; });
+        if (count > 0)
+            notes.push_back({mark, QString::fromLatin1(count == 1 ? one : many).arg(count)});
     };
-    if (const int foreign = count(&Marks::foreignSubnet))
-        notes << counted(foreign,
-                         "! %1 panel is not on a subnet of the interface that hears it: this computer may "
-                         "not reach it by its address.",
-                         "! %1 panels are not on a subnet of the interface that hears them: this computer "
-                         "may not reach them by their addresses.");
-    if (const int unknown = count(&Marks::unknownVersion))
-        notes << counted(unknown, "%1 panel could not read its version.",
-                         "%1 panels could not read their versions.");
+    addCounted(&Marks::foreignSubnet,
+               "%1 panel is not on a subnet of the interface that hears it: this computer may not reach it "
+               "by its address",
+               "%1 panels are not on a subnet of the interface that hears them: this computer may not reach "
+               "them by their addresses");
+    addCounted(&Marks::unknownVersion, "%1 panel could not read its version",
+               "%1 panels could not read their versions");
     return notes;
 }

@@ -21,13 +21,20 @@ struct Marks {
 // One entry for each panel of the list, in its sorted order.
 std::vector<Marks> marksOf(const PanelList &panels, const std::vector<NetworkInterface> &interfaces);
 
-// "shared-address", "foreign-subnet" and so on: the manual page promises these words to scripts.
+// "shared-address", "foreign-subnet" and so on: names that stay, for scripts too.
 QStringList markNames(const Marks &marks);
 
-// That answers under one MAC address came from so many addresses, and what may be behind it.
+// That answers under one MAC address came from so many addresses, and what may be behind it; without a full
+// stop.
 QString sharedMacText(const MacAddress &mac, std::size_t sources);
 
-// Sentences for what the marks mean, each cause once for all the panels that have it.
-QStringList markNotes(const PanelList &panels, const std::vector<NetworkInterface> &interfaces);
+// What a mark means for some panels: a sentence without a full stop.
+struct MarkNote {
+    bool Marks::*mark;
+    QString sentence;
+};
+
+// Each cause once for all the panels that have it.
+std::vector<MarkNote> markNotes(const PanelList &panels, const std::vector<NetworkInterface> &interfaces);
 
 #endif // MARKS_H

@@ -81,7 +81,7 @@ QStringList targetObjections(const MacAddress &mac, const PanelList &panels)
             QStringLiteral("The MAC address %1 names no panel: each whose platform service is down has it.")
                 .arg(macText(mac))};
     if (panels.sourcesOf(mac).size() > 1)
-        return {sharedMacText(mac, panels.sourcesOf(mac).size())};
+        return {sharedMacText(mac, panels.sourcesOf(mac).size()) + QLatin1Char('.')};
     return {};
 }
 

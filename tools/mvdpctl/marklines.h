@@ -1,0 +1,13 @@
+#ifndef MARKLINES_H
+#define MARKLINES_H
+
+#include "marks.h"
+
+#include <QtCore/QStringList>
+
+#include <vector>
+
+// The notes as sentences below a panelTable(), each behind the sign that the table has for its mark.
+QStringList markLines(const std::vector<MarkNote> &notes);
+
+#endif // MARKLINES_H
