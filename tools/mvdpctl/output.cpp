@@ -48,12 +48,6 @@ QString line(const Row &row, const std::array<int, ColumnCount> &widths, int col
 
 } // namespace
 
-QString versionOrUnknown(const Panel &panel)
-{
-    const QString version = panel.versionText();
-    return version.isEmpty() ? QStringLiteral("unknown") : version;
-}
-
 QString cutTo(const QString &text, int columns)
 {
     return text.size() <= columns ? text : text.left(columns - 1) + QLatin1Char('>');

@@ -18,9 +18,6 @@ struct WantedSettings;
 // Turns the number of an interface into its name.
 using InterfaceNames = std::function<QString(unsigned)>;
 
-// "1.234.56.7" or "unknown".
-QString versionOrUnknown(const Panel &panel);
-
 // One line a panel under one line of headings, addresses marked with * when shared and ! when foreign. With a
 // number of columns the description is cut to fit.
 QStringList panelTable(const std::vector<Panel> &panels, const std::vector<Marks> &marks, int columns);

@@ -48,6 +48,12 @@ QString Panel::versionText() const
     return partitionVersion == 0 ? QString() : ipv4Text(partitionVersion);
 }
 
+QString versionOrUnknown(const Panel &panel)
+{
+    const QString version = panel.versionText();
+    return version.isEmpty() ? QStringLiteral("unknown") : version;
+}
+
 QString cleanText(const char *bytes, std::size_t size)
 {
     const char *end = std::find(bytes, bytes + size, '\0');

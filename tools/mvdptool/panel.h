@@ -37,6 +37,9 @@ struct Panel {
     bool holds(std::uint32_t held) const { return held != 0 && (held == address || held == source); }
 };
 
+// "1.234.56.7" or "unknown".
+QString versionOrUnknown(const Panel &panel);
+
 // Which panel it is: its MAC address, and where its replies come from if that is zero.
 using PanelKey = std::pair<MacAddress, std::uint32_t>;
 PanelKey keyOf(const Panel &panel);

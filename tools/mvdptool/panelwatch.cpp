@@ -1,7 +1,5 @@
 #include "panelwatch.h"
 
-#include "output.h"
-
 #include <QtCore/QStringList>
 
 #include <algorithm>

@@ -15,7 +15,7 @@ struct PanelEvent {
     Panel before; // of one that changed
 };
 
-// "appeared", "changed", "vanished": the manual page promises these words to scripts.
+// "appeared", "changed", "vanished": names that stay, for scripts too.
 const char *eventName(PanelEvent::Kind kind);
 // "192.168.0.10/24 -> 192.168.0.11/24, gateway 192.168.0.1 -> 0.0.0.0"
 QString changesText(const Panel &before, const Panel &now);
