@@ -11,7 +11,7 @@
 
 #include "fuzztarget.h"
 
-#include "csv.h"
+#include "csvreader.h"
 #include "csvrow.h"
 #include "dump.h"
 #include "marklines.h"

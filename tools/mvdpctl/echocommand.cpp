@@ -1,119 +1,25 @@
 #include "command.h"
-#include "echostatistics.h"
+#include "echorun.h"
 #include "interrupt.h"
 #include "session.h"
 #include "target.h"
 
 #include <algorithm>
-#include <random>
 
 namespace
 {
 
-// Sends numbered echoes to one address and sorts what comes back.
-class EchoRun
+QString text(const Echo &echo)
 {
-public:
-    EchoRun(Exchange &exchange, Writer &writer, std::uint32_t target, std::vector<Destination> destinations)
-        : m_exchange(exchange)
-        , m_writer(writer)
-        , m_target(target)
-        , m_destinations(std::move(destinations))
-    {
+    switch (echo.kind) {
+    case Echo::First:
+        return QStringLiteral("echo %1 after %2 ms").arg(echo.number).arg(echo.milliseconds, 0, 'f', 2);
+    case Echo::Again:
+        return QStringLiteral("echo %1 once more").arg(echo.number);
+    case Echo::Altered:
+        break;
     }
-
-    EchoStatistics run(int count, std::chrono::milliseconds interval, std::chrono::milliseconds timeout);
-
-private:
-    Request nextRequest();
-    void listen(Clock::time_point deadline, bool untilAllAnswered);
-    void take(const Received &received);
-    void sayLine(const Received &received, const QString &what);
-
-    struct Sent {
-        Request request;
-        Clock::time_point at;
-        bool answered = false;
-    };
-
-    Exchange &m_exchange;
-    Writer &m_writer;
-    std::uint32_t m_target;
-    std::vector<Destination> m_destinations;
-    // Ctrl-C ends the command with its statistics, as people know it from ping.
-    InterruptGuard m_guard;
-    std::mt19937 m_random{std::random_device{}()};
-    std::vector<Sent> m_sent;
-    EchoStatistics m_statistics;
-};
-
-// Random bytes behind the header: a stale or foreign echo cannot look like ours, and every bit gets tried.
-Request EchoRun::nextRequest()
-{
-    Request request = Request::toAll(MvdpCommand::Echo);
-    std::uniform_int_distribution<int> byte(0, 255);
-    for (std::size_t offset = MvdpDatagram::Tag; offset < MvdpDatagram::Size; ++offset)
-        request.datagram.data()[offset] = static_cast<std::uint8_t>(byte(m_random));
-    return request;
-}
-
-EchoStatistics EchoRun::run(int count, std::chrono::milliseconds interval, std::chrono::milliseconds timeout)
-{
-    for (int number = 1; number <= count && !m_guard.isInterrupted(); ++number) {
-        m_sent.push_back({nextRequest(), Clock::now()});
-        m_exchange.send(m_sent.back().request, m_destinations);
-        m_statistics.addSent();
-        if (number < count)
-            listen(Clock::now() + interval, false);
-    }
-    if (!m_guard.isInterrupted())
-        listen(Clock::now() + timeout, true);
-    return m_statistics;
-}
-
-void EchoRun::listen(Clock::time_point deadline, bool untilAllAnswered)
-{
-    while (!m_guard.isInterrupted() && !(untilAllAnswered && m_statistics.isComplete())) {
-        const auto received = m_exchange.nextDatagram(InterruptGuard::nextLook(deadline));
-        if (received)
-            take(*received);
-        else if (Clock::now() >= deadline)
-            return;
-    }
-}
-
-void EchoRun::take(const Received &received)
-{
-    const auto now = Clock::now();
-    Verdict verdict = Verdict::NotProtocol;
-    for (std::size_t index = m_sent.size(); index-- > 0;) {
-        Sent &sent = m_sent[index];
-        verdict = judge(sent.request, received);
-        if (verdict != Verdict::Answer)
-            continue;
-        if (sent.answered) {
-            m_statistics.addDuplicate();
-            sayLine(received, QStringLiteral("echo %1 once more").arg(index + 1));
-            return;
-        }
-        sent.answered = true;
-        const std::chrono::duration<double, std::milli> time = now - sent.at;
-        m_statistics.addAnswer(time.count());
-        sayLine(received, QStringLiteral("echo %1 after %2 ms").arg(index + 1).arg(time.count(), 0, 'f', 2));
-        return;
-    }
-    // Only the one asked can alter what it was sent; from others it is somebody else's echo.
-    if (verdict == Verdict::Altered && received.source == m_target) {
-        m_statistics.addAltered();
-        sayLine(received, QStringLiteral("an echo with ALTERED bytes"));
-        return;
-    }
-    m_exchange.countIgnored(verdict, received);
-}
-
-void EchoRun::sayLine(const Received &received, const QString &what)
-{
-    m_writer.print({QStringLiteral("%1: %2").arg(ipv4Text(received.source), what)});
+    return QStringLiteral("an echo with ALTERED bytes");
 }
 
 QStringList columns()
@@ -196,8 +102,13 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     const std::uint32_t address = session.reachedAt().value_or(panel.source);
     if (!session.reachedAt() && !arguments.isSet("interface"))
         requireRoute(address);
-    EchoRun echo(session.exchange, *session.writer, address, session.transport.towards(address));
-    const EchoStatistics statistics = echo.run(count, interval, timeout);
+    // Ctrl-C ends the command with its statistics, as people know it from ping.
+    const InterruptGuard guard;
+    const auto print = [&session](const Echo &echo) {
+        session.writer->print({QStringLiteral("%1: %2").arg(ipv4Text(echo.source), text(echo))});
+    };
+    const EchoStatistics statistics = runEchoes(session.exchange, {address, count, interval, timeout}, print,
+                                                [&guard] { return guard.isInterrupted(); });
     session.writer->record(columns(), json(statistics, panel));
     session.writer->print(lines(statistics));
     session.noteIgnored();

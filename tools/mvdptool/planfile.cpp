@@ -1,6 +1,6 @@
 #include "planfile.h"
 
-#include "csv.h"
+#include "csvreader.h"
 #include "discovery.h"
 #include "toolerror.h"
 

@@ -1,6 +1,6 @@
 #include "csvrow.h"
 
-#include "csv.h"
+#include "csvreader.h"
 
 #include <QtTest/QtTest>
 

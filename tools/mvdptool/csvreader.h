@@ -1,5 +1,5 @@
-#ifndef CSV_H
-#define CSV_H
+#ifndef CSVREADER_H
+#define CSVREADER_H
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -13,8 +13,8 @@ struct CsvRecord {
 
 // Records as spreadsheets write them: quotes, doubled quotes, line ends of any kind, also within quotes.
 // Blank lines, and lines of separators only, are left out. The separator is a comma, a semicolon or a tab,
-// whichever comes first in the first line, which may be "sep=;". Throws ToolError for
-// quotes that do not match.
+// whichever comes first in the first line, which may be "sep=;". Throws ToolError for quotes
+// that do not match, and for more than any plan has.
 std::vector<CsvRecord> csvRecords(const QString &text);
 
-#endif // CSV_H
+#endif // CSVREADER_H

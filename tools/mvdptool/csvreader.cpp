@@ -1,4 +1,4 @@
-#include "csv.h"
+#include "csvreader.h"
 
 #include "toolerror.h"
 
