@@ -1,6 +1,5 @@
 #include "interrupt.h"
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 
@@ -10,8 +9,6 @@ namespace
 // On some systems the handler runs in a thread of its own.
 std::atomic<bool> interrupted(false);
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait");
-
-const std::chrono::milliseconds LookInterval(100);
 
 void interrupt(int)
 {
@@ -36,9 +33,4 @@ InterruptGuard::~InterruptGuard()
 bool InterruptGuard::isInterrupted() const
 {
     return interrupted;
-}
-
-Clock::time_point InterruptGuard::nextLook(Clock::time_point deadline)
-{
-    return std::min(deadline, Clock::now() + LookInterval);
 }

@@ -1,7 +1,6 @@
 #ifndef INTERRUPT_H
 #define INTERRUPT_H
 
-#include "clock.h"
 #include "platform.h"
 
 // While one lives, the first Ctrl-C and the first request to terminate do not end the program: the command
@@ -16,9 +15,6 @@ public:
     InterruptGuard &operator=(const InterruptGuard &) = delete;
 
     bool isInterrupted() const;
-
-    // When a wait until `deadline` must end to have isInterrupted() looked at soon enough for a person.
-    static Clock::time_point nextLook(Clock::time_point deadline);
 
 private:
     SignalHandler m_interruptBefore;

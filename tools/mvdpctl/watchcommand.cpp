@@ -1,7 +1,6 @@
 #include "command.h"
-#include "discovery.h"
 #include "interrupt.h"
-#include "panelwatch.h"
+#include "panelwatcher.h"
 #include "session.h"
 
 #include <QtCore/QDateTime>
@@ -38,79 +37,18 @@ void report(const PanelEvent &event, const Session &session)
     session.writer->say(start + facts);
 }
 
-class Watcher
-{
-public:
-    explicit Watcher(Session &session)
-        : m_session(session)
-        , m_patience(session.arguments.patience(DefaultMissedRounds, DefaultRound))
-        , m_watch(m_patience.rounds)
-    {
-    }
-
-    void run();
-
-private:
-    void ask();
-    void listen(const InterruptGuard &guard);
-
-    Session &m_session;
-    Patience m_patience;
-    PanelWatch m_watch;
-    const Request m_request = Request::toAll(MvdpCommand::Discover);
-    bool m_couldSend = true;
-};
-
-void Watcher::run()
-{
-    const InterruptGuard guard;
-    const auto everywhere = m_session.transport.everywhere();
-    m_session.exchange.send(m_request, everywhere); // throws: a network that does not work is told at once
-    const QStringList columns = {QStringLiteral("time"), QStringLiteral("event")};
-    m_session.writer->begin(columns + panelColumns());
-    for (;;) {
-        listen(guard);
-        if (guard.isInterrupted() || !m_session.terminal.canPrint())
-            break;
-        for (const PanelEvent &event : m_watch.endRound())
-            report(event, m_session);
-        ask();
-    }
-    m_session.terminal.note(QStringLiteral("Panels at the end: %1.").arg(m_watch.size()));
-    m_session.noteIgnored();
-}
-
-// A cable that is pulled is no reason to stop: that the panels vanish is what the user wants to see.
-void Watcher::ask()
-{
-    const bool canSend = m_session.exchange.trySend(m_request, m_session.transport.everywhere());
-    if (m_couldSend && !canSend)
-        m_session.terminal.warn(QStringLiteral("nothing can be sent at the moment; still watching"));
-    m_couldSend = canSend;
-}
-
-void Watcher::listen(const InterruptGuard &guard)
-{
-    const auto deadline = Clock::now() + m_patience.timeout;
-    while (!guard.isInterrupted() && m_session.terminal.canPrint()) {
-        const auto reply = m_session.exchange.nextAnswer(m_request, InterruptGuard::nextLook(deadline));
-        if (!reply) {
-            if (Clock::now() >= deadline)
-                return;
-            continue;
-        }
-        const Panel panel = Panel::fromReply(*reply);
-        if (m_watch.size() >= PanelLimit && !m_watch.knows(panel))
-            m_session.exchange.countIgnored(Verdict::Answer, *reply);
-        else if (const auto event = m_watch.hear(panel))
-            report(*event, m_session);
-    }
-}
-
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
     Session session(arguments, terminal);
-    Watcher(session).run();
+    const InterruptGuard guard;
+    PanelWatcher watcher(session.exchange, arguments.patience(DefaultMissedRounds, DefaultRound));
+    watcher.start();
+    const QStringList columns = {QStringLiteral("time"), QStringLiteral("event")};
+    session.writer->begin(columns + panelColumns());
+    watcher.run([&session](const PanelEvent &event) { report(event, session); },
+                [&guard, &terminal] { return guard.isInterrupted() || !terminal.canPrint(); });
+    terminal.note(QStringLiteral("Panels at the end: %1.").arg(watcher.size()));
+    session.noteIgnored();
     return ExitCode::Done;
 }
 

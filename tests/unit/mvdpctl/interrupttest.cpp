@@ -15,7 +15,6 @@ private slots:
     void secondSignalIsNotCaught();
     void handlersAreRestored();
     void nextGuardBeginsAnew();
-    void waitIsCutIntoPieces();
 };
 
 void InterruptTest::signalIsSeenBeforeAnyWait_data()
@@ -67,13 +66,6 @@ void InterruptTest::nextGuardBeginsAnew()
         std::raise(SIGINT);
     }
     QVERIFY(!InterruptGuard().isInterrupted());
-}
-
-void InterruptTest::waitIsCutIntoPieces()
-{
-    const auto now = Clock::now();
-    QVERIFY(InterruptGuard::nextLook(now + std::chrono::hours(1)) < now + std::chrono::minutes(1));
-    QVERIFY(InterruptGuard::nextLook(now) == now);
 }
 
 QTEST_APPLESS_MAIN(InterruptTest)
