@@ -1,17 +1,13 @@
 #include "action.h"
 
 #include "confirm.h"
+#include "panelaction.h"
 #include "session.h"
 #include "settingscheck.h"
 #include "target.h"
-#include "ways.h"
 
 namespace
 {
-
-// The answer comes when the platform service has taken the command, which can take a while.
-const std::chrono::seconds AnswerTimeout(10);
-const int HarmlessRounds = 3;
 
 class ActionRun
 {
@@ -26,8 +22,7 @@ public:
 
 private:
     Panel find();
-    std::optional<Received> send(const Panel &panel);
-    std::vector<Destination> provenWay(const Panel &panel);
+    ActionOrder order() const;
     void report(const Panel &panel, bool isDone);
 
     bool isHarmless() const { return m_action.question == nullptr; }
@@ -38,15 +33,17 @@ private:
 
 ExitCode ActionRun::run()
 {
-    Panel panel = find();
+    const Panel panel = find();
     if (!isHarmless())
         askConsent(m_session.arguments, m_session.terminal,
                    QString::fromLatin1(m_action.question).arg(panelLabel(panel)));
-    const auto answer = send(panel);
-    // The resets are answered with the request, which says nothing of the panel.
-    if (answer && !isAnsweredByTheRequest(static_cast<std::uint8_t>(m_action.command)))
-        panel = Panel::fromReply(*answer);
-    report(panel, answer.has_value());
+    const ActionResult result = sendAction(m_session.exchange, panel, order());
+    if (result.outcome == ActionResult::NotHeard)
+        throw Failure{
+            ExitCode::NoAnswer,
+            QStringLiteral("%1 is not heard any more; nothing was sent to it").arg(panelLabel(panel)),
+            QStringLiteral("Look for it with 'mvdpctl discover'.")};
+    report(result.panel, result.outcome == ActionResult::Done);
     return ExitCode::Done;
 }
 
@@ -61,31 +58,11 @@ Panel ActionRun::find()
     return panel;
 }
 
-std::optional<Received> ActionRun::send(const Panel &panel)
+ActionOrder ActionRun::order() const
 {
-    const Patience patience = m_session.arguments.patience(isHarmless() ? HarmlessRounds : 1, AnswerTimeout);
-    return m_session.exchange.ask(Request::toMac(m_action.command, panel.mac), {provenWay(panel)}, patience,
-                                  QString::fromLatin1(m_action.name));
-}
-
-// The way that a question and its answer have just travelled: a request that is sent once must not be lost to
-// a way that leads nowhere.
-std::vector<Destination> ActionRun::provenWay(const Panel &panel)
-{
-    const Request question = Request::toMac(MvdpCommand::Identify, panel.mac);
-    const auto ways = waysTo(panel, m_session.transport, m_session.reachedAt());
-    const Patience patience = m_session.searchPatience();
-    for (int round = 0; round < patience.rounds; ++round) {
-        m_session.terminal.progress(QStringLiteral("looking for the way, round %1").arg(round + 1));
-        for (const auto &way : ways) {
-            if (m_session.exchange.trySend(question, way) &&
-                m_session.exchange.nextAnswer(question, Clock::now() + patience.timeout))
-                return way;
-        }
-    }
-    throw Failure{ExitCode::NoAnswer,
-                  QStringLiteral("%1 is not heard any more; nothing was sent to it").arg(panelLabel(panel)),
-                  QStringLiteral("Look for it with 'mvdpctl discover'.")};
+    const Patience usual = actionPatience(m_action.command);
+    return {m_action.command, QString::fromLatin1(m_action.name), m_session.searchPatience(),
+            m_session.arguments.patience(usual.rounds, usual.timeout), m_session.reachedAt()};
 }
 
 void ActionRun::report(const Panel &panel, bool isDone)

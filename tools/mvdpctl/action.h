@@ -14,8 +14,7 @@ struct Action {
 };
 
 // Finds the panel, asks if need be, sends the command, and reports it as done when the panel itself has said
-// so. A harmless command is repeated until it is answered; any other is sent once unless --rounds says
-// otherwise, since a panel whose answer was lost would be taken down a second time while it comes up.
+// so.
 ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal);
 
 #endif // ACTION_H

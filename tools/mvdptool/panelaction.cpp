@@ -1,0 +1,47 @@
+#include "panelaction.h"
+
+#include "ways.h"
+
+namespace
+{
+
+// The answer comes when the platform service has taken the command, which can take a while.
+const std::chrono::seconds AnswerTimeout(10);
+const int HarmlessRounds = 3;
+
+std::optional<std::vector<Destination>> provenWay(Exchange &exchange, const Panel &panel,
+                                                  const ActionOrder &order)
+{
+    const Request question = Request::toMac(MvdpCommand::Identify, panel.mac);
+    const auto ways = waysTo(panel, exchange.transport(), order.reachedAt);
+    for (int round = 0; round < order.search.rounds; ++round) {
+        exchange.observer().progress(QStringLiteral("looking for the way, round %1").arg(round + 1));
+        for (const auto &way : ways) {
+            if (exchange.trySend(question, way) &&
+                exchange.nextAnswer(question, Clock::now() + order.search.timeout))
+                return way;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+Patience actionPatience(MvdpCommand command)
+{
+    return {isDestructive(static_cast<std::uint8_t>(command)) ? 1 : HarmlessRounds, AnswerTimeout};
+}
+
+ActionResult sendAction(Exchange &exchange, const Panel &panel, const ActionOrder &order)
+{
+    const auto way = provenWay(exchange, panel, order);
+    if (!way)
+        return {ActionResult::NotHeard, panel};
+    const auto answer =
+        exchange.ask(Request::toMac(order.command, panel.mac), {*way}, order.patience, order.name);
+    if (!answer)
+        return {ActionResult::NoAnswer, panel};
+    // The resets are answered with the request, which says nothing of the panel.
+    const bool isIdentity = !isAnsweredByTheRequest(static_cast<std::uint8_t>(order.command));
+    return {ActionResult::Done, isIdentity ? Panel::fromReply(*answer) : panel};
+}
