@@ -4,9 +4,8 @@
 #include "discovery.h"
 #include "interrupt.h"
 #include "outcomeadvice.h"
-#include "plan.h"
+#include "planexecution.h"
 #include "plantable.h"
-#include "settingschange.h"
 #include "target.h"
 #include "ways.h"
 #include "whereabouts.h"
@@ -40,15 +39,13 @@ public:
 
 private:
     SetResult carryOut(PlanStep &step);
-    bool isHeldByAnother(std::uint32_t address, const MacAddress &own) const;
     void report(const PlanStep &step, const SetResult &result);
     void conclude();
     void warnOfSharedAddresses();
 
     Plan m_plan;
     Session &m_session;
-    // Of all panels, as far as known by now.
-    std::vector<std::pair<MacAddress, std::vector<std::uint32_t>>> m_addresses;
+    PlanExecution m_execution;
     std::map<Outcome, int> m_counts;
     std::map<std::pair<Outcome, QString>, int> m_advice; // how many panels need which
 };
@@ -56,9 +53,9 @@ private:
 PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
     : m_plan(std::move(plan))
     , m_session(session)
+    , m_execution(session.exchange, panels, session.arguments.patience(SetRounds, SetTimeout),
+                  session.reachedAt())
 {
-    for (const Panel &panel : panels.sorted())
-        m_addresses.emplace_back(panel.mac, panel.heldAddresses());
 }
 
 ExitCode PlanRun::run()
@@ -84,39 +81,9 @@ ExitCode PlanRun::run()
 
 SetResult PlanRun::carryOut(PlanStep &step)
 {
-    if (!step.isFound())
-        return unsent(Outcome::NotFound);
-    if (step.isAlreadySo())
-        return unsent(Outcome::AlreadySo);
-    const bool movesIn = !step.isWhereItTells || step.now->address != step.wanted.address;
-    if (movesIn && isHeldByAnother(step.wanted.address, step.entry.mac) && !step.opensCircle &&
-        !m_session.arguments.isSet("force"))
-        return unsent(Outcome::Blocked);
-    try {
+    if (step.isFound())
         showOnly(*step.now, m_session);
-        SetResult result =
-            applySettings(m_session.exchange, *step.now, step.wanted,
-                          m_session.arguments.patience(SetRounds, SetTimeout), m_session.reachedAt());
-        step.isWhereItTells = result.outcome == Outcome::Applied ||
-                              isShownToBeThere(*step.now, m_session.transport.allInterfaces());
-        for (auto &[mac, addresses] : m_addresses) {
-            if (mac == step.entry.mac)
-                addresses = step.now->heldAddresses();
-        }
-        return result;
-    } catch (const ToolError &error) {
-        m_session.terminal.error(error.message);
-        return unsent(Outcome::Trouble);
-    }
-}
-
-bool PlanRun::isHeldByAnother(std::uint32_t address, const MacAddress &own) const
-{
-    return std::any_of(m_addresses.begin(), m_addresses.end(), [address, &own](const auto &holder) {
-        const auto &addresses = holder.second;
-        return holder.first != own &&
-               std::find(addresses.begin(), addresses.end(), address) != addresses.end();
-    });
+    return m_execution.carryOut(step, m_session.arguments.isSet("force"));
 }
 
 void PlanRun::report(const PlanStep &step, const SetResult &result)
@@ -153,7 +120,7 @@ void PlanRun::conclude()
 void PlanRun::warnOfSharedAddresses()
 {
     for (const PlanStep &step : m_plan.steps) {
-        if (step.now && step.isAlreadySo() && isHeldByAnother(step.now->address, step.entry.mac))
+        if (step.now && step.isAlreadySo() && m_execution.isHeldByAnother(step.now->address, step.entry.mac))
             m_session.terminal.error(
                 QStringLiteral("%1 now shares the address %2 with another panel: give that one another")
                     .arg(macText(step.entry.mac), ipv4Text(step.now->address)));
