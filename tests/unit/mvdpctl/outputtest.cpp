@@ -2,7 +2,8 @@
 
 #include "csvrow.h"
 #include "terminal.h"
-#include "testpanel.h"
+
+#include "mvdptool/testpanel.h"
 
 #include <QtTest/QtTest>
 

@@ -1,5 +1,6 @@
 #include "plantable.h"
-#include "testpanel.h"
+
+#include "mvdptool/testpanel.h"
 
 #include <QtTest/QtTest>
 

@@ -3,7 +3,7 @@
 
 #include <QtTest/QtTest>
 
-class CsvTest : public QObject
+class CsvReaderTest : public QObject
 {
     Q_OBJECT
 
@@ -15,7 +15,7 @@ private slots:
     void brokenTextIsRefused();
 };
 
-void CsvTest::recordsAreRead_data()
+void CsvReaderTest::recordsAreRead_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QStringList>("records"); // the fields of each joined by '|'
@@ -34,7 +34,7 @@ void CsvTest::recordsAreRead_data()
     QTest::newRow("line end in quotes") << "a,b\n\"1\n2\",3\n" << QStringList{"a|b", "1\n2|3"};
 }
 
-void CsvTest::recordsAreRead()
+void CsvReaderTest::recordsAreRead()
 {
     QFETCH(QString, text);
     QFETCH(QStringList, records);
@@ -44,7 +44,7 @@ void CsvTest::recordsAreRead()
     QCOMPARE(result, records);
 }
 
-void CsvTest::linesAreCounted()
+void CsvReaderTest::linesAreCounted()
 {
     const auto records = csvRecords(QStringLiteral("a\n\n\"1\n2\"\r\n3\n"));
     QCOMPARE(records.size(), std::size_t(3));
@@ -53,7 +53,7 @@ void CsvTest::linesAreCounted()
     QCOMPARE(records[2].line, 5);
 }
 
-void CsvTest::brokenTextIsRefused_data()
+void CsvReaderTest::brokenTextIsRefused_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("complaint");
@@ -69,7 +69,7 @@ void CsvTest::brokenTextIsRefused_data()
     QTest::newRow("no end of records") << QStringLiteral("a\n").repeated(20000) << "more panels";
 }
 
-void CsvTest::brokenTextIsRefused()
+void CsvReaderTest::brokenTextIsRefused()
 {
     QFETCH(QString, text);
     QFETCH(QString, complaint);
@@ -82,5 +82,5 @@ void CsvTest::brokenTextIsRefused()
     }
 }
 
-QTEST_APPLESS_MAIN(CsvTest)
-#include "csvtest.moc"
+QTEST_APPLESS_MAIN(CsvReaderTest)
+#include "csvreadertest.moc"
