@@ -1,0 +1,146 @@
+// A front end on the library alone: an observer, and calls that wait for what they ask for. In a network
+// namespace of its own, on the loopback.
+
+#include "discovery.h"
+#include "echorun.h"
+#include "panelaction.h"
+#include "panelwatcher.h"
+#include "playedpanel.h"
+#include "settingschange.h"
+#include "toolerror.h"
+
+#include "support/namespaces.h"
+
+#include <QtTest/QtTest>
+
+namespace
+{
+
+const Patience Patient = {60, std::chrono::seconds(1)};
+
+// A window's part.
+class FrontEnd : public Observer
+{
+public:
+    void progress(const QString &doing) override { doings << doing; }
+    void warning(const QString &sentence) override { warnings << sentence; }
+    void sent(const Request &request, const std::vector<Destination> &) override
+    {
+        commandsSent << request.datagram.command();
+    }
+    void received(const Received &datagram) override { commandsReceived << datagram.datagram.command(); }
+
+    Panel onlyPanel()
+    {
+        const auto isFound = [](const PanelList &panels) { return !panels.isEmpty(); };
+        const PanelList panels = discoverPanels(exchange, {transport.everywhere(), Patient, isFound});
+        return panels.isEmpty() ? Panel() : panels.sorted().front();
+    }
+
+    QStringList doings;
+    QStringList warnings;
+    QList<int> commandsSent;
+    QList<int> commandsReceived;
+    Transport transport{{QStringLiteral("lo"), 0}};
+    Exchange exchange{transport, *this};
+};
+
+} // namespace
+
+class EngineTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void searchIsToldToTheObserver();
+    void settingsAreChanged();
+    void commandIsCarriedOut();
+    void echoesEndWhenInterrupted();
+    void watchEndsWhenInterrupted();
+    void errorsSayTheirKind();
+};
+
+void EngineTest::searchIsToldToTheObserver()
+{
+    const PlayedPanel played;
+    FrontEnd frontEnd;
+    QCOMPARE(macText(frontEnd.onlyPanel().mac), QStringLiteral("02:00:5e:10:00:01"));
+    QVERIFY(frontEnd.doings.first().startsWith(QStringLiteral("searching, round 1 ")));
+    QVERIFY(frontEnd.commandsSent.startsWith(1));
+    QVERIFY(frontEnd.commandsReceived.startsWith(1));
+    QCOMPARE(frontEnd.warnings, QStringList());
+}
+
+void EngineTest::settingsAreChanged()
+{
+    const PlayedPanel played;
+    FrontEnd frontEnd;
+    Panel panel = frontEnd.onlyPanel();
+    const NetworkSettings wanted = {0x7F000001, 0xFFFF0000, 0x7F000002};
+    const SetResult result = applySettings(frontEnd.exchange, panel, wanted, Patient, std::nullopt);
+    QCOMPARE(outcomeName(result.outcome), "applied");
+    QVERIFY(result.isHeard);
+    QCOMPARE(settingsText(settingsOf(panel)), QStringLiteral("127.0.0.1/16, gateway 127.0.0.2"));
+}
+
+void EngineTest::commandIsCarriedOut()
+{
+    const PlayedPanel played;
+    FrontEnd frontEnd;
+    const ActionOrder wink = {MvdpCommand::Wink, QStringLiteral("wink"), Patient, Patient, std::nullopt};
+    QCOMPARE(int(sendAction(frontEnd.exchange, frontEnd.onlyPanel(), wink).outcome), int(ActionResult::Done));
+    QCOMPARE(frontEnd.commandsSent.count(7), 1);
+}
+
+void EngineTest::echoesEndWhenInterrupted()
+{
+    const PlayedPanel played;
+    FrontEnd frontEnd;
+    QList<int> numbers;
+    const EchoStatistics statistics = runEchoes(
+        frontEnd.exchange, {0x7F000001, 100, std::chrono::hours(1), std::chrono::hours(1)},
+        [&numbers](const Echo &echo) { numbers << echo.number; }, [&numbers] { return !numbers.isEmpty(); });
+    QCOMPARE(numbers, QList<int>({1}));
+    QCOMPARE(statistics.answered(), 1);
+}
+
+void EngineTest::watchEndsWhenInterrupted()
+{
+    const PlayedPanel played;
+    FrontEnd frontEnd;
+    PanelWatcher watcher(frontEnd.exchange, {3, std::chrono::hours(1)});
+    QStringList events;
+    watcher.start();
+    watcher.run([&events](const PanelEvent &event) { events << QLatin1String(eventName(event.kind)); },
+                [&events] { return !events.isEmpty(); });
+    QCOMPARE(events, QStringList({"appeared"}));
+    QCOMPARE(watcher.size(), std::size_t(1));
+}
+
+void EngineTest::errorsSayTheirKind()
+{
+    const auto kindOf = [](const TransportOptions &options) {
+        try {
+            const Transport transport(options);
+        } catch (const ToolError &error) {
+            return int(error.kind);
+        }
+        return -1;
+    };
+    const Transport first({QStringLiteral("lo"), 40000});
+    QCOMPARE(kindOf({QStringLiteral("lo"), 40000}), int(ToolError::PortTaken));
+    QCOMPARE(kindOf({QStringLiteral("nowhere"), 0}), int(ToolError::NetworkTrouble));
+}
+
+int main(int argc, char *argv[])
+{
+    enterOwnNetworkNamespace();
+    if (!runProgram(QStringLiteral("ip"), {QStringLiteral("link"), QStringLiteral("set"),
+                                           QStringLiteral("lo"), QStringLiteral("up")}))
+        return 1;
+    const QCoreApplication application(argc, argv);
+    EngineTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "enginetest.moc"
