@@ -11,25 +11,14 @@ from panel import ADDRESS, GATEWAY, MAC, NETMASK
 DISCOVER = mvdp.request(Command.DISCOVER)
 NEW = {"address": "192.168.10.20", "netmask": "255.255.254.0", "gateway": "192.168.11.254"}
 SET = mvdp.request(Command.SET_ADDRESS, mac=MAC, **NEW)
-
-TEXTS = ["name", "label", "mac_address", "ip_address", "netmask", "gateway_ip", "actual_ip_address",
-         "actual_netmask", "actual_gateway_ip"]
-NUMBERS = ["metric", "actual_metric"]
-FLAGS = ["dhcp", "readonly", "virtual", "hidden", "configured"]
-WRONG_VALUES = ([(key, value) for key in TEXTS for value in (1, True, None, [], {}, ["x"])] +
-                [(key, value) for key in NUMBERS for value in ("1", True, None, [], {})] +
-                [(key, value) for key in FLAGS for value in ("true", 1, 0, None, [], {})])
-
 MISTYPED = 'Mistyped value in the configuration of interface "eth0" Bad cast'
+LARGE = 2000000
 
 METHODS = ["getInterfaceConfig", "setInterfaceConfigJSON", "applyNewConfiguration", "resetConfiguration",
            "restartSystem", "info", "manufactureCode", "readSlvAddr"]
 # Of a reply's arguments; "" is none at all.
 SIGNATURES = ["", "s", "i", "u", "t", "y", "b", "o", "ay", "(yyyyay)", "(yyyy)", "(yyyyays)", "(yyyyy)", "(s)",
               "((((s))))", "iay", "ayi", "ii", "is", "sss", "iayiayiay"]
-ALL_COMMANDS = [Command.DISCOVER, Command.ECHO, Command.IDENTIFY, Command.SET_ADDRESS,
-                Command.RESTORE_RELATIVE, Command.WINK, Command.RESET_NETWORK, Command.RESTORE,
-                Command.RESTART]
 
 
 @pytest.fixture(autouse=True)
@@ -42,10 +31,11 @@ def known_cache(panel, tool):
     panel.sim.clear_calls()
 
 
-def reply_text(panel, text):
+def answer_text(panel, text, **fault):
+    """Long texts go by a file: the control interface takes them, but logs of failures are read by people."""
     path = panel.folder / "reply.json"
     path.write_text(text, encoding="utf-8")
-    return {"file": str(path)}
+    panel.sim.set_fault("getInterfaceConfig", "text", file=str(path), **fault)
 
 
 def record(**changes):
@@ -54,78 +44,35 @@ def record(**changes):
     return json.dumps(dict(members, **changes))
 
 
-@pytest.mark.parametrize("key, value", WRONG_VALUES, ids=lambda each: repr(each))
-def test_a_mistyped_member_spoils_the_whole_reading(panel, tool, key, value):
+def test_a_mistyped_member_spoils_the_whole_reading(panel, tool):
     """Nothing of such a record is taken, even what stands before the mistake."""
-    text = record(**{"actual_ip_address": "9.9.9.9", "mac_address": "99:99:99:99:99:99", key: value})
-    panel.sim.set_fault("getInterfaceConfig", "text", **reply_text(panel, text))
+    text = record(actual_ip_address="9.9.9.9", configured=[])
+    answer_text(panel, text)
     before = len(panel.warnings())
-    assert tool.ask(DISCOVER).data == panel.expected_identity()
     for _ in range(3):
         assert tool.ask(DISCOVER).data == panel.expected_identity()
     # The two readings for each datagram say it once.
     assert panel.warnings()[before:] == [MISTYPED]
     # As for a setting: the answer's own reading works again, the two before do not.
     panel.sim.clear_faults()
-    panel.sim.set_fault("getInterfaceConfig", "text", calls=2, **reply_text(panel, text))
-    panel.sim.clear_calls()
-    reply = tool.ask(SET)
-    assert reply.data == panel.expected_identity(packet_type=3, command=Command.SET_ADDRESS)
-    assert {call[0] for call in panel.calls()} == {"getInterfaceConfig"}
+    answer_text(panel, text, calls=2)
+    assert tool.ask(SET).data == panel.expected_identity(packet_type=3, command=Command.SET_ADDRESS)
+    assert panel.sim.call_count("setInterfaceConfigJSON") == 0
 
 
-@pytest.mark.parametrize("text", [
-    record(label="x" * 2000000), record(**{f"unknown{i}": i for i in range(50000)}),
-    record(list=[[]] * 200000), record(deep=json.loads("[" * 60 + "]" * 60)), record(metric=10 ** 300),
-    record(label="\u4e2d\u6587 \U0001f600"), record(unknown="\\u0000")], ids=lambda text: repr(text[150:190]))
-def test_large_and_strange_but_good_records_are_read(panel, tool, text):
-    panel.sim.set_fault("getInterfaceConfig", "text", **reply_text(panel, text))
-    before = panel.warnings()
-    assert tool.ask(DISCOVER).data == panel.expected_identity()
-    assert panel.warnings() == before
-    assert tool.ask(SET).packet_type == mvdp.REPLY
+def test_a_large_record_is_read_and_sent_back(panel, tool):
+    answer_text(panel, record(label="x" * LARGE))
+    assert tool.ask(SET).data == panel.expected_identity(command=Command.SET_ADDRESS)
+    tool.settle()
+    assert panel.sim.interface()["label"] == "x" * LARGE
 
 
-@pytest.mark.parametrize("text", [
-    "x" * 2000000, "[" * 2000000, '{"name":' * 250000, '"' + "\\u" * 100000, "{" + '"a":1,' * 300000,
-    '{"name":"' + "y" * 2000000, '{"metric":' + "9" * 2000000 + "}", '{"metric":-}', '{"metric":1e99999}',
-    "\u4e2d" * 1000, " " * 2000000, "\ufeff{}"], ids=lambda text: repr(text[:30]))
-def test_large_and_strange_texts_without_a_record_are_survived(panel, tool, text):
-    panel.sim.set_interface(actual_netmask="255.255.255.0")
-    panel.sim.set_fault("getInterfaceConfig", "text", **reply_text(panel, text))
+def test_a_large_text_without_a_record_counts_as_an_empty_one(panel, tool):
+    answer_text(panel, "[" * LARGE)
     reply = tool.ask(DISCOVER)
     assert (reply.address, reply.netmask, reply.gateway) == ("0.0.0.0", "0.0.0.0", "0.0.0.0")
     panel.sim.clear_faults()
     assert tool.ask(DISCOVER).data == panel.expected_identity()
-
-
-@pytest.mark.parametrize("kind, parameters", [
-    ("error", {}), ("error", {"name": "org.freedesktop.DBus.Error.NoReply"}), ("error", {"message": "x" * 100000}),
-    ("no-arguments", {}), ("wrong-type", {}), ("wrong-type", {"signature": "ay"}),
-    ("wrong-type", {"signature": "o"}), ("wrong-type", {"signature": "(s)"}),
-    ("wrong-type", {"signature": "is"})], ids=lambda each: repr(each)[:60])
-def test_a_reading_without_a_text_is_a_failed_one(panel, tool, kind, parameters):
-    panel.sim.set_interface(actual_ip_address="9.9.9.9")
-    panel.sim.set_fault("getInterfaceConfig", kind, **parameters)
-    assert tool.ask(DISCOVER).data == panel.expected_identity()
-    panel.sim.clear_faults()
-    panel.sim.set_interface(actual_ip_address=ADDRESS)
-    panel.sim.set_fault("getInterfaceConfig", kind, calls=2, **parameters)
-    panel.sim.clear_calls()
-    assert tool.ask(SET).data == panel.expected_identity(packet_type=3, command=Command.SET_ADDRESS)
-    assert {call[0] for call in panel.calls()} == {"getInterfaceConfig"}
-
-
-@pytest.mark.parametrize("method", METHODS)
-def test_replies_of_any_form_are_survived(panel, method):
-    for signature in SIGNATURES:
-        prepare_to_be_asked(panel)
-        if signature:
-            panel.sim.set_fault(method, "wrong-type", signature=signature)
-        else:
-            panel.sim.set_fault(method, "no-arguments")
-        answer_everything(panel)
-        assert panel.sim.call_count(method) > 0
 
 
 def prepare_to_be_asked(panel):
@@ -140,25 +87,40 @@ def answer_everything(panel):
     sock = panel.tool.udp_socket()
     port = sock.getsockname()[1]
     capture = panel.tool.capture("eth0")
-    for command in ALL_COMMANDS:
+
+    def answer_to(datagram):
+        sock.sendto(datagram, (ADDRESS, mvdp.PORT))
+        return mvdp.Reply(capture.next(lambda packet: packet.destination_port == port, "the answer").payload)
+
+    for command in (*Command, Command.SET_ADDRESS):
         # The target is the address that the panel believes to have just now.
-        sock.sendto(DISCOVER, (ADDRESS, mvdp.PORT))
-        mac = mvdp.Reply(next_to(capture, port)).mac
-        sock.sendto(mvdp.request(command, mac=mac, **NEW), (ADDRESS, mvdp.PORT))
-        assert mvdp.Reply(next_to(capture, port)).command == command
+        mac = answer_to(DISCOVER).mac
+        assert answer_to(mvdp.request(command, mac=mac, **NEW)).command == command
     panel.check_alive()
 
 
-def next_to(capture, port):
-    return capture.next(lambda packet: packet.destination_port == port, "the answer").payload
+@pytest.mark.parametrize("methods", [METHODS[:1], METHODS[1:]], ids=["the-record", "all-others"])
+@pytest.mark.parametrize("signature", SIGNATURES)
+def test_replies_of_any_form_are_survived(panel, methods, signature):
+    """The record by itself: without it no setting goes on. Of two settings only the first is answered oddly, so that
+    the second is applied."""
+    prepare_to_be_asked(panel)
+    for method in methods:
+        calls = 1 if method == "setInterfaceConfigJSON" else 0
+        if signature:
+            panel.sim.set_fault(method, "wrong-type", calls, signature=signature)
+        else:
+            panel.sim.set_fault(method, "no-arguments", calls)
+    answer_everything(panel)
+    assert all(panel.sim.call_count(method) > 0 for method in methods)
 
 
-@pytest.mark.parametrize("method", ["info", "manufactureCode", "readSlvAddr"])
-def test_short_arrays_are_survived(panel, method):
-    for size in (0, 1, 2, 3, 4, 5, 19, 20, 21):
-        prepare_to_be_asked(panel)
+@pytest.mark.parametrize("size", [0, 1, 2, 3, 4, 5, 19, 20, 21])
+def test_short_arrays_are_survived(panel, size):
+    prepare_to_be_asked(panel)
+    for method in ("info", "manufactureCode", "readSlvAddr"):
         panel.sim.set_fault(method, "short-array", bytes=size)
-        answer_everything(panel)
+    answer_everything(panel)
 
 
 @pytest.mark.parametrize("method", METHODS)
@@ -181,8 +143,7 @@ def test_a_slow_service_delays_but_loses_nothing(panel, tool):
     panel.sim.set_fault("getInterfaceConfig", "delay", ms=200)
     for tag in range(1, 6):
         tool.send(mvdp.request(Command.DISCOVER, tag=tag))
-    assert [mvdp.Reply(tool.receive()).data for _ in range(5)] == [panel.expected_identity(tag=tag)
-                                                                   for tag in range(1, 6)]
+    assert [tool.receive() for _ in range(5)] == [panel.expected_identity(tag=tag) for tag in range(1, 6)]
 
 
 def test_a_silent_service_costs_the_buss_time_out_and_is_asked_again(panel, tool):

@@ -234,6 +234,7 @@ void HwsdPlatformNetworkTest::refreshReadsMacAddressTexts_data()
     row("", "002233445566");
     row("aa::bb:xx:g:cc", "aa00bb0000cc");
     row("aa-bb-cc-dd-ee-ff", "002233445566");
+    row("1ff:ffffffffff", "ff0033445566");
     row("aa:bb:cc:dd:ee:ff:99:88", "aabbccddeeff");
     row(":::::::::::::::::::::::::::::::::", "000000000000");
     row("\xA0"

@@ -2,7 +2,7 @@
 
 #include "support/namespaces.h"
 
-#include <QtTest>
+#include <QtTest/QtTest>
 
 #include <cstring>
 
@@ -168,6 +168,10 @@ void InterfaceQueriesTest::withoutARouteLoopbackAloneIsNotChosen()
 {
     QVERIFY(ip("link set lo up"));
     QCOMPARE(interfaceFor("10.5.5.5"), QByteArray("(untouched)"));
+    // Only for its usual address.
+    QVERIFY(ip("addr add 10.77.0.1/32 dev lo"));
+    QCOMPARE(interfaceFor("10.5.5.5"), QByteArray("lo"));
+    QVERIFY(ip("addr del 10.77.0.1/32 dev lo"));
 }
 
 void InterfaceQueriesTest::netmaskOfZeroMatchesEveryPeer()

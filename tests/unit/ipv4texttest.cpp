@@ -1,6 +1,6 @@
 #include "ipv4text.h"
 
-#include <QtTest>
+#include <QtTest/QtTest>
 
 class Ipv4TextTest : public QObject
 {
@@ -39,7 +39,8 @@ void Ipv4TextTest::textIsReadAsNumberOrRefusedAsZero_data()
     row("4294967295", 0);
     row("1.2.3.4.5", 0);
     row("1.2.3.4.", 0);
-    row(".1.2.3.4", 0);
+    row("1.2.3.", 0);
+    row(".1.2.3", 0);
     row("1..2.3", 0);
     row("...", 0);
     row("", 0);
@@ -57,6 +58,8 @@ void Ipv4TextTest::textIsReadAsNumberOrRefusedAsZero_data()
     row("eth0", 0);
     row("::1", 0);
     row("::ffff:1.2.3.4", 0);
+    QTest::newRow("digits without end") << QString(100000, QLatin1Char('9')) << quint32(0);
+    QTest::newRow("parts without end") << QStringLiteral("1.").repeated(100000) << quint32(0);
     QTest::newRow("digits of another script")
         << QString::fromUtf8("\u0661.\u0662.\u0663.\u0664") << quint32(0);
 }
