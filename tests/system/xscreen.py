@@ -9,7 +9,6 @@ import zlib
 import Xlib.display
 import Xlib.error
 from Xlib import X
-from Xlib.ext import randr
 
 from waiting import PATIENCE, wait_for
 
@@ -131,17 +130,6 @@ class Screen:
                                   f"Xft.dpi:\t{number}\n".encode())
         self._display.sync()
 
-    def shrink(self, width, height):
-        """Makes the screen smaller while programs run; none of them can be asked whether it likes that."""
-        resources = randr.get_screen_resources(self.root)
-        now = resources.config_timestamp
-        for crtc in resources.crtcs:
-            randr.set_crtc_config(self.root, crtc, now, 0, 0, 0, randr.Rotate_0, [])
-        randr.set_screen_size(self.root, width, height, width, height)
-        self._display.sync()
-        size = self.root.get_geometry()
-        assert (size.width, size.height) == (width, height)
-
     # Windows
 
     def _below(self, window):
@@ -236,10 +224,6 @@ class Screen:
     def next_change(self, patience=PATIENCE):
         """"shown" or "hidden": what next happened to a top-level window."""
         return wait_for(self._take_change, "a window to be shown or hidden", patience)
-
-    def changes(self):
-        """What happened since and was not taken yet."""
-        return list(iter(self._take_change, None))
 
     def _take_change(self):
         kinds = {X.MapNotify: "shown", X.UnmapNotify: "hidden"}
