@@ -11,7 +11,7 @@ from jeepney import DBusAddress, DBusErrorResponse, new_method_call
 from jeepney.io.blocking import open_dbus_connection
 from jeepney.wrappers import unwrap_msg
 
-from privatebus import ENDS_WITH_US, stop_process
+from privatebus import ENDS_WITH_US
 from waiting import PATIENCE, wait_for
 
 SERVICE_NAME = "com.zelt.HWSD"
@@ -135,7 +135,9 @@ class HwsdSim:
 
     def pause(self):
         """The service keeps its name but answers nothing at all, not even Ping, until resume()."""
-        stop_process(self.process)
+        self.process.send_signal(signal.SIGSTOP)
+        # The signal alone may leave it time for one more answer.
+        os.waitid(os.P_PID, self.process.pid, os.WSTOPPED)
 
     def resume(self):
         self.process.send_signal(signal.SIGCONT)

@@ -72,10 +72,6 @@ class Namespace:
         """The result of the function, run inside the namespace. It should not take long: calls queue."""
         return self._thread.submit(function, *args, **kwargs).result()
 
-    def bind_mount(self, source, target):
-        """Puts a file or directory at another place, for this namespace's programs only."""
-        self.call(_bind_mount, source, target)
-
     # Interfaces, addresses, routes
 
     def ip(self, *commands):

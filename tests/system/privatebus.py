@@ -2,7 +2,6 @@
 
 import os
 import shutil
-import signal
 import subprocess
 import tempfile
 
@@ -30,38 +29,24 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Con
 ENDS_WITH_US = ["setpriv", "--pdeathsig", "KILL", "--"]
 
 
-def stop_process(process):
-    """Stops a child and returns when it stands still: a signal alone may leave it time for one more answer."""
-    process.send_signal(signal.SIGSTOP)
-    os.waitid(os.P_PID, process.pid, os.WSTOPPED)
-
-
 class PrivateBus:
     """A bus on a Unix socket in a folder of its own: anybody may own any name, nothing is activated.
 
     `address` is its D-Bus address, the same after a restart. `bus_type` is "session" or "system"; a program
-    finds it through DBUS_SESSION_BUS_ADDRESS or DBUS_SYSTEM_BUS_ADDRESS, see `environment`.
-    `prefix` is a command to run the daemon under, such as ["ip", "netns", "exec", "panel"].
+    finds it through DBUS_SESSION_BUS_ADDRESS or DBUS_SYSTEM_BUS_ADDRESS.
     """
 
-    def __init__(self, bus_type="session", prefix=(), start=True):
+    def __init__(self, bus_type="session", start=True):
         self._folder = tempfile.mkdtemp(prefix="mvdp-bus-")
         self._socket = os.path.join(self._folder, "bus")
         self._configuration = os.path.join(self._folder, "bus.conf")
         self._messages = os.path.join(self._folder, "messages")
-        self._prefix = list(prefix)
         self._daemon = None
-        self._type = bus_type
         self.address = "unix:path=" + self._socket
         with open(self._configuration, "w", encoding="ascii") as configuration:
             configuration.write(CONFIGURATION.format(bus_type=bus_type, socket=self._socket))
         if start:
             self.start()
-
-    @property
-    def environment(self):
-        """The variable that leads a program to this bus."""
-        return {f"DBUS_{self._type.upper()}_BUS_ADDRESS": self.address}
 
     @property
     def running(self):
@@ -73,8 +58,8 @@ class PrivateBus:
             return
         self._remove_socket()
         read_end, write_end = os.pipe()
-        command = self._prefix + ENDS_WITH_US + ["dbus-daemon", "--nofork", f"--print-address={write_end}",
-                                                 "--config-file=" + self._configuration]
+        command = ENDS_WITH_US + ["dbus-daemon", "--nofork", f"--print-address={write_end}",
+                                  "--config-file=" + self._configuration]
         try:
             with open(self._messages, "w", encoding="utf-8") as messages:
                 self._daemon = subprocess.Popen(command, pass_fds=[write_end], stdin=subprocess.DEVNULL,
@@ -94,17 +79,6 @@ class PrivateBus:
         self._end_daemon()
         self._remove_socket()
 
-    def restart(self):
-        self.stop()
-        self.start()
-
-    def pause(self):
-        """The daemon keeps its socket but answers nothing, until resume()."""
-        stop_process(self._daemon)
-
-    def resume(self):
-        self._daemon.send_signal(signal.SIGCONT)
-
     def close(self):
         """stop(), and removes the folder."""
         self.stop()
@@ -120,7 +94,6 @@ class PrivateBus:
         if self._daemon is None:
             return
         if self._daemon.poll() is None:
-            self._daemon.send_signal(signal.SIGCONT)
             self._daemon.terminate()
             try:
                 self._daemon.wait(PATIENCE)
