@@ -2,9 +2,7 @@
 
 #include "support/recordreading.h"
 
-#include <QtTest>
-
-#include <limits>
+#include <QtTest/QtTest>
 
 namespace
 {
@@ -48,14 +46,11 @@ private slots:
     void newBridgeHasTheDefaults();
     void fullSectionIsWrittenInOrder();
     void bridgesAreWrittenInTheOrderOfTheirNames();
-    void extremeForwardingDelaysAreWrittenExactly();
 
     void textIsRead_data();
     void textIsRead();
     void absentKeysLeaveFieldsAsTheyWere();
     void readingAddsToTheSection();
-    void forwardingDelayBecomesInteger_data();
-    void forwardingDelayBecomesInteger();
     void spanningTreeIsReadFromAnotherKeyThanItIsWrittenTo();
 
     void oddBridgeIsWarnedOf_data();
@@ -112,28 +107,9 @@ void BridgeConfigTest::fullSectionIsWrittenInOrder()
 void BridgeConfigTest::bridgesAreWrittenInTheOrderOfTheirNames()
 {
     BridgeConfig section;
-    const RecordReading reading = readText(section, "{\"list\":["
-                                                    "{\"name\":\"br9\",\"interfaces\":[]},"
-                                                    "{\"name\":\"br10\",\"interfaces\":[]},"
-                                                    "{\"name\":\"Br1\",\"interfaces\":[]},"
-                                                    "{\"name\":\"\",\"interfaces\":[]}]}");
-    QCOMPARE(reading.warnings, QStringList());
-    QRegularExpressionMatchIterator names =
-        QRegularExpression(latin1("\"name\" : \"([^\"]*)\"")).globalMatch(section.toJsonString());
-    QStringList order;
-    while (names.hasNext())
-        order << names.next().captured(1);
-    QCOMPARE(order, QStringList() << QString(latin1("")) << latin1("Br1") << latin1("br10") << latin1("br9"));
-}
-
-void BridgeConfigTest::extremeForwardingDelaysAreWrittenExactly()
-{
-    BridgeConfig section;
-    section.bridges[latin1("a")].fd = std::numeric_limits<qint32>::min();
-    section.bridges[latin1("b")].fd = std::numeric_limits<qint32>::max();
-    const QString text = section.toJsonString();
-    QVERIFY2(text.contains(latin1("\"fd\" : -2147483648,\n")), qPrintable(text));
-    QVERIFY2(text.contains(latin1("\"fd\" : 2147483647,\n")), qPrintable(text));
+    for (const char *name : {"br9", "br10", "Br1", ""})
+        section.bridges.insert(latin1(name), bridgeNamed(name));
+    QCOMPARE(namesIn(section.toJsonString()), lines({"", "Br1", "br10", "br9"}));
 }
 
 void BridgeConfigTest::textIsRead_data()
@@ -144,27 +120,27 @@ void BridgeConfigTest::textIsRead_data()
         QTest::newRow(name) << latin1(text) << latin1(section);
     };
     row("empty object", "{}", "off []");
-    row("not enabled", "{\"enabled\":false}", "off []");
-    row("enabled", "{\"enabled\":true}", "on []");
-    row("interfaces", "{\"interfaces\":[\"eth1\",\"eth0\",\"eth1\",\"\"]}", "off [eth1,eth0,eth1,]");
-    row("no interfaces", "{\"interfaces\":[]}", "off []");
-    row("empty list", "{\"enabled\":true,\"list\":[]}", "on []");
-    row("unknown keys", "{\"Enabled\":true,\"mtu\":{},\"list\":[{\"name\":\"a\",\"interfaces\":[],\"x\":1}]}",
+    row("not enabled", R"({"enabled":false})", "off []");
+    row("enabled", R"({"enabled":true})", "on []");
+    row("interfaces", R"({"interfaces":["eth1","eth0","eth1",""]})", "off [eth1,eth0,eth1,]");
+    row("no interfaces", R"({"interfaces":[]})", "off []");
+    row("empty list", R"({"enabled":true,"list":[]})", "on []");
+    row("unknown keys", R"({"Enabled":true,"mtu":{},"list":[{"name":"a","interfaces":[],"x":1}]})",
         "off []; a[] stp 1 fd 5 opts <-t 30 -T 35>");
-    row("bridge with defaults", "{\"list\":[{\"name\":\"br0\",\"interfaces\":[\"eth1\",\"eth0\"]}]}",
+    row("bridge with defaults", R"({"list":[{"name":"br0","interfaces":["eth1","eth0"]}]})",
         "off []; br0[eth1,eth0] stp 1 fd 5 opts <-t 30 -T 35>");
     row("bridge in full",
-        "{\"list\":[{\"name\":\"br0\",\"interfaces\":[],\"std\":false,\"fd\":0,\"udhcpc_opts\":\"-n\"}]}",
+        R"({"list":[{"name":"br0","interfaces":[],"std":false,"fd":0,"udhcpc_opts":"-n"}]})",
         "off []; br0[] stp 0 fd 0 opts <-n>");
-    row("empty options", "{\"list\":[{\"name\":\"br0\",\"interfaces\":[],\"udhcpc_opts\":\"\"}]}",
+    row("delay that is no whole number", R"({"list":[{"name":"br0","interfaces":[],"fd":15.9}]})",
+        "off []; br0[] stp 1 fd 15 opts <-t 30 -T 35>");
+    row("empty options", R"({"list":[{"name":"br0","interfaces":[],"udhcpc_opts":""}]})",
         "off []; br0[] stp 1 fd 5 opts <>");
-    row("two bridges",
-        "{\"list\":[{\"name\":\"b\",\"interfaces\":[]},{\"name\":\"a\",\"interfaces\":[],\"fd\":1}]}",
+    row("two bridges", R"({"list":[{"name":"b","interfaces":[]},{"name":"a","interfaces":[],"fd":1}]})",
         "off []; a[] stp 1 fd 1 opts <-t 30 -T 35>; b[] stp 1 fd 5 opts <-t 30 -T 35>");
-    row("empty name", "{\"list\":[{\"name\":\"\",\"interfaces\":[]}]}",
+    row("empty name", R"({"list":[{"name":"","interfaces":[]}]})",
         "off []; [] stp 1 fd 5 opts <-t 30 -T 35>");
-    row("any order of keys",
-        "{\"list\":[{\"udhcpc_opts\":\"x\",\"interfaces\":[],\"name\":\"a\"}],\"enabled\":true}",
+    row("any order of keys", R"({"list":[{"udhcpc_opts":"x","interfaces":[],"name":"a"}],"enabled":true})",
         "on []; a[] stp 1 fd 5 opts <x>");
 }
 
@@ -177,10 +153,6 @@ void BridgeConfigTest::textIsRead()
     QCOMPARE(reading.warnings, QStringList());
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(asText(record), section);
-
-    BridgeConfig fromObject;
-    QCOMPARE(readObject(fromObject, toObject(text)).result, latin1("true"));
-    QCOMPARE(asText(fromObject), section);
 }
 
 void BridgeConfigTest::absentKeysLeaveFieldsAsTheyWere()
@@ -197,36 +169,13 @@ void BridgeConfigTest::absentKeysLeaveFieldsAsTheyWere()
 void BridgeConfigTest::readingAddsToTheSection()
 {
     BridgeConfig section;
-    readText(section,
-             "{\"enabled\":true,\"interfaces\":[\"eth1\"],\"list\":[{\"name\":\"b\",\"interfaces\":[]}]}");
-    const RecordReading reading = readText(
-        section, "{\"enabled\":false,\"interfaces\":[\"eth0\"],"
-                 "\"list\":[{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"b\",\"interfaces\":[\"x\"]}]}");
-    QCOMPARE(reading.warnings, QStringList(latin1("Bridge  \"b\"  aready inserted")));
+    readText(section, R"({"enabled":true,"interfaces":["eth1"],"list":[{"name":"b","interfaces":[]}]})");
+    const RecordReading reading =
+        readText(section, R"({"enabled":false,"interfaces":["eth0"],)"
+                          R"("list":[{"name":"a","interfaces":[]},{"name":"b","interfaces":["x"]}]})");
+    QCOMPARE(reading.warnings, QStringList(latin1(R"(Bridge  "b"  aready inserted)")));
     QCOMPARE(asText(section), latin1("off [eth1,eth0]; a[] stp 1 fd 5 opts <-t 30 -T 35>; "
                                      "b[] stp 1 fd 5 opts <-t 30 -T 35>"));
-}
-
-void BridgeConfigTest::forwardingDelayBecomesInteger_data()
-{
-    QTest::addColumn<QString>("number");
-    QTest::addColumn<qint32>("fd");
-    const auto row = [](const char *number, qint32 fd) { QTest::newRow(number) << latin1(number) << fd; };
-    row("15.9", 15);
-    row("-15.9", -15);
-    row("1e3", 1000);
-    row("1.0", 1);
-    row("2147483648", std::numeric_limits<qint32>::max());
-    row("-1e300", std::numeric_limits<qint32>::min());
-}
-
-void BridgeConfigTest::forwardingDelayBecomesInteger()
-{
-    QFETCH(QString, number);
-    QFETCH(qint32, fd);
-    BridgeConfig section;
-    readText(section, latin1("{\"list\":[{\"name\":\"a\",\"interfaces\":[],\"fd\":%1}]}").arg(number));
-    QCOMPARE(section.bridges.value(latin1("a")).fd, fd);
 }
 
 void BridgeConfigTest::spanningTreeIsReadFromAnotherKeyThanItIsWrittenTo()
@@ -235,7 +184,7 @@ void BridgeConfigTest::spanningTreeIsReadFromAnotherKeyThanItIsWrittenTo()
     section.bridges.insert(latin1("a"), bridgeNamed("a"));
     section.bridges[latin1("a")].stp = false;
     const QString text = section.toJsonString();
-    QVERIFY2(text.contains(latin1("\"stp\" : false")), qPrintable(text));
+    QVERIFY2(text.contains(latin1(R"("stp" : false)")), qPrintable(text));
     QVERIFY2(!text.contains(latin1("std")), qPrintable(text));
 
     BridgeConfig again;
@@ -245,7 +194,7 @@ void BridgeConfigTest::spanningTreeIsReadFromAnotherKeyThanItIsWrittenTo()
     // Even a mistyped "stp" is not looked at.
     BridgeConfig mistyped;
     const RecordReading reading =
-        readText(mistyped, "{\"list\":[{\"name\":\"a\",\"interfaces\":[],\"stp\":5,\"std\":false}]}");
+        readText(mistyped, R"({"list":[{"name":"a","interfaces":[],"stp":5,"std":false}]})");
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(mistyped.bridges.value(latin1("a")).stp, false);
 }
@@ -257,34 +206,31 @@ void BridgeConfigTest::oddBridgeIsWarnedOf_data()
     QTest::addColumn<QString>("section");
     const char kept[] = "off []; a[] stp 1 fd 5 opts <-t 30 -T 35>";
     const QString noName = latin1("Missing bridge name in json");
-    const QString noMembers = latin1("Missing bridge interfaces list in json from bridge  \"a\"");
-    const QString twice = latin1("Bridge  \"a\"  aready inserted");
+    const QString noMembers = latin1(R"(Missing bridge interfaces list in json from bridge  "a")");
+    const QString twice = latin1(R"(Bridge  "a"  aready inserted)");
     const auto row = [](const char *name, const char *list, const QStringList &warnings,
                         const char *section) {
         QTest::newRow(name) << latin1(list) << warnings << latin1(section);
     };
     row("no name", "{}", {noName}, "off []");
-    row("no name, all else mistyped", "{\"interfaces\":5,\"fd\":\"x\"}", {noName}, "off []");
-    row("no name, then a good one", "{},{\"name\":\"a\",\"interfaces\":[]}", {noName}, kept);
-    row("no members", "{\"name\":\"a\"}", {noMembers}, kept);
-    row("no members, other keys", "{\"name\":\"a\",\"fd\":7}", {noMembers},
+    row("no name, all else mistyped", R"({"interfaces":5,"fd":"x"})", {noName}, "off []");
+    row("no name, then a good one", R"({},{"name":"a","interfaces":[]})", {noName}, kept);
+    row("no members", R"({"name":"a"})", {noMembers}, kept);
+    row("no members, other keys", R"({"name":"a","fd":7})", {noMembers},
         "off []; a[] stp 1 fd 7 opts <-t 30 -T 35>");
-    row("twice", "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"a\",\"interfaces\":[\"x\"],\"fd\":9}",
-        {twice}, kept);
+    row("twice", R"({"name":"a","interfaces":[]},{"name":"a","interfaces":["x"],"fd":9})", {twice}, kept);
     row("twice, then a good one",
-        "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"b\","
-        "\"interfaces\":[]}",
-        {twice}, "off []; a[] stp 1 fd 5 opts <-t 30 -T 35>; b[] stp 1 fd 5 opts <-t 30 -T 35>");
+        R"({"name":"a","interfaces":[]},{"name":"a","interfaces":[]},{"name":"b","interfaces":[]})", {twice},
+        "off []; a[] stp 1 fd 5 opts <-t 30 -T 35>; b[] stp 1 fd 5 opts <-t 30 -T 35>");
     // The members are looked at before the name is.
-    row("twice, then without members", "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"a\"}",
-        {noMembers, twice}, kept);
+    row("twice, then without members", R"({"name":"a","interfaces":[]},{"name":"a"})", {noMembers, twice},
+        kept);
     // What a bridge of a known name says beyond its members is not looked at.
     row("twice, the second mistyped",
-        "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"a\",\"interfaces\":[],\"fd\":\"x\",\"std\":1}",
-        {twice}, kept);
-    row("names differ in a blank", "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\" a\",\"interfaces\":[]}",
-        {}, "off [];  a[] stp 1 fd 5 opts <-t 30 -T 35>; a[] stp 1 fd 5 opts <-t 30 -T 35>");
-    row("names differ in case", "{\"name\":\"a\",\"interfaces\":[]},{\"name\":\"A\",\"interfaces\":[]}", {},
+        R"({"name":"a","interfaces":[]},{"name":"a","interfaces":[],"fd":"x","std":1})", {twice}, kept);
+    row("names differ in a blank", R"({"name":"a","interfaces":[]},{"name":" a","interfaces":[]})", {},
+        "off [];  a[] stp 1 fd 5 opts <-t 30 -T 35>; a[] stp 1 fd 5 opts <-t 30 -T 35>");
+    row("names differ in case", R"({"name":"a","interfaces":[]},{"name":"A","interfaces":[]})", {},
         "off []; A[] stp 1 fd 5 opts <-t 30 -T 35>; a[] stp 1 fd 5 opts <-t 30 -T 35>");
 }
 
@@ -293,55 +239,33 @@ void BridgeConfigTest::oddBridgeIsWarnedOf()
     QFETCH(QString, list);
     QFETCH(QStringList, warnings);
     QFETCH(QString, section);
-    const QString text = latin1("{\"list\":[%1]}").arg(list);
     BridgeConfig record;
-    const RecordReading reading = readText(record, text);
+    const RecordReading reading = readObject(record, toObject(latin1(R"({"list":[%1]})").arg(list)));
     QCOMPARE(reading.warnings, warnings);
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(asText(record), section);
-
-    BridgeConfig fromObject;
-    QCOMPARE(readObject(fromObject, toObject(text)).result, latin1("true"));
-    QCOMPARE(asText(fromObject), section);
 }
 
 void BridgeConfigTest::wrongTypeIsABadCastAfterWhatCameBefore_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("section");
-    const auto row = [](const char *text, const char *value, const char *section) {
-        const QString whole = latin1(text).arg(latin1(value));
-        QTest::newRow(qPrintable(whole)) << whole << latin1(section);
+    const auto row = [](const QString &text, const char *section) {
+        QTest::newRow(qPrintable(text)) << text << latin1(section);
     };
-    // One more bridge after a good one.
-    const auto bridgeRow = [&row](const char *bridge, const char *value) {
-        const QByteArray text = QByteArray("{\"enabled\":true,\"interfaces\":[\"x\"],\"list\":["
-                                           "{\"name\":\"a\",\"interfaces\":[]},") +
-                                bridge + "]}";
-        row(text.constData(), value, "on [x]; a[] stp 1 fd 5 opts <-t 30 -T 35>");
-    };
-    for (const char *value : {"1", "\"true\"", "null", "[]", "{}"}) {
-        row("{\"interfaces\":[\"x\"],\"enabled\":%1}", value, "off []");
-        bridgeRow("{\"name\":\"b\",\"interfaces\":[],\"std\":%1}", value);
-    }
-    for (const char *value : {"1", "\"x\"", "true", "null", "{}"}) {
-        row("{\"enabled\":true,\"interfaces\":%1}", value, "on []");
-        row("{\"enabled\":true,\"interfaces\":[\"x\"],\"list\":%1}", value, "on [x]");
-        bridgeRow("{\"name\":\"b\",\"interfaces\":%1}", value);
-        // The members are read before the name is looked for.
-        bridgeRow("{\"name\":\"a\",\"interfaces\":%1}", value);
-    }
-    for (const char *value : {"1", "true", "null", "[]", "{}"}) {
-        row("{\"enabled\":true,\"interfaces\":[\"x\",%1]}", value, "on [x]");
-        bridgeRow("{\"name\":%1}", value);
-        bridgeRow("{\"name\":\"b\",\"interfaces\":[\"y\",%1]}", value);
-        bridgeRow("{\"name\":\"b\",\"interfaces\":[],\"udhcpc_opts\":%1}", value);
-    }
-    for (const char *value : {"\"5\"", "true", "null", "[]", "{}"})
-        bridgeRow("{\"name\":\"b\",\"interfaces\":[],\"fd\":%1}", value);
-    // Unlike a name server, a bridge that is no object is no empty one.
-    for (const char *value : {"1", "\"b\"", "true", "null", "[]"})
-        bridgeRow("%1", value);
+    row(latin1(R"({"interfaces":["x"],"enabled":null})"), "off []");
+    row(latin1(R"({"enabled":true,"interfaces":null})"), "on []");
+    row(latin1(R"({"enabled":true,"interfaces":["x",null]})"), "on [x]");
+    row(latin1(R"({"enabled":true,"interfaces":["x"],"list":null})"), "on [x]");
+    // One more bridge after a good one. Its members are read before its name is looked for; and unlike a name
+    // server, a bridge that is no object is no empty one.
+    for (const char *bridge :
+         {R"({"name":null})", R"({"name":"b","interfaces":null})", R"({"name":"a","interfaces":null})",
+          R"({"name":"b","interfaces":["y",null]})", R"({"name":"b","interfaces":[],"std":null})",
+          R"({"name":"b","interfaces":[],"fd":null})", R"({"name":"b","interfaces":[],"udhcpc_opts":null})",
+          "null", "[]", R"("b")"})
+        row(latin1(R"({"list":[{"name":"a","interfaces":[]},%1]})").arg(latin1(bridge)),
+            "off []; a[] stp 1 fd 5 opts <-t 30 -T 35>");
 }
 
 void BridgeConfigTest::wrongTypeIsABadCastAfterWhatCameBefore()

@@ -2,18 +2,15 @@
 #define RECORDREADING_H
 
 #include "support/messagecatcher.h"
-
+#include "support/texts.h"
+#include <json/elements.h>
 #include <json/reader.h>
 
-#include <QString>
-#include <QStringList>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <sstream>
-
-inline QString latin1(const char *text)
-{
-    return QString::fromLatin1(text);
-}
 
 // The object that the text holds.
 inline json::Object toObject(const QString &text)
@@ -22,6 +19,17 @@ inline json::Object toObject(const QString &text)
     json::Object object;
     json::Reader::Read(object, stream);
     return object;
+}
+
+// The values of all members called "name" in a text, in their order there.
+inline QStringList namesIn(const QString &text)
+{
+    QRegularExpressionMatchIterator matches =
+        QRegularExpression(latin1("\"name\" : \"([^\"]*)\"")).globalMatch(text);
+    QStringList names;
+    while (matches.hasNext())
+        names.append(matches.next().captured(1));
+    return names;
 }
 
 // How a record's reading of a text or an object ended.
