@@ -1,41 +1,52 @@
-// Both forms against tables: what stands in them, where, and how it looks.
+// Both forms against tables: what stands in them, where, how it looks, and where translations are looked for.
 
 #include "formtext.h"
+#include "notices.h"
 #include "support/messagecatcher.h"
 #include "support/testbuses.h"
-#include "winkwidget/winkhorwidget.h"
-#include "winkwidget/winkverwidget.h"
+#include "support/texts.h"
 
-#include <QApplication>
-#include <QFormLayout>
-#include <QFrame>
-#include <QImage>
-#include <QLabel>
-#include <QPixmap>
-#include <QtTest>
+#include <QtCore/QTranslator>
+#include <QtGui/QImage>
+#include <QtGui/QPixmap>
+#include <QtTest/QtTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QFormLayout>
+#include <QtWidgets/QFrame>
+#include <QtWidgets/QLabel>
 
 #include <memory>
 
 namespace
 {
 
-const QString Landscape = QStringLiteral("landscape");
-const QString Portrait = QStringLiteral("portrait");
-
-QStringList lines(std::initializer_list<const char *> texts)
+// Answers for one context, and notes what it was asked for there.
+class ContextTranslator : public QTranslator
 {
-    QStringList list;
-    for (const char *text : texts)
-        list.append(QString::fromLatin1(text));
-    return list;
-}
+public:
+    explicit ContextTranslator(const QString &context)
+        : m_context(context)
+    {
+    }
+    bool isEmpty() const override { return false; }
+    QString translate(const char *context, const char *text, const char *disambiguation, int) const override
+    {
+        if (m_context != QLatin1String(context))
+            return QString();
+        m_asked.append(QString::fromUtf8(text) + QString::fromUtf8(disambiguation));
+        return QStringLiteral("<%1>").arg(QString::fromUtf8(text));
+    }
+    QStringList asked() const
+    {
+        QStringList sorted = m_asked;
+        sorted.sort();
+        return sorted;
+    }
 
-QWidget *newWindow(const QString &form)
-{
-    if (form == Landscape)
-        return new WinkHorWidget;
-    return new WinkVerWidget;
-}
+private:
+    const QString m_context;
+    mutable QStringList m_asked;
+};
 
 } // namespace
 
@@ -49,8 +60,6 @@ private Q_SLOTS:
 
     void windowProperties_data();
     void windowProperties();
-    void windowSizePolicy_data();
-    void windowSizePolicy();
     void landscapeWindowHidesCursorAndMenu();
     void portraitWindowLeavesCursorAndMenu();
     void objects_data();
@@ -66,10 +75,10 @@ private Q_SLOTS:
     void labels();
     void iconLabelShowsTheHand_data() { addForms(); }
     void iconLabelShowsTheHand();
+    void textsComeFromTheFormsContext_data();
+    void textsComeFromTheFormsContext();
 
 private:
-    static void addForms();
-
     std::unique_ptr<MessageCatcher> m_catcher;
 };
 
@@ -107,6 +116,7 @@ void NoticeFormsTest::windowProperties_data()
     row(Landscape, "styleSheet", whiteBackground);
     row(Landscape, "windowTitle", QStringLiteral("Form"));
     row(Landscape, "visible", false);
+    row(Landscape, "sizePolicy", QSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred));
     row(Portrait, "objectName", QStringLiteral("winkVerWidget"));
     row(Portrait, "size", QSize(330, 235));
     // Three pixels between the heights, on purpose.
@@ -115,6 +125,7 @@ void NoticeFormsTest::windowProperties_data()
     row(Portrait, "styleSheet", whiteBackground);
     row(Portrait, "windowTitle", QStringLiteral("Form"));
     row(Portrait, "visible", false);
+    row(Portrait, "sizePolicy", QSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed));
 }
 
 void NoticeFormsTest::windowProperties()
@@ -122,42 +133,26 @@ void NoticeFormsTest::windowProperties()
     QFETCH(QString, form);
     QFETCH(QByteArray, property);
     QFETCH(QVariant, value);
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     QCOMPARE(window->property(property.constData()), value);
     QVERIFY(!window->parent());
     QCOMPARE(static_cast<int>(window->windowFlags()), 0x40801);
 }
 
-void NoticeFormsTest::windowSizePolicy_data()
-{
-    QTest::addColumn<QString>("form");
-    QTest::addColumn<QSizePolicy::Policy>("policy");
-    QTest::newRow("landscape") << Landscape << QSizePolicy::Preferred;
-    QTest::newRow("portrait") << Portrait << QSizePolicy::Fixed;
-}
-
-void NoticeFormsTest::windowSizePolicy()
-{
-    QFETCH(QString, form);
-    QFETCH(QSizePolicy::Policy, policy);
-    const std::unique_ptr<QWidget> window(newWindow(form));
-    QCOMPARE(window->sizePolicy(), QSizePolicy(policy, policy));
-}
-
 void NoticeFormsTest::landscapeWindowHidesCursorAndMenu()
 {
-    const WinkHorWidget window;
-    QVERIFY(window.testAttribute(Qt::WA_SetCursor));
-    QCOMPARE(window.cursor().shape(), Qt::BlankCursor);
-    QCOMPARE(window.contextMenuPolicy(), Qt::NoContextMenu);
+    const std::unique_ptr<QWidget> window = newNotice(Landscape);
+    QVERIFY(window->testAttribute(Qt::WA_SetCursor));
+    QCOMPARE(window->cursor().shape(), Qt::BlankCursor);
+    QCOMPARE(window->contextMenuPolicy(), Qt::NoContextMenu);
 }
 
 void NoticeFormsTest::portraitWindowLeavesCursorAndMenu()
 {
-    const WinkVerWidget window;
-    QVERIFY(!window.testAttribute(Qt::WA_SetCursor));
-    QCOMPARE(window.cursor().shape(), Qt::ArrowCursor);
-    QCOMPARE(window.contextMenuPolicy(), Qt::DefaultContextMenu);
+    const std::unique_ptr<QWidget> window = newNotice(Portrait);
+    QVERIFY(!window->testAttribute(Qt::WA_SetCursor));
+    QCOMPARE(window->cursor().shape(), Qt::ArrowCursor);
+    QCOMPARE(window->contextMenuPolicy(), Qt::DefaultContextMenu);
 }
 
 void NoticeFormsTest::objects_data()
@@ -188,7 +183,7 @@ void NoticeFormsTest::objects()
 {
     QFETCH(QString, form);
     QFETCH(QStringList, texts);
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     QCOMPARE(objectTexts(*window), texts);
 }
 
@@ -224,23 +219,16 @@ void NoticeFormsTest::layoutItems()
     QFETCH(QString, form);
     QFETCH(QString, layout);
     QFETCH(QStringList, items);
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     auto *found = window->findChild<QLayout *>(layout);
     QVERIFY(found);
     QCOMPARE(itemTexts(*found), items);
 }
 
-void NoticeFormsTest::addForms()
-{
-    QTest::addColumn<QString>("form");
-    QTest::newRow("landscape") << Landscape;
-    QTest::newRow("portrait") << Portrait;
-}
-
 void NoticeFormsTest::outerLayoutHasNoMargins()
 {
     QFETCH(QString, form);
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     QVERIFY(window->layout());
     QCOMPARE(marginsText(*window->layout()), QStringLiteral("0,0,0,0"));
     // The one inside the frame keeps the style's.
@@ -250,8 +238,8 @@ void NoticeFormsTest::outerLayoutHasNoMargins()
 
 void NoticeFormsTest::captionsOfLandscapeFormAreLeftAndCentred()
 {
-    const WinkHorWidget window;
-    const auto *layout = window.findChild<QFormLayout *>(QStringLiteral("formLayout"));
+    const std::unique_ptr<QWidget> window = newNotice(Landscape);
+    const auto *layout = window->findChild<QFormLayout *>(QStringLiteral("formLayout"));
     QVERIFY(layout);
     QCOMPARE(layout->labelAlignment(), Qt::AlignLeft | Qt::AlignVCenter);
 }
@@ -259,7 +247,7 @@ void NoticeFormsTest::captionsOfLandscapeFormAreLeftAndCentred()
 void NoticeFormsTest::frameProperties()
 {
     QFETCH(QString, form);
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     const auto *frame = window->findChild<QFrame *>(QStringLiteral("frame"));
     QVERIFY(frame);
     QCOMPARE(frame->frameShape(), QFrame::Panel);
@@ -270,15 +258,14 @@ void NoticeFormsTest::frameProperties()
 void NoticeFormsTest::labels_data()
 {
     QTest::addColumn<QString>("form");
-    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("name");
     QTest::addColumn<QString>("font");
     QTest::addColumn<QString>("alignment");
     QTest::addColumn<QSize>("minimumSize");
     const auto row = [](const QString &form, const char *name, const char *font, const char *alignment,
                         const QSize &minimumSize) {
         QTest::newRow(qPrintable(form + QLatin1Char(' ') + QLatin1String(name)))
-            << form << QString::fromLatin1(name) << QString::fromLatin1(font)
-            << QString::fromLatin1(alignment) << minimumSize;
+            << form << QByteArray(name) << latin1(font) << latin1(alignment) << minimumSize;
     };
     const QSize none(0, 0), wide(100, 0);
     row(Landscape, "label", "", "Left|VCenter", none);
@@ -300,31 +287,56 @@ void NoticeFormsTest::labels_data()
 void NoticeFormsTest::labels()
 {
     QFETCH(QString, form);
-    QFETCH(QString, name);
+    QFETCH(QByteArray, name);
     QFETCH(QSize, minimumSize);
-    const std::unique_ptr<QWidget> window(newWindow(form));
-    const auto *label = window->findChild<QLabel *>(name);
-    QVERIFY(label);
-    QTEST(fontText(*label), "font");
-    QTEST(alignmentText(*label), "alignment");
-    QCOMPARE(label->minimumSize(), minimumSize);
-    QCOMPARE(label->maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
-    QCOMPARE(label->frameShape(), QFrame::NoFrame);
-    QVERIFY(!label->wordWrap());
+    const std::unique_ptr<QWidget> window = newNotice(form);
+    const QLabel &found = label(*window, name.constData());
+    QTEST(fontText(found), "font");
+    QTEST(alignmentText(found), "alignment");
+    QCOMPARE(found.minimumSize(), minimumSize);
+    QCOMPARE(found.maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
+    QCOMPARE(found.frameShape(), QFrame::NoFrame);
+    QVERIFY(!found.wordWrap());
 }
 
 void NoticeFormsTest::iconLabelShowsTheHand()
 {
     QFETCH(QString, form);
-    const std::unique_ptr<QWidget> window(newWindow(form));
-    const auto *label = window->findChild<QLabel *>(QStringLiteral("label"));
-    QVERIFY(label);
-    QCOMPARE(label->text(), QString());
-    QVERIFY(!label->hasScaledContents());
+    const std::unique_ptr<QWidget> window = newNotice(form);
+    const QLabel &icon = label(*window, "label");
+    QCOMPARE(icon.text(), QString());
+    QVERIFY(!icon.hasScaledContents());
     const QImage hand(QStringLiteral(":/images/hand-icon.bmp"));
     QVERIFY(!hand.isNull());
-    const QPixmap shown = label->property("pixmap").value<QPixmap>();
+    const QPixmap shown = icon.property("pixmap").value<QPixmap>();
     QCOMPARE(shown.toImage().convertToFormat(hand.format()), hand);
+}
+
+void NoticeFormsTest::textsComeFromTheFormsContext_data()
+{
+    QTest::addColumn<QString>("form");
+    QTest::addColumn<QString>("context");
+    QTest::newRow("landscape") << Landscape << QStringLiteral("winkHorWidget");
+    QTest::newRow("portrait") << Portrait << QStringLiteral("winkVerWidget");
+}
+
+void NoticeFormsTest::textsComeFromTheFormsContext()
+{
+    QFETCH(QString, form);
+    QFETCH(QString, context);
+    ContextTranslator translator(context);
+    QVERIFY(QCoreApplication::installTranslator(&translator));
+    const std::unique_ptr<QWidget> window = newNotice(form);
+    QCoreApplication::removeTranslator(&translator);
+
+    // Two are placeholders, which the window fills in at once.
+    QCOMPARE(translator.asked(),
+             lines({"500/600", "555.555.555.555", "Device:", "Form", "IP Address:", "WINK Command Active"}));
+    QCOMPARE(window->windowTitle(), QStringLiteral("<Form>"));
+    QCOMPARE(label(*window, "label").text(), QString());
+    QCOMPARE(label(*window, "label_2").text(), QStringLiteral("<WINK Command Active>"));
+    QCOMPARE(label(*window, "label_3").text(), QStringLiteral("<Device:>"));
+    QCOMPARE(label(*window, "label_5").text(), QStringLiteral("<IP Address:>"));
 }
 
 int main(int argc, char **argv)

@@ -1,17 +1,16 @@
 // The two windows as classes: what they are made of, what they show, where they stand and how they blink.
 
 #include "hwsdplatform.h"
+#include "notices.h"
 #include "privatexserver.h"
 #include "support/messagecatcher.h"
-#include "support/testbuses.h"
+#include "support/panel.h"
 #include "timerspy.h"
-#include "winkwidget/winkhorwidget.h"
-#include "winkwidget/winkverwidget.h"
 
-#include <QApplication>
-#include <QLabel>
-#include <QMetaMethod>
-#include <QtTest>
+#include <QtCore/QMetaMethod>
+#include <QtTest/QtTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QLabel>
 
 #include <memory>
 
@@ -22,21 +21,6 @@ namespace
 const int Patience = 60000;
 
 TestBuses *buses = nullptr;
-
-const QString Landscape = QStringLiteral("landscape");
-const QString Portrait = QStringLiteral("portrait");
-
-QWidget *newWindow(const QString &form)
-{
-    if (form == Landscape)
-        return new WinkHorWidget;
-    return new WinkVerWidget;
-}
-
-QLabel *label(const QWidget &window, const char *name)
-{
-    return window.findChild<QLabel *>(QString::fromLatin1(name));
-}
 
 void blinkOnce(QWidget &window)
 {
@@ -72,17 +56,8 @@ private Q_SLOTS:
     void blinkTimer_runsOnWhileHidden();
 
 private:
-    static void addForms();
-
     std::unique_ptr<MessageCatcher> m_catcher;
 };
-
-void NoticeWindowsTest::addForms()
-{
-    QTest::addColumn<QString>("form");
-    QTest::newRow("landscape") << Landscape;
-    QTest::newRow("portrait") << Portrait;
-}
 
 void NoticeWindowsTest::init()
 {
@@ -108,7 +83,7 @@ void NoticeWindowsTest::metaObject()
 {
     QFETCH(QString, form);
     QFETCH(QByteArray, name);
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     const QMetaObject *metaObject = window->metaObject();
     QCOMPARE(QByteArray(metaObject->className()), name);
     QCOMPARE(metaObject->superClass(), &QWidget::staticMetaObject);
@@ -126,10 +101,10 @@ void NoticeWindowsTest::construction_connectsWithoutComplaint()
 {
     QFETCH(QString, form);
     QVERIFY(buses->startPanel());
-    buses->service().answer(QStringLiteral("manufactureCode"), {QByteArray::fromHex("fa010000")});
+    answerAsPanel(buses->service());
     HWSDPlatform::instance()->systemInfoText();
     m_catcher->take();
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     QCOMPARE(m_catcher->take(), QStringList());
 }
 
@@ -137,19 +112,18 @@ void NoticeWindowsTest::identity_isThatOfTheMomentOfConstruction()
 {
     QFETCH(QString, form);
     QVERIFY(buses->startPanel());
-    // 506
-    buses->service().answer(QStringLiteral("manufactureCode"), {QByteArray::fromHex("fa010000")});
+    answerAsPanel(buses->service());
     HWSDPlatform::instance()->setIpAddress(0xc0a80a05);
-    const std::unique_ptr<QWidget> window(newWindow(form));
-    QCOMPARE(label(*window, "lbl_IP")->text(), QStringLiteral("192.168.10.5"));
-    QCOMPARE(label(*window, "lbl_DeviceName")->text(), QStringLiteral("QM413-JD562"));
+    const std::unique_ptr<QWidget> window = newNotice(form);
+    QCOMPARE(label(*window, "lbl_IP").text(), QStringLiteral("192.168.10.5"));
+    QCOMPARE(label(*window, "lbl_DeviceName").text(), QStringLiteral("QM413-JD562"));
 
     HWSDPlatform::instance()->setIpAddress(0x0a000001);
     window->show();
-    QCOMPARE(label(*window, "lbl_IP")->text(), QStringLiteral("192.168.10.5"));
+    QCOMPARE(label(*window, "lbl_IP").text(), QStringLiteral("192.168.10.5"));
     window->hide();
     window->show();
-    QCOMPARE(label(*window, "lbl_IP")->text(), QStringLiteral("192.168.10.5"));
+    QCOMPARE(label(*window, "lbl_IP").text(), QStringLiteral("192.168.10.5"));
 }
 
 void NoticeWindowsTest::place_isTheMiddleOfTheScreen_data()
@@ -173,14 +147,14 @@ void NoticeWindowsTest::place_isTheMiddleOfTheScreen()
     PrivateXServer server;
     QVERIFY(server.start(screen.width(), screen.height()));
     server.use();
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     QTEST(window->pos(), "place");
 }
 
 void NoticeWindowsTest::place_isLeftAloneWithoutADisplay()
 {
     QFETCH(QString, form);
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     QCOMPARE(window->pos(), QPoint(0, 0));
     QVERIFY(!window->testAttribute(Qt::WA_Moved));
 }
@@ -188,14 +162,14 @@ void NoticeWindowsTest::place_isLeftAloneWithoutADisplay()
 void NoticeWindowsTest::blinkStep_togglesTheIconAlone()
 {
     QFETCH(QString, form);
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     window->show();
-    const QLabel &icon = *label(*window, "label");
+    const QLabel &icon = label(*window, "label");
     QVERIFY(icon.isVisible());
     blinkOnce(*window);
     QVERIFY(!icon.isVisible());
     for (const char *name : {"label_2", "label_3", "lbl_DeviceName", "label_5", "lbl_IP"})
-        QVERIFY2(label(*window, name)->isVisible(), name);
+        QVERIFY2(label(*window, name).isVisible(), name);
     blinkOnce(*window);
     QVERIFY(icon.isVisible());
     QVERIFY(window->isVisible());
@@ -205,8 +179,8 @@ void NoticeWindowsTest::blinkTimer_repeatsEverySecondOnceShown()
 {
     QFETCH(QString, form);
     TimerSpy spy;
-    const std::unique_ptr<QWidget> window(newWindow(form));
-    const QLabel &icon = *label(*window, "label");
+    const std::unique_ptr<QWidget> window = newNotice(form);
+    const QLabel &icon = label(*window, "label");
     window->show();
     QTRY_VERIFY_WITH_TIMEOUT(!icon.isVisible(), Patience);
     QTRY_VERIFY_WITH_TIMEOUT(icon.isVisible(), Patience);
@@ -222,7 +196,7 @@ void NoticeWindowsTest::blinkTimer_restartsWithEachShow()
 {
     QFETCH(QString, form);
     TimerSpy spy;
-    const std::unique_ptr<QWidget> window(newWindow(form));
+    const std::unique_ptr<QWidget> window = newNotice(form);
     window->show();
     QTRY_VERIFY_WITH_TIMEOUT(spy.timer(1000), Patience);
     QTimer &timer = *spy.timer(1000);
@@ -240,8 +214,8 @@ void NoticeWindowsTest::blinkTimer_runsOnWhileHidden()
 {
     QFETCH(QString, form);
     TimerSpy spy;
-    const std::unique_ptr<QWidget> window(newWindow(form));
-    const QLabel &icon = *label(*window, "label");
+    const std::unique_ptr<QWidget> window = newNotice(form);
+    const QLabel &icon = label(*window, "label");
     window->show();
     blinkOnce(*window);
     QVERIFY(icon.isHidden());

@@ -2,17 +2,16 @@
 
 #include "hwsdplatform.h"
 #include "modelcodes.h"
+#include "notices.h"
 #include "support/messagecatcher.h"
 #include "support/testbuses.h"
-#include "winkwidget/winkhorwidget.h"
-#include "winkwidget/winkverwidget.h"
 
-#include <QApplication>
-#include <QFontInfo>
-#include <QFontMetrics>
-#include <QFrame>
-#include <QLabel>
-#include <QtTest>
+#include <QtGui/QFontInfo>
+#include <QtGui/QFontMetrics>
+#include <QtTest/QtTest>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QFrame>
+#include <QtWidgets/QLabel>
 
 #include <memory>
 
@@ -44,11 +43,6 @@ QByteArray bytesOfCode(int code)
     bytes[0] = static_cast<char>(code & 0xFF);
     bytes[1] = static_cast<char>(code >> 8);
     return bytes;
-}
-
-const QLabel &label(const QWidget &window, const char *name)
-{
-    return *window.findChild<QLabel *>(QString::fromLatin1(name));
 }
 
 QRect place(const QWidget &window, const char *name)
@@ -125,8 +119,8 @@ private Q_SLOTS:
 private:
     static void addFontsAndForms();
     // A notice that is shown, with the widest address and this as the panel's description.
-    static std::unique_ptr<QWidget> noticeOf(const QByteArray &description, bool landscape);
-    static std::unique_ptr<QWidget> shownNotice(bool landscape);
+    static std::unique_ptr<QWidget> noticeOf(const QByteArray &description, const QString &form);
+    static std::unique_ptr<QWidget> shownNotice(const QString &form);
 
     std::unique_ptr<MessageCatcher> m_catcher;
 };
@@ -134,10 +128,10 @@ private:
 void TextFitTest::addFontsAndForms()
 {
     QTest::addColumn<QString>("font");
-    QTest::addColumn<bool>("landscape");
+    QTest::addColumn<QString>("form");
     for (const char *font : Fonts) {
-        QTest::addRow("%s, landscape", font) << QString::fromLatin1(font) << true;
-        QTest::addRow("%s, portrait", font) << QString::fromLatin1(font) << false;
+        QTest::addRow("%s, landscape", font) << QString::fromLatin1(font) << Landscape;
+        QTest::addRow("%s, portrait", font) << QString::fromLatin1(font) << Portrait;
     }
 }
 
@@ -162,26 +156,22 @@ void TextFitTest::cleanup()
     m_catcher.reset();
 }
 
-std::unique_ptr<QWidget> TextFitTest::shownNotice(bool landscape)
+std::unique_ptr<QWidget> TextFitTest::shownNotice(const QString &form)
 {
     HWSDPlatform::instance()->setIpAddress(WidestAddress);
-    std::unique_ptr<QWidget> window;
-    if (landscape)
-        window = std::make_unique<WinkHorWidget>();
-    else
-        window = std::make_unique<WinkVerWidget>();
+    std::unique_ptr<QWidget> window = newNotice(form);
     window->show();
     QCoreApplication::processEvents();
     return window;
 }
 
-std::unique_ptr<QWidget> TextFitTest::noticeOf(const QByteArray &description, bool landscape)
+std::unique_ptr<QWidget> TextFitTest::noticeOf(const QByteArray &description, const QString &form)
 {
     // What a facade knows of its panel it keeps.
     delete HWSDPlatform::instance();
     buses->service().answer(QStringLiteral("manufactureCode"), {NoModel});
     buses->service().answer(QStringLiteral("readSlvAddr"), {0, QByteArray(description + '\0')});
-    return shownNotice(landscape);
+    return shownNotice(form);
 }
 
 void TextFitTest::everyModelStandsWhole_data()
@@ -199,10 +189,9 @@ void TextFitTest::everyModelStandsWhole()
     buses->service().answer(QStringLiteral("manufactureCode"), {bytesOfCode(code)});
     for (const char *font : Fonts) {
         QApplication::setFont(QFont(QString::fromLatin1(font)));
-        for (const bool landscape : {true, false}) {
-            const std::unique_ptr<QWidget> window = shownNotice(landscape);
-            const QString where =
-                QLatin1String(font) + QLatin1String(landscape ? ", landscape: " : ", portrait: ");
+        for (const QString &form : {Landscape, Portrait}) {
+            const std::unique_ptr<QWidget> window = shownNotice(form);
+            const QString where = QLatin1String(font) + QLatin1String(", ") + form + QLatin1String(": ");
             QCOMPARE(where + faultOfPlaces(*window), where);
             QCOMPARE(where + faultOfTexts(*window), where);
             QCOMPARE(label(*window, "lbl_DeviceName").text(), QString::fromLatin1(modelCodeText(code)));
@@ -214,12 +203,12 @@ void TextFitTest::everyModelStandsWhole()
 void TextFitTest::longerNameIsCondensedAsFarAsNeeded()
 {
     QFETCH(QString, font);
-    QFETCH(bool, landscape);
+    QFETCH(QString, form);
     QApplication::setFont(QFont(font));
     const QByteArray name("Line 3, oven at the far end, left side");
     int condensed = 0;
     for (int length = 8; length <= name.size(); ++length) {
-        const std::unique_ptr<QWidget> window = noticeOf(name.left(length), landscape);
+        const std::unique_ptr<QWidget> window = noticeOf(name.left(length), form);
         const QLabel &shown = label(*window, "lbl_DeviceName");
         QCOMPARE(shown.text(), QString::fromLatin1(name.left(length)));
         QCOMPARE(faultOfPlaces(*window), QString());
@@ -239,10 +228,10 @@ void TextFitTest::longerNameIsCondensedAsFarAsNeeded()
 void TextFitTest::overlongNameIsCutAndCoversNothing()
 {
     QFETCH(QString, font);
-    QFETCH(bool, landscape);
+    QFETCH(QString, form);
     QApplication::setFont(QFont(font));
     const QByteArray name(200, 'W');
-    const std::unique_ptr<QWidget> window = noticeOf(name, landscape);
+    const std::unique_ptr<QWidget> window = noticeOf(name, form);
     const QLabel &shown = label(*window, "lbl_DeviceName");
     QCOMPARE(shown.text(), QString::fromLatin1(name));
     QCOMPARE(faultOfPlaces(*window), QString());
@@ -255,20 +244,21 @@ void TextFitTest::overlongNameIsCutAndCoversNothing()
 void TextFitTest::shortTextsKeepTheirLetters()
 {
     QFETCH(QString, font);
-    QFETCH(bool, landscape);
+    QFETCH(QString, form);
     QApplication::setFont(QFont(font));
-    const std::unique_ptr<QWidget> window = noticeOf("Oven", landscape);
+    const std::unique_ptr<QWidget> window = noticeOf("Oven", form);
     for (const char *name : {"label_2", "label_3", "lbl_DeviceName"})
         QCOMPARE(stretchOf(label(*window, name)), 100);
     // The one caption that can be wider than the form's minimum for it.
-    QCOMPARE(stretchOf(label(*window, "label_5")) < 100, landscape && font == QLatin1String("DejaVu Sans"));
+    QCOMPARE(stretchOf(label(*window, "label_5")) < 100,
+             form == Landscape && font == QLatin1String("DejaVu Sans"));
     QCOMPARE(label(*window, "label_2").font().pointSize(), 14);
     QCOMPARE(label(*window, "lbl_DeviceName").font().pointSize(), 12);
 }
 
 void TextFitTest::markupInANameIsShownAsItStands()
 {
-    const std::unique_ptr<QWidget> window = noticeOf("<b>Oven</b>", true);
+    const std::unique_ptr<QWidget> window = noticeOf("<b>Oven</b>", Landscape);
     const QLabel &shown = label(*window, "lbl_DeviceName");
     QCOMPARE(shown.text(), QStringLiteral("<b>Oven</b>"));
     QCOMPARE(shown.textFormat(), Qt::PlainText);
