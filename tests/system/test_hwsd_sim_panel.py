@@ -208,6 +208,17 @@ def test_the_whole_document_is_read_and_taken(sim, client):
     assert json.loads(client.value(NETWORK, "getConfigJSON"))["hostname"] == "mixer"
 
 
+def test_the_document_as_the_service_writes_it_is_taken(sim, client):
+    document = pathlib.Path(__file__).resolve().parents[1] / "unit" / "networkdocument.json"
+    text = document.read_text(encoding="utf-8")
+    sim.set_state({"interfaces": {"eth1": {"name": "eth1"}}})
+    assert client.value(NETWORK, "setConfigJSON", text) == 0
+    written, taken = json.loads(text), json.loads(client.value(NETWORK, "getConfigJSON"))
+    assert [taken[key] for key in ("hostname", "dns", "bridge")] == [
+        written[key] for key in ("hostname", "dns", "bridge")]
+    assert taken["interfaces"][0].items() >= {"ip_address": "192.168.10.6", "metric": 10, "dhcp": False}.items()
+
+
 @pytest.mark.parametrize("text", [
     "", "[]", "{}", '{"version":"1"}', '{"version":1,"interfaces":{}}', '{"version":1,"interfaces":[3]}',
     '{"version":1,"interfaces":[{"name":"eth0"},{"name":"eth0"}]}', '{"version":1,"dns":{"servers":1}}',

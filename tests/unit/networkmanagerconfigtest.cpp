@@ -2,6 +2,7 @@
 
 #include "support/recordreading.h"
 
+#include <QtCore/QFile>
 #include <QtTest/QtTest>
 
 namespace
@@ -23,59 +24,12 @@ QString asText(const NetworkManagerConfig &document)
 
 const char Version1[] = R"({"version":1})";
 
-const char FullText[] = "{\n"
-                        "\t\"version\" : 7,\n"
-                        "\t\"hostname\" : \"panel-12\",\n"
-                        "\t\"dns\" : {\n"
-                        "\t\t\"servers\" : [\n"
-                        "\t\t\t{\n"
-                        "\t\t\t\t\"ip\" : \"192.168.10.2\"\n"
-                        "\t\t\t}\n"
-                        "\t\t],\n"
-                        "\t\t\"search\" : [\n"
-                        "\t\t\t{\n"
-                        "\t\t\t\t\"name\" : \"plant.example\"\n"
-                        "\t\t\t}\n"
-                        "\t\t]\n"
-                        "\t},\n"
-                        "\t\"bridge\" : {\n"
-                        "\t\t\"enabled\" : true,\n"
-                        "\t\t\"interfaces\" : [\n"
-                        "\t\t\t\"eth1\"\n"
-                        "\t\t],\n"
-                        "\t\t\"list\" : [\n"
-                        "\t\t\t{\n"
-                        "\t\t\t\t\"name\" : \"br0\",\n"
-                        "\t\t\t\t\"interfaces\" : [\n"
-                        "\t\t\t\t\t\"eth1\"\n"
-                        "\t\t\t\t],\n"
-                        "\t\t\t\t\"stp\" : true,\n"
-                        "\t\t\t\t\"fd\" : 5,\n"
-                        "\t\t\t\t\"udhcpc_opts\" : \"-t 30 -T 35\"\n"
-                        "\t\t\t}\n"
-                        "\t\t]\n"
-                        "\t},\n"
-                        "\t\"interfaces\" : [\n"
-                        "\t\t{\n"
-                        "\t\t\t\"name\" : \"eth0\",\n"
-                        "\t\t\t\"ip_address\" : \"192.168.10.5\",\n"
-                        "\t\t\t\"metric\" : 10,\n"
-                        "\t\t\t\"dhcp\" : false,\n"
-                        "\t\t\t\"configured\" : true,\n"
-                        "\t\t\t\"readonly\" : false,\n"
-                        "\t\t\t\"virtual\" : false,\n"
-                        "\t\t\t\"hidden\" : false\n"
-                        "\t\t},\n"
-                        "\t\t{\n"
-                        "\t\t\t\"name\" : \"eth1\",\n"
-                        "\t\t\t\"dhcp\" : false,\n"
-                        "\t\t\t\"configured\" : false,\n"
-                        "\t\t\t\"readonly\" : true,\n"
-                        "\t\t\t\"virtual\" : true,\n"
-                        "\t\t\t\"hidden\" : true\n"
-                        "\t\t}\n"
-                        "\t]\n"
-                        "}";
+// A whole document as it is written; the simulated platform service's tests have it too.
+QString fullText()
+{
+    QFile file(latin1(NETWORK_DOCUMENT));
+    return file.open(QIODevice::ReadOnly) ? QString::fromLatin1(file.readAll()).trimmed() : QString();
+}
 
 const char EmptyText[] = "{\n"
                          "\t\"version\" : %1,\n"
@@ -140,13 +94,13 @@ void NetworkManagerConfigTest::newDocumentIsEmpty()
 void NetworkManagerConfigTest::fullTextFillsEverySectionAndIsWrittenAsItIs()
 {
     NetworkManagerConfig document;
-    const RecordReading reading = readText(document, FullText);
+    const RecordReading reading = readText(document, fullText());
     QCOMPARE(reading.warnings, QStringList());
     QCOMPARE(reading.result, latin1("true"));
     QCOMPARE(
         asText(document),
         latin1("7 panel-12; dns [192.168.10.2] [plant.example]; bridge on [br0]; interfaces [eth0 eth1]"));
-    QCOMPARE(document.toJsonString(), latin1(FullText));
+    QCOMPARE(document.toJsonString(), fullText());
 }
 
 void NetworkManagerConfigTest::versionAloneIsADocument()
@@ -212,13 +166,13 @@ void NetworkManagerConfigTest::filledDocumentIsNotReadAgain()
     QFETCH(QString, number);
     QFETCH(QString, warning);
     NetworkManagerConfig document;
-    readText(document, FullText);
+    readText(document, fullText());
     const QString text =
         latin1(R"({"version":%1,"hostname":"b","dns":{},"interfaces":[{"name":"x"}]})").arg(number);
     const RecordReading reading = readText(document, text);
     QCOMPARE(reading.warnings, QStringList(warning));
     QCOMPARE(reading.result, latin1("true"));
-    QCOMPARE(document.toJsonString(), latin1(FullText));
+    QCOMPARE(document.toJsonString(), fullText());
 
     const RecordReading ofObject = readObject(document, toObject(text));
     QCOMPARE(ofObject.warnings, QStringList(warning));
