@@ -1,20 +1,22 @@
 #include "busaddress.h"
 
-#include <QtTest>
-
-#include <memory>
-
-#include <cstddef>
-#include <cstring>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QtTest>
 
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstring>
+#include <memory>
+
 namespace
 {
 
-// A local socket that is bound to a name and, if asked to, takes connections.
+// A local socket that is bound to a name and, if asked to, takes connections. An abstract name has no zero
+// byte behind it, as the bus library binds it.
 class LocalSocket
 {
 public:
@@ -85,16 +87,13 @@ private slots:
     void addressIsTriedOrLeftToTrying_data();
     void addressIsTriedOrLeftToTrying();
     void abstractNameThatListensIsFound();
-    void abstractNameIsNotTakenForAPath();
     void fullQueueOfConnectionsIsNoListener();
     void nameTooLongForASocketIsNotListening();
     void descriptorsAreClosed();
 
-    void namedSystemBusIsTheOneTried();
-    void namedSessionBusIsTheOneTried();
+    void namedBusIsTheOneTried();
     void unnamedSessionBusIsLookedForInTheRuntimeFolder();
     void unnamedSessionBusWithoutASocketIsNotNamed();
-    void emptyVariableNamesNothing();
 
 private:
     QByteArray path(const char *name) const
@@ -181,24 +180,10 @@ void BusAddressTest::abstractNameThatListensIsFound()
 {
     const QByteArray name = "mvdp-test-" + QByteArray::number(QCoreApplication::applicationPid());
     QCOMPARE(busStateOfAddress("unix:abstract=" + name), BusState::NotListening);
-    // As the bus library binds it: without a zero byte after the name.
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address;
-    std::memset(&address, 0, sizeof address);
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, name.constData(), static_cast<size_t>(name.size()));
-    const size_t size = offsetof(sockaddr_un, sun_path) + 1 + static_cast<size_t>(name.size());
-    const bool listens =
-        ::bind(socket, reinterpret_cast<sockaddr *>(&address), static_cast<socklen_t>(size)) == 0 &&
-        ::listen(socket, 1) == 0;
-    const BusState found = busStateOfAddress("unix:abstract=" + name);
-    ::close(socket);
-    QVERIFY(listens);
-    QCOMPARE(found, BusState::Listening);
-}
-
-void BusAddressTest::abstractNameIsNotTakenForAPath()
-{
+    const LocalSocket socket(name, LocalSocket::Abstract, true);
+    QVERIFY(socket.isReady());
+    QCOMPARE(busStateOfAddress("unix:abstract=" + name), BusState::Listening);
+    // Nor is one taken for a path.
     QCOMPARE(busStateOfAddress("unix:abstract=" + path("bus")), BusState::NotListening);
 }
 
@@ -233,20 +218,16 @@ void BusAddressTest::descriptorsAreClosed()
     QCOMPARE(after, before);
 }
 
-void BusAddressTest::namedSystemBusIsTheOneTried()
+void BusAddressTest::namedBusIsTheOneTried()
 {
-    const Variable system("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + path("bus"));
-    const Variable session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path("absent"));
-    QCOMPARE(busState(QDBusConnection::SystemBus), BusState::Listening);
-    QCOMPARE(busState(QDBusConnection::SessionBus), BusState::NotListening);
-}
-
-void BusAddressTest::namedSessionBusIsTheOneTried()
-{
-    const Variable system("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + path("absent"));
-    const Variable session("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path("bus"));
-    QCOMPARE(busState(QDBusConnection::SystemBus), BusState::NotListening);
-    QCOMPARE(busState(QDBusConnection::SessionBus), BusState::Listening);
+    const QByteArray listening = "unix:path=" + path("bus"), absent = "unix:path=" + path("absent");
+    for (const bool system : {true, false}) {
+        const Variable systemBus("DBUS_SYSTEM_BUS_ADDRESS", system ? listening : absent);
+        const Variable sessionBus("DBUS_SESSION_BUS_ADDRESS", system ? absent : listening);
+        QCOMPARE(busState(QDBusConnection::SystemBus), system ? BusState::Listening : BusState::NotListening);
+        QCOMPARE(busState(QDBusConnection::SessionBus),
+                 system ? BusState::NotListening : BusState::Listening);
+    }
 }
 
 void BusAddressTest::unnamedSessionBusIsLookedForInTheRuntimeFolder()
@@ -256,18 +237,14 @@ void BusAddressTest::unnamedSessionBusIsLookedForInTheRuntimeFolder()
     QCOMPARE(busState(QDBusConnection::SessionBus), BusState::Listening);
 }
 
+// An empty variable names nothing.
 void BusAddressTest::unnamedSessionBusWithoutASocketIsNotNamed()
 {
-    const Variable session("DBUS_SESSION_BUS_ADDRESS", QByteArray());
     const Variable runtime("XDG_RUNTIME_DIR", path("absent"));
-    QCOMPARE(busState(QDBusConnection::SessionBus), BusState::NotNamed);
-}
-
-void BusAddressTest::emptyVariableNamesNothing()
-{
-    const Variable session("DBUS_SESSION_BUS_ADDRESS", "");
-    const Variable runtime("XDG_RUNTIME_DIR", path("absent"));
-    QCOMPARE(busState(QDBusConnection::SessionBus), BusState::NotNamed);
+    for (const QByteArray &unnamed : {QByteArray(), QByteArray("")}) {
+        const Variable session("DBUS_SESSION_BUS_ADDRESS", unnamed);
+        QCOMPARE(busState(QDBusConnection::SessionBus), BusState::NotNamed);
+    }
 }
 
 QTEST_GUILESS_MAIN(BusAddressTest)

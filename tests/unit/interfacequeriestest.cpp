@@ -1,14 +1,15 @@
 #include "interfacequeries.h"
 
 #include "support/namespaces.h"
+#include "support/texts.h"
 
 #include <QtTest/QtTest>
-
-#include <cstring>
 
 #include <arpa/inet.h>
 #include <net/if.h>
 #include <unistd.h>
+
+#include <cstring>
 
 // Everything here happens in a network namespace of the test's own. There, "eth0" and "aux0" are virtual
 // cables whose other ends are "far0" and "far1"; each test gives them what it needs.
@@ -18,7 +19,7 @@ namespace
 
 bool ip(const char *arguments)
 {
-    return runProgram(QStringLiteral("ip"), QString::fromLatin1(arguments).split(QLatin1Char(' ')));
+    return runProgram(latin1("ip"), latin1(arguments).split(QLatin1Char(' ')));
 }
 
 // The interface chosen for a peer; "(untouched)" when the buffer was left as it was.
@@ -43,22 +44,8 @@ private slots:
     void init();
     void cleanup();
 
-    void peerOnTheSubnetOfAnInterfaceYieldsIt();
-    void subnetEndsWithItsBroadcastAddress_data();
-    void subnetEndsWithItsBroadcastAddress();
-    void subnetWinsOverTheRoute();
-    void secondAddressOfAnInterfaceCounts();
-    void firstOfTwoFittingSubnetsWins();
-    void peerBehindARouterYieldsTheInterfaceOfTheSourceAddress();
-    void withoutARouteTheFirstInterfaceThatIsNotLoopbackIsChosen();
-    void withoutARouteLoopbackAloneIsNotChosen();
-    void netmaskOfZeroMatchesEveryPeer();
-    void netmaskOfZeroWinsOnlyIfItComesFirst();
-    void interfaceThatIsDownIsNeverChosen();
-    void interfaceWithoutAddressIsNeverChosen();
-    void interfaceWithIpv6AloneIsNeverChosen();
-    void withNothingUpTheBufferIsLeftAlone();
-    void loopbackPeerYieldsLoopback();
+    void interfaceIsChosen_data();
+    void interfaceIsChosen();
     void ownAddressesAreThoseOfAllInterfaces();
     void descriptorsAreClosed();
 
@@ -72,6 +59,8 @@ void InterfaceQueriesTest::init()
 {
     QVERIFY(ip("link add name eth0 address 02:00:5e:10:00:01 type veth peer name far0"));
     QVERIFY(ip("link add name aux0 type veth peer name far1"));
+    // The kernel lists them in this order.
+    QVERIFY(if_nametoindex("eth0") < if_nametoindex("aux0"));
     for (const char *name : {"eth0", "far0", "aux0", "far1"})
         QVERIFY(ip(QByteArray("link set ").append(name).append(" up").constData()));
 }
@@ -79,162 +68,91 @@ void InterfaceQueriesTest::init()
 void InterfaceQueriesTest::cleanup()
 {
     QVERIFY(ip("link set lo down"));
+    QVERIFY(ip("addr flush dev lo scope global"));
     for (const char *name : {"eth0", "aux0"}) {
         if (if_nametoindex(name) != 0)
             QVERIFY(ip(QByteArray("link del ").append(name).constData()));
     }
 }
 
-void InterfaceQueriesTest::peerOnTheSubnetOfAnInterfaceYieldsIt()
+void InterfaceQueriesTest::interfaceIsChosen_data()
 {
-    QVERIFY(ip("addr add 10.1.0.1/16 dev eth0"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    QCOMPARE(interfaceFor("10.1.200.3"), QByteArray("eth0"));
-    QCOMPARE(interfaceFor("192.168.7.9"), QByteArray("aux0"));
-    QCOMPARE(interfaceFor("192.168.7.1"), QByteArray("aux0"));
-}
-
-void InterfaceQueriesTest::subnetEndsWithItsBroadcastAddress_data()
-{
+    QTest::addColumn<QStringList>("situation"); // as commands of ip
     QTest::addColumn<QByteArray>("peer");
     QTest::addColumn<QByteArray>("interface");
-    QTest::newRow("below") << QByteArray("10.1.1.63") << QByteArray("eth0");
-    QTest::newRow("network address") << QByteArray("10.1.1.64") << QByteArray("aux0");
-    QTest::newRow("broadcast address") << QByteArray("10.1.1.127") << QByteArray("aux0");
-    QTest::newRow("above") << QByteArray("10.1.1.128") << QByteArray("eth0");
-    QTest::newRow("an octet away") << QByteArray("10.2.1.100") << QByteArray("eth0");
-    QTest::newRow("top bit set") << QByteArray("200.1.1.100") << QByteArray("eth0");
-}
+    const auto row = [](const char *name, const QStringList &situation, const char *peer,
+                        const char *interface) {
+        QTest::newRow(name) << situation << QByteArray(peer) << QByteArray(interface);
+    };
+    const QStringList wide = lines({"addr add 10.1.0.1/16 dev eth0", "addr add 192.168.7.1/24 dev aux0"});
+    row("subnet of the first", wide, "10.1.200.3", "eth0");
+    row("subnet of the second", wide, "192.168.7.9", "aux0");
+    row("own address", wide, "192.168.7.1", "aux0");
 
-void InterfaceQueriesTest::subnetEndsWithItsBroadcastAddress()
-{
-    QFETCH(QByteArray, peer);
-    QVERIFY(ip("addr add 172.16.0.1/30 dev eth0"));
-    QVERIFY(ip("addr add 10.1.1.100/26 dev aux0"));
-    QTEST(interfaceFor(peer.constData()), "interface");
-}
+    const QStringList narrow = lines({"addr add 172.16.0.1/30 dev eth0", "addr add 10.1.1.100/26 dev aux0"});
+    row("below the subnet", narrow, "10.1.1.63", "eth0");
+    row("network address", narrow, "10.1.1.64", "aux0");
+    row("broadcast address", narrow, "10.1.1.127", "aux0");
+    row("above the subnet", narrow, "10.1.1.128", "eth0");
+    row("an octet away", narrow, "10.2.1.100", "eth0");
+    row("top bit set", narrow, "200.1.1.100", "eth0");
 
-void InterfaceQueriesTest::subnetWinsOverTheRoute()
-{
-    QVERIFY(ip("addr add 172.16.0.1/24 dev eth0"));
-    QVERIFY(ip("addr add 10.1.0.1/16 dev aux0"));
     // The kernel itself would send from eth0.
-    QVERIFY(ip("route add 10.1.0.9/32 via 172.16.0.2 dev eth0 src 172.16.0.1"));
-    QCOMPARE(interfaceFor("10.1.0.9"), QByteArray("aux0"));
+    row("subnet against route",
+        lines({"addr add 172.16.0.1/24 dev eth0", "addr add 10.1.0.1/16 dev aux0",
+               "route add 10.1.0.9/32 via 172.16.0.2 dev eth0 src 172.16.0.1"}),
+        "10.1.0.9", "aux0");
+    row("second address of an interface",
+        lines({"addr add 172.16.0.1/24 dev eth0", "addr add 192.168.7.1/24 dev aux0",
+               "addr add 10.1.0.1/16 dev aux0"}),
+        "10.1.0.9", "aux0");
+    row("wider subnet that comes first",
+        lines({"addr add 10.1.0.1/16 dev eth0", "addr add 10.1.1.1/24 dev aux0"}), "10.1.1.9", "eth0");
+
+    const QStringList routed =
+        lines({"addr add 172.16.0.1/24 dev eth0", "addr add 192.168.7.1/24 dev aux0",
+               "route add 10.0.0.0/8 via 192.168.7.254", "route add default via 172.16.0.254",
+               "route add 12.0.0.0/8 via 172.16.0.254 dev eth0 src 192.168.7.1"});
+    row("behind a router", routed, "10.5.5.5", "aux0");
+    row("by the default route", routed, "11.5.5.5", "eth0");
+    row("by the source address, not the way out", routed, "12.5.5.5", "aux0");
+
+    row("no route, the first but the loopback", QStringList(latin1("link set lo up")) + wide, "11.5.5.5",
+        "eth0");
+    row("no route, one without address", lines({"addr add 192.168.7.1/24 dev aux0"}), "10.1.0.9", "aux0");
+    row("no route, one with IPv6 alone",
+        lines({"-6 addr add fd00::1/64 dev eth0 nodad", "addr add 192.168.7.1/24 dev aux0"}), "10.1.0.9",
+        "aux0");
+    row("IPv6 alone", lines({"-6 addr add fd00::1/64 dev eth0 nodad"}), "10.1.0.9", "(untouched)");
+    row("loopback alone", lines({"link set lo up"}), "10.5.5.5", "(untouched)");
+    row("loopback with an address of its own", lines({"link set lo up", "addr add 10.77.0.1/32 dev lo"}),
+        "10.5.5.5", "lo");
+    row("peer on the loopback", QStringList(latin1("link set lo up")) + wide, "127.0.0.1", "lo");
+
+    const QStringList zeroFirst =
+        lines({"addr add 172.16.0.1/0 dev eth0", "addr add 192.168.7.1/24 dev aux0"});
+    row("netmask of zero", zeroFirst, "10.5.5.5", "eth0");
+    row("netmask of zero, last peer", zeroFirst, "255.255.255.255", "eth0");
+    row("netmask of zero, no peer", zeroFirst, "0.0.0.0", "eth0");
+    row("netmask of zero that comes first", zeroFirst, "192.168.7.9", "eth0");
+    const QStringList zeroLater =
+        lines({"addr add 172.16.0.1/0 dev aux0", "addr add 192.168.7.1/24 dev eth0"});
+    row("netmask of zero that comes later", zeroLater, "192.168.7.9", "eth0");
+    row("netmask of zero that comes later, alone", zeroLater, "192.168.8.9", "aux0");
+
+    row("the right one is down", wide + QStringList(latin1("link set eth0 down")), "10.1.0.9", "aux0");
+    const QStringList down = wide + lines({"link set eth0 down", "link set aux0 down"});
+    row("all down", down, "10.1.0.9", "(untouched)");
+    row("all down, peer on the loopback", down, "127.0.0.1", "(untouched)");
 }
 
-void InterfaceQueriesTest::secondAddressOfAnInterfaceCounts()
+void InterfaceQueriesTest::interfaceIsChosen()
 {
-    QVERIFY(ip("addr add 172.16.0.1/24 dev eth0"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    QVERIFY(ip("addr add 10.1.0.1/16 dev aux0"));
-    QCOMPARE(interfaceFor("10.1.0.9"), QByteArray("aux0"));
-}
-
-void InterfaceQueriesTest::firstOfTwoFittingSubnetsWins()
-{
-    // aux0 has the narrower subnet, but comes later in the kernel's list.
-    QVERIFY(ip("addr add 10.1.0.1/16 dev eth0"));
-    QVERIFY(ip("addr add 10.1.1.1/24 dev aux0"));
-    const bool ethFirst = if_nametoindex("eth0") < if_nametoindex("aux0");
-    QCOMPARE(interfaceFor("10.1.1.9"), QByteArray(ethFirst ? "eth0" : "aux0"));
-}
-
-void InterfaceQueriesTest::peerBehindARouterYieldsTheInterfaceOfTheSourceAddress()
-{
-    QVERIFY(ip("addr add 172.16.0.1/24 dev eth0"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    QVERIFY(ip("route add 10.0.0.0/8 via 192.168.7.254"));
-    QVERIFY(ip("route add default via 172.16.0.254"));
-    QCOMPARE(interfaceFor("10.5.5.5"), QByteArray("aux0"));
-    QCOMPARE(interfaceFor("11.5.5.5"), QByteArray("eth0"));
-    // The source address decides, not the way out.
-    QVERIFY(ip("route add 12.0.0.0/8 via 172.16.0.254 dev eth0 src 192.168.7.1"));
-    QCOMPARE(interfaceFor("12.5.5.5"), QByteArray("aux0"));
-}
-
-void InterfaceQueriesTest::withoutARouteTheFirstInterfaceThatIsNotLoopbackIsChosen()
-{
-    QVERIFY(ip("link set lo up"));
-    QVERIFY(ip("addr add 172.16.0.1/24 dev eth0"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    const bool ethFirst = if_nametoindex("eth0") < if_nametoindex("aux0");
-    QCOMPARE(interfaceFor("10.5.5.5"), QByteArray(ethFirst ? "eth0" : "aux0"));
-    QVERIFY(ip("addr flush dev eth0"));
-    QCOMPARE(interfaceFor("10.5.5.5"), QByteArray("aux0"));
-}
-
-void InterfaceQueriesTest::withoutARouteLoopbackAloneIsNotChosen()
-{
-    QVERIFY(ip("link set lo up"));
-    QCOMPARE(interfaceFor("10.5.5.5"), QByteArray("(untouched)"));
-    // Only for its usual address.
-    QVERIFY(ip("addr add 10.77.0.1/32 dev lo"));
-    QCOMPARE(interfaceFor("10.5.5.5"), QByteArray("lo"));
-    QVERIFY(ip("addr del 10.77.0.1/32 dev lo"));
-}
-
-void InterfaceQueriesTest::netmaskOfZeroMatchesEveryPeer()
-{
-    QVERIFY(ip("addr add 172.16.0.1/0 dev eth0"));
-    QCOMPARE(interfaceFor("10.5.5.5"), QByteArray("eth0"));
-    QCOMPARE(interfaceFor("255.255.255.255"), QByteArray("eth0"));
-    QCOMPARE(interfaceFor("0.0.0.0"), QByteArray("eth0"));
-}
-
-void InterfaceQueriesTest::netmaskOfZeroWinsOnlyIfItComesFirst()
-{
-    const bool ethFirst = if_nametoindex("eth0") < if_nametoindex("aux0");
-    QVERIFY(ip("addr add 172.16.0.1/0 dev eth0"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    QCOMPARE(interfaceFor("192.168.7.9"), QByteArray(ethFirst ? "eth0" : "aux0"));
-    QCOMPARE(interfaceFor("192.168.8.9"), QByteArray("eth0"));
-
-    QVERIFY(ip("addr flush dev eth0"));
-    QVERIFY(ip("addr flush dev aux0"));
-    QVERIFY(ip("addr add 172.16.0.1/0 dev aux0"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev eth0"));
-    QCOMPARE(interfaceFor("192.168.7.9"), QByteArray(ethFirst ? "eth0" : "aux0"));
-    QCOMPARE(interfaceFor("192.168.8.9"), QByteArray("aux0"));
-}
-
-void InterfaceQueriesTest::interfaceThatIsDownIsNeverChosen()
-{
-    QVERIFY(ip("addr add 10.1.0.1/16 dev eth0"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    QVERIFY(ip("link set eth0 down"));
-    QCOMPARE(interfaceFor("10.1.0.9"), QByteArray("aux0"));
-    QVERIFY(ip("link set aux0 down"));
-    QCOMPARE(interfaceFor("10.1.0.9"), QByteArray("(untouched)"));
-}
-
-void InterfaceQueriesTest::interfaceWithoutAddressIsNeverChosen()
-{
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    QCOMPARE(interfaceFor("10.1.0.9"), QByteArray("aux0"));
-}
-
-void InterfaceQueriesTest::interfaceWithIpv6AloneIsNeverChosen()
-{
-    QVERIFY(ip("-6 addr add fd00::1/64 dev eth0 nodad"));
-    QCOMPARE(interfaceFor("10.1.0.9"), QByteArray("(untouched)"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    QCOMPARE(interfaceFor("10.1.0.9"), QByteArray("aux0"));
-}
-
-void InterfaceQueriesTest::withNothingUpTheBufferIsLeftAlone()
-{
-    for (const char *name : {"eth0", "aux0", "far0", "far1"})
-        QVERIFY(ip(QByteArray("link set ").append(name).append(" down").constData()));
-    QCOMPARE(interfaceFor("10.1.0.9"), QByteArray("(untouched)"));
-    QCOMPARE(interfaceFor("127.0.0.1"), QByteArray("(untouched)"));
-}
-
-void InterfaceQueriesTest::loopbackPeerYieldsLoopback()
-{
-    QVERIFY(ip("link set lo up"));
-    QVERIFY(ip("addr add 192.168.7.1/24 dev aux0"));
-    QCOMPARE(interfaceFor("127.0.0.1"), QByteArray("lo"));
+    QFETCH(QStringList, situation);
+    QFETCH(QByteArray, peer);
+    for (const QString &command : situation)
+        QVERIFY(ip(qPrintable(command)));
+    QTEST(interfaceFor(peer.constData()), "interface");
 }
 
 void InterfaceQueriesTest::ownAddressesAreThoseOfAllInterfaces()

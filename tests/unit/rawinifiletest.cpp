@@ -1,7 +1,13 @@
 #include "rawinifile.h"
 
-#include <QBuffer>
-#include <QtTest>
+#include "support/texts.h"
+
+#include <QtCore/QBuffer>
+#include <QtCore/QFile>
+#include <QtCore/QMap>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QtTest>
 
 #include <random>
 
@@ -18,8 +24,7 @@ private slots:
     void lastEntryWithinTheFirstMebibyteIsRead();
     void keysDoNotGrowBeyondMeasure();
     void unreadableDeviceIsRefused();
-    void settingsReadTheFormat();
-    void settingsNeverWriteTheFile();
+    void settingsReadTheFormatAndNeverWriteTheFile();
 };
 
 namespace
@@ -81,7 +86,7 @@ void RawIniFileTest::fileGivesEntries_data()
     };
     // Keys are told in small letters.
     const auto one = [&row](const char *name, const char *file, const char *key, const char *value) {
-        row(name, file, {{QString::fromLatin1(key).toLower(), QString::fromLatin1(value)}});
+        row(name, file, {{latin1(key).toLower(), latin1(value)}});
     };
     one("usual spelling", "[Brand]\noptions\\devicename=501:A\n", "Brand/options/devicename", "501:A");
     one("slash in the key", "[Brand]\noptions/devicename=501:A\n", "Brand/options/devicename", "501:A");
@@ -187,7 +192,7 @@ void RawIniFileTest::anyTextIsReadAsQtReadsIt()
 void RawIniFileTest::whatQtWritesIsReadBack_data()
 {
     QTest::addColumn<QString>("name");
-    const auto row = [](const char *name) { QTest::newRow(name) << QString::fromLatin1(name); };
+    const auto row = [](const char *name) { QTest::newRow(name) << latin1(name); };
     row("Line 3 panel");
     row("");
     row("caf\xE9");
@@ -280,33 +285,21 @@ void RawIniFileTest::unreadableDeviceIsRefused()
     QVERIFY(entries.isEmpty());
 }
 
-void RawIniFileTest::settingsReadTheFormat()
+void RawIniFileTest::settingsReadTheFormatAndNeverWriteTheFile()
 {
     const QTemporaryDir folder;
-    QFile file(folder.filePath(QStringLiteral("machine.ini")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("[Brand]\noptions\\devicename=501:A, 502:caf\xE9\n");
-    file.close();
-    const QSettings settings(file.fileName(), rawIniFormat());
-    QCOMPARE(settings.value(QStringLiteral("brand/options/devicename")).toString(),
-             QString::fromLatin1("501:A, 502:caf\xE9"));
-}
-
-void RawIniFileTest::settingsNeverWriteTheFile()
-{
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("machine.ini"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("[Brand]\nx=1\n");
-    file.close();
+    const QString path = folder.filePath(latin1("machine.ini"));
+    const QByteArray content("[Brand]\nx=1, \xE9\n");
+    QVERIFY(writeFile(path, content));
     {
         QSettings settings(path, rawIniFormat());
-        settings.setValue(QStringLiteral("Brand/x"), QStringLiteral("2"));
+        QCOMPARE(settings.value(latin1("brand/x")).toString(), latin1("1, \xE9"));
+        settings.setValue(latin1("Brand/x"), latin1("2"));
         settings.sync();
     }
+    QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), QByteArray("[Brand]\nx=1\n"));
+    QCOMPARE(file.readAll(), content);
 }
 
 QTEST_GUILESS_MAIN(RawIniFileTest)
