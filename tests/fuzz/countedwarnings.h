@@ -3,8 +3,8 @@
 
 #include "fuzztarget.h"
 
-#include <QString>
-#include <QtGlobal>
+#include <QtCore/QString>
+#include <QtCore/QtGlobal>
 
 // While it lives, warnings are counted instead of printed, since most inputs cause some. One at a time.
 class CountedWarnings

@@ -13,7 +13,7 @@
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QTemporaryDir>
+#include <QtCore/QTemporaryDir>
 
 #include <algorithm>
 #include <array>

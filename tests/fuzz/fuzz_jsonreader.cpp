@@ -3,7 +3,7 @@
 #include "fuzztarget.h"
 #include "jsonoutcome.h"
 
-#include <QByteArray>
+#include <QtCore/QByteArray>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -20,9 +20,9 @@
 #include "panel.h"
 #include "request.h"
 
-#include <QByteArray>
+#include <QtCore/QByteArray>
 #include <QJsonDocument>
-#include <QStringList>
+#include <QtCore/QStringList>
 
 #include <algorithm>
 #include <cstring>

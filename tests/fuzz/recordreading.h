@@ -7,8 +7,8 @@
 
 #include <json/elements.h>
 
-#include <QByteArray>
-#include <QString>
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
 
 #include <cstddef>
 #include <cstdint>

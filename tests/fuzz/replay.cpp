@@ -2,9 +2,9 @@
 
 #include "fuzztarget.h"
 
-#include <QByteArray>
-#include <QDir>
-#include <QFile>
+#include <QtCore/QByteArray>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
 
 #include <memory>
 

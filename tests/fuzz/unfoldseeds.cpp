@@ -6,9 +6,9 @@
 
 #include "json/jsontext.h"
 
-#include <QByteArray>
-#include <QDir>
-#include <QFile>
+#include <QtCore/QByteArray>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 

@@ -1,16 +1,17 @@
 #include "hwsdlink.h"
 
-#include "support/fakebus.h"
-#include "support/messagecatcher.h"
-#include "support/testbuses.h"
-
 #include "hwsdinterface.h"
 #include "i2cseeprominterface.h"
 #include "networkmanagerinterface.h"
 #include "partitioninfointerface.h"
+#include "support/fakebus.h"
+#include "support/messagecatcher.h"
+#include "support/panel.h"
+#include "support/testbuses.h"
+#include "support/texts.h"
 #include "systeminfointerface.h"
 
-#include <QtTest>
+#include <QtTest/QtTest>
 
 #include <memory>
 
@@ -21,30 +22,16 @@ TestBuses *buses = nullptr;
 
 const char NoSystemBus[] = "Failed connecting to DBUS system bus -> try HWSD on session bus";
 const char NoSessionBus[] = "Failed connecting to DBUS session bus -> trying loading HWSD plugin";
-// The text in quotes is the bus's own.
-const char Retry1[] =
-    "Error reaching dbus service:  \"The name com.zelt.HWSD was not provided by any .service "
-    "files\"  -> retry # 1";
-const char Retry2[] =
-    "Error reaching dbus service:  \"The name com.zelt.HWSD was not provided by any .service "
-    "files\"  -> retry # 2";
-const char Retry3[] =
-    "Error reaching dbus service:  \"The name com.zelt.HWSD was not provided by any .service "
-    "files\"  -> retry # 3";
-const char FallingBack[] = "Error reaching dbus service:  \"The name com.zelt.HWSD was not provided by any "
-                           ".service files\"  -> try falling back to HWSD session bus";
-const char RunsInSessionBus[] = "HWSD running in session bus!  \"\"";
-const char NoService[] =
-    "No HWSD service running !? \"The name com.zelt.HWSD was not provided by any .service files\"";
+// The bus's own words.
+const QString Absent = latin1("\"The name com.zelt.HWSD was not provided by any .service files\"");
+// Three attempts on the first bus, and one more on the session bus.
+const QString Failed = latin1("Error reaching dbus service:  ") + Absent;
+const QStringList Searching = {Failed + latin1("  -> retry # 1"), Failed + latin1("  -> retry # 2"),
+                               Failed + latin1("  -> retry # 3"),
+                               Failed + latin1("  -> try falling back to HWSD session bus")};
+const QStringList RunsInSessionBus = lines({"HWSD running in session bus!  \"\""});
+const QStringList NoService = {latin1("No HWSD service running !? ") + Absent};
 const char Waiting[] = "Waiting for all HWSD services up and running...";
-
-QStringList lines(std::initializer_list<const char *> texts)
-{
-    QStringList list;
-    for (const char *text : texts)
-        list.append(QString::fromLatin1(text));
-    return list;
-}
 
 // The names of the link's usable proxies.
 QStringList validProxies(const HwsdLink &link)
@@ -139,7 +126,7 @@ void HwsdLinkTest::systemBusIsPreferred()
     const std::unique_ptr<HwsdLink> link = open();
     QVERIFY(link);
     link->root->restartSystem();
-    QCOMPARE(buses->service().waitForCalls(1), lines({"/ com.zelt.HWSD.restartSystem()"}));
+    QCOMPARE(buses->service().waitForCalls(1), lines({RestartCall}));
     QCOMPARE(other.takeCalls(), QStringList());
 }
 
@@ -165,7 +152,7 @@ void HwsdLinkTest::serviceOnTheSessionBusAloneIsFoundAfterThreeAttempts()
 {
     QVERIFY(buses->startSystemBus() && buses->startSessionBus() && buses->startServiceOnSessionBus());
     const std::unique_ptr<HwsdLink> link = open();
-    QCOMPARE(m_warnings, lines({Retry1, Retry2, Retry3, FallingBack, RunsInSessionBus}));
+    QCOMPARE(m_warnings, Searching + RunsInSessionBus);
     QVERIFY(link);
     QCOMPARE(validProxies(*link), AllProxies);
     link->networkManager->getConfigJSON();
@@ -177,7 +164,7 @@ void HwsdLinkTest::serviceOnNeitherBusLeavesNoLink()
     QVERIFY(buses->startSystemBus() && buses->startSessionBus());
     for (int attempt = 0; attempt < 2; ++attempt) {
         const std::unique_ptr<HwsdLink> link = open();
-        QCOMPARE(m_warnings, lines({Retry1, Retry2, Retry3, FallingBack, NoService}));
+        QCOMPARE(m_warnings, Searching + NoService);
         QVERIFY(!link);
     }
 }
@@ -186,7 +173,7 @@ void HwsdLinkTest::serviceOnTheOnlySessionBusIsMissed()
 {
     QVERIFY(buses->startSessionBus());
     const std::unique_ptr<HwsdLink> link = open();
-    QCOMPARE(m_warnings, lines({NoSystemBus, Retry1, Retry2, Retry3, FallingBack, NoService}));
+    QCOMPARE(m_warnings, lines({NoSystemBus}) + Searching + NoService);
     QVERIFY(!link);
 }
 
@@ -195,7 +182,7 @@ void HwsdLinkTest::systemBusIsKeptWithoutASessionBus()
     QVERIFY(buses->startSystemBus());
     const std::unique_ptr<HwsdLink> link = open();
     QVERIFY2(takeObjectWarnings(m_warnings), qPrintable(m_warnings.join(QLatin1Char('\n'))));
-    QCOMPARE(m_warnings, lines({Retry1, Retry2, Retry3, FallingBack}));
+    QCOMPARE(m_warnings, Searching);
     QVERIFY(link);
     QVERIFY(link->bus->isConnected());
     QVERIFY(!link->root);
@@ -211,7 +198,7 @@ void HwsdLinkTest::busThatComesUpLaterIsFound()
     QVERIFY(!open());
     QVERIFY(buses->startSessionBus());
     QVERIFY(!open());
-    QCOMPARE(m_warnings.value(0), QString::fromLatin1(NoSystemBus));
+    QCOMPARE(m_warnings.value(0), latin1(NoSystemBus));
     QVERIFY(buses->startPanel());
     const std::unique_ptr<HwsdLink> link = open();
     QCOMPARE(m_warnings, QStringList());

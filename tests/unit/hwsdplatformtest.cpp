@@ -2,9 +2,11 @@
 
 #include "support/fakebus.h"
 #include "support/messagecatcher.h"
+#include "support/panel.h"
 #include "support/testbuses.h"
+#include "support/texts.h"
 
-#include <QtTest>
+#include <QtTest/QtTest>
 
 #include <atomic>
 #include <cstring>
@@ -77,7 +79,7 @@ void HwsdPlatformTest::newFacadeKnowsNothing()
     QCOMPARE(platform.ipAddress(), 0u);
     QCOMPARE(platform.netmask(), 0u);
     QCOMPARE(platform.gateway(), 0u);
-    QCOMPARE(platform.ipAddressString(), QStringLiteral("0.0.0.0"));
+    QCOMPARE(platform.ipAddressString(), latin1("0.0.0.0"));
     QCOMPARE(macOf(platform), QByteArray("000000000000"));
 }
 
@@ -114,29 +116,22 @@ void HwsdPlatformTest::withoutABusEveryOperationFailsAndChangesNothing()
 
 void HwsdPlatformTest::everyOperationTriesToConnectAgain()
 {
-    const QStringList noBus = {
-        QStringLiteral("Failed connecting to DBUS system bus -> try HWSD on session bus"),
-        QStringLiteral("Failed connecting to DBUS session bus -> trying loading HWSD plugin")};
     HWSDPlatform &platform = *HWSDPlatform::instance();
+    const std::function<void()> operations[] = {
+        [&] { platform.refreshNetworkState(); }, [&] { platform.applyConfiguration(); },
+        [&] { platform.resetConfiguration(); },  [&] { platform.restartSystem(); },
+        [&] { platform.partitionVersion(); },    [&] { platform.systemInfoText(); }};
     MessageCatcher messages;
-    platform.refreshNetworkState();
-    QCOMPARE(messages.take(), noBus);
-    platform.applyConfiguration();
-    QCOMPARE(messages.take(), noBus);
-    platform.resetConfiguration();
-    QCOMPARE(messages.take(), noBus);
-    platform.restartSystem();
-    QCOMPARE(messages.take(), noBus);
-    platform.partitionVersion();
-    QCOMPARE(messages.take(), noBus);
-    platform.systemInfoText();
-    QCOMPARE(messages.take(), noBus);
-
+    for (const auto &operation : operations) {
+        operation();
+        QCOMPARE(messages.take(),
+                 lines({"Failed connecting to DBUS system bus -> try HWSD on session bus",
+                        "Failed connecting to DBUS session bus -> trying loading HWSD plugin"}));
+    }
     QVERIFY(buses->startPanel());
     QVERIFY(platform.restartSystem());
     QCOMPARE(messages.take(), QStringList());
-    QCOMPARE(buses->service().waitForCalls(1),
-             QStringList(QStringLiteral("/ com.zelt.HWSD.restartSystem()")));
+    QCOMPARE(buses->service().waitForCalls(1), lines({RestartCall}));
 }
 
 // The link stays the same when the service goes and comes back, and is of use again.
@@ -144,17 +139,16 @@ void HwsdPlatformTest::busIsLookedForOnceOnly()
 {
     QVERIFY(buses->startSystemBus() && buses->startServiceOnSystemBus());
     HWSDPlatform &platform = *HWSDPlatform::instance();
-    buses->service().answer(QStringLiteral("resetConfiguration"), {0});
+    buses->service().answer("resetConfiguration", {0});
     QVERIFY(platform.resetConfiguration());
     QVERIFY(buses->startServiceOnSystemBus()); // a new one; the old one is gone
-    buses->service().answer(QStringLiteral("resetConfiguration"), {0});
+    buses->service().answer("resetConfiguration", {0});
     BusMonitor monitor(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
     QVERIFY(monitor.start());
     MessageCatcher messages;
     QVERIFY(platform.resetConfiguration());
     QCOMPARE(messages.take(), QStringList());
-    QCOMPARE(monitor.stop(),
-             QStringList(QStringLiteral("/NetworkManager com.zelt.HWSD.NetworkManager.resetConfiguration")));
+    QCOMPARE(monitor.stop(), lines({"/NetworkManager com.zelt.HWSD.NetworkManager.resetConfiguration"}));
 }
 
 int main(int argc, char **argv)

@@ -1,6 +1,6 @@
 #include "inivalue.h"
 
-#include <QtTest>
+#include <QtTest/QtTest>
 
 class IniValueTest : public QObject
 {

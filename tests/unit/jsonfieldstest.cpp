@@ -4,7 +4,6 @@
 #include "dnsconfig.h"
 #include "networkinterfaceconfig.h"
 #include "networkmanagerconfig.h"
-
 #include "support/failingmemory.h"
 #include "support/recordreading.h"
 

@@ -1,6 +1,6 @@
 #include "modelcodes.h"
 
-#include <QtTest>
+#include <QtTest/QtTest>
 
 #include <limits>
 

@@ -1,6 +1,8 @@
 #include "mvdpdatagram.h"
 
-#include <QtTest>
+#include "support/identitybytes.h"
+
+#include <QtTest/QtTest>
 
 #include <cstring>
 
@@ -54,10 +56,8 @@ private slots:
     void numbersAreLittleEndian();
     void settersTouchOnlyTheirField();
     void identityReplyIsLiteral();
-    void identityLeavesTypeCommandAndTag();
     void fullDescriptionFillsItsBlockAndNoMore();
     void emptyIdentityIsZeroWhereNothingIsFixed();
-    void macAddressDiffersInEveryByte_data();
     void macAddressDiffersInEveryByte();
 };
 
@@ -167,37 +167,10 @@ void MvdpDatagramTest::settersTouchOnlyTheirField()
 void MvdpDatagramTest::identityReplyIsLiteral()
 {
     MvdpDatagram datagram = filledWith('\xEE');
-    setHeader(datagram, "5E130603 02 01 01");
-    datagram.setPacketType(MvdpPacketType::Reply);
+    // Type, command and tag stay as they came.
+    setHeader(datagram, "5E130603 02 03 05");
     datagram.setIdentity(exampleIdentity());
-    const QByteArray expected = QByteArray::fromHex("5E130603"     //   0 magic
-                                                    "04"           //   4 version
-                                                    "02"           //   5 type: reply
-                                                    "01"           //   6 command, as it came
-                                                    "EE"           //   7 tag, as it came
-                                                    "0100A8C0"     //   8 192.168.0.1
-                                                    "00FFFFFF"     //  12 255.255.255.0
-                                                    "FE00A8C0"     //  16 192.168.0.254
-                                                    "001A2B3C4D5E" //  20 MAC address
-                                                    "58020F278D01" //  26 fixed identity
-                                                    "0000"         //  32
-                                                    "0738EA01"     //  34 partition version, low byte first
-                                                    "0000"         //  38
-                                                    "00000200")    //  40 fixed bytes 40
-                                + "QM413-JD562" + QByteArray(53, '\0') //  44 description, 64 bytes
-                                + QByteArray(148, '\0');               // 108 zero to the end
-    QCOMPARE(expected.size(), 256);
-    QCOMPARE(bytesOf(datagram), expected);
-}
-
-void MvdpDatagramTest::identityLeavesTypeCommandAndTag()
-{
-    MvdpDatagram datagram = filledWith('\xEE');
-    datagram.data()[5] = 3;
-    datagram.data()[6] = 5;
-    datagram.data()[7] = 0xA7;
-    datagram.setIdentity(exampleIdentity());
-    QCOMPARE(bytesOf(datagram).mid(5, 3), QByteArray::fromHex("0305A7"));
+    QCOMPARE(bytesOf(datagram), identityBytes("03 05 EE"));
 }
 
 void MvdpDatagramTest::fullDescriptionFillsItsBlockAndNoMore()
@@ -220,25 +193,17 @@ void MvdpDatagramTest::emptyIdentityIsZeroWhereNothingIsFixed()
                                     QByteArray::fromHex("00000200") + QByteArray(212, '\0'));
 }
 
-void MvdpDatagramTest::macAddressDiffersInEveryByte_data()
-{
-    QTest::addColumn<int>("position");
-    QTest::addColumn<bool>("same");
-    for (int position = 0; position < 6; ++position)
-        QTest::addRow("byte %d", position) << position << false;
-    QTest::newRow("the byte after") << 6 << true;
-    QTest::newRow("the byte before") << -1 << true;
-}
-
 void MvdpDatagramTest::macAddressDiffersInEveryByte()
 {
-    QFETCH(int, position);
     const std::uint8_t mac[6] = {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E};
-    MvdpDatagram datagram;
-    datagram.setMacAddress(mac);
-    QVERIFY(datagram.hasMacAddress(mac));
-    datagram.data()[20 + position] ^= 0x80;
-    QTEST(datagram.hasMacAddress(mac), "same");
+    // From the byte before to the byte behind.
+    for (int position = -1; position <= 6; ++position) {
+        MvdpDatagram datagram;
+        datagram.setMacAddress(mac);
+        QVERIFY(datagram.hasMacAddress(mac));
+        datagram.data()[20 + position] ^= 0x80;
+        QCOMPARE(datagram.hasMacAddress(mac), position < 0 || position > 5);
+    }
 }
 
 QTEST_GUILESS_MAIN(MvdpDatagramTest)

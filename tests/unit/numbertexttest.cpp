@@ -1,6 +1,6 @@
 #include "numbertext.h"
 
-#include <QtTest>
+#include <QtTest/QtTest>
 
 class NumberTextTest : public QObject
 {

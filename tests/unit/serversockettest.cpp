@@ -1,14 +1,13 @@
 #include "serversocket.h"
 
 #include "mvdpdatagram.h"
-
 #include "support/messagecatcher.h"
 #include "support/namespaces.h"
+#include "support/texts.h"
 
-#include <QtTest>
-
-#include <cstring>
-#include <memory>
+#include <QtCore/QFile>
+#include <QtCore/QSysInfo>
+#include <QtTest/QtTest>
 
 #include <arpa/inet.h>
 #include <linux/if_packet.h>
@@ -16,6 +15,9 @@
 #include <net/if.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <cstring>
+#include <memory>
 
 // In a network namespace of the test's own: the loopback, and "eth0" at 10.1.0.1, a virtual cable.
 
@@ -123,7 +125,7 @@ QByteArray bytesOf(const MvdpDatagram &datagram)
 
 QByteArray contentOf(const char *path)
 {
-    QFile file(QString::fromLatin1(path));
+    QFile file(latin1(path));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
@@ -134,12 +136,10 @@ class ServerSocketTest : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void init() { m_socket.reset(new ServerSocket); }
+    void init();
     void cleanup() { m_socket.reset(); }
 
-    void listensOnItsPortOfAllAddresses();
-    void joinsTheGroup();
-    void setUpIsSilent();
+    void listensOnItsPortAndInTheGroupUntilItGoes();
     void portIsNotShared();
     void shortDatagramLeavesTheRestOfTheBuffer();
     void longDatagramIsCut();
@@ -150,45 +150,51 @@ private slots:
     void sentToTheGroupItCrossesSixteenRouters();
     void sentToTheGroupItIsHeardHere();
     void broadcastIsRefused();
-    void portIsFreeAfterwards();
 
 private:
+    // Sends to the socket and lets it receive into the buffer.
+    bool receive(const QByteArray &bytes, const char *destination = "127.0.0.1");
+
     std::unique_ptr<ServerSocket> m_socket;
+    Tool m_tool;
+    MvdpDatagram m_buffer; // full of EE at first
+    sockaddr_in m_sender;
 };
 
 void ServerSocketTest::initTestCase()
 {
-    const char *const commands[] = {"link set lo up",
-                                    "link add name eth0 type veth peer name far0",
-                                    "link set far0 up",
-                                    "link set eth0 up",
-                                    "addr add 10.1.0.1/16 dev eth0",
-                                    "route add default dev eth0"};
-    for (const char *command : commands)
-        QVERIFY(runProgram(QStringLiteral("ip"), QString::fromLatin1(command).split(QLatin1Char(' '))));
+    for (const char *command :
+         {"link set lo up", "link add name eth0 type veth peer name far0", "link set far0 up",
+          "link set eth0 up", "addr add 10.1.0.1/16 dev eth0", "route add default dev eth0"})
+        QVERIFY(runProgram(latin1("ip"), latin1(command).split(QLatin1Char(' '))));
 }
 
-void ServerSocketTest::listensOnItsPortOfAllAddresses()
+void ServerSocketTest::init()
 {
-    const QByteArray table = contentOf("/proc/net/udp");
-    QVERIFY2(table.contains(": 00000000:E4B9 00000000:0000"), table.constData());
+    m_socket.reset(new ServerSocket);
+    std::memset(m_buffer.data(), 0xEE, 256);
+    std::memset(&m_sender, 0, sizeof m_sender);
 }
 
-void ServerSocketTest::joinsTheGroup()
+bool ServerSocketTest::receive(const QByteArray &bytes, const char *destination)
 {
-    // 224.0.5.128, as the kernel prints it on a little-endian machine
-    const QByteArray group = QSysInfo::ByteOrder == QSysInfo::LittleEndian ? "800500E0" : "E0000580";
-    QVERIFY2(contentOf("/proc/net/igmp").contains(group), contentOf("/proc/net/igmp").constData());
-    m_socket.reset();
-    QVERIFY(!contentOf("/proc/net/igmp").contains(group));
+    return m_tool.send(bytes, destination) && m_socket->receive(m_buffer, m_sender);
 }
 
-void ServerSocketTest::setUpIsSilent()
+void ServerSocketTest::listensOnItsPortAndInTheGroupUntilItGoes()
 {
     m_socket.reset();
     MessageCatcher messages;
     m_socket.reset(new ServerSocket);
     QCOMPARE(messages.take(), QStringList());
+    // Port 58553 of all addresses, and 224.0.5.128 as the kernel prints it on a little-endian machine.
+    const QByteArray port = ": 00000000:E4B9 00000000:0000";
+    const QByteArray group = QSysInfo::ByteOrder == QSysInfo::LittleEndian ? "800500E0" : "E0000580";
+    QVERIFY2(contentOf("/proc/net/udp").contains(port), contentOf("/proc/net/udp").constData());
+    QVERIFY2(contentOf("/proc/net/igmp").contains(group), contentOf("/proc/net/igmp").constData());
+    m_socket.reset();
+    QVERIFY(!contentOf("/proc/net/udp").contains(port));
+    QVERIFY(!contentOf("/proc/net/igmp").contains(group));
 }
 
 void ServerSocketTest::portIsNotShared()
@@ -203,89 +209,61 @@ void ServerSocketTest::portIsNotShared()
     // A second server does not fail either, but the first one gets the datagrams.
     MessageCatcher messages;
     const ServerSocket second;
-    const Tool tool;
-    QVERIFY(tool.send("x", "127.0.0.1"));
-    MvdpDatagram datagram;
-    sockaddr_in sender;
-    QVERIFY(m_socket->receive(datagram, sender));
+    QVERIFY(receive("x"));
 }
 
 void ServerSocketTest::shortDatagramLeavesTheRestOfTheBuffer()
 {
-    const Tool tool;
-    MvdpDatagram datagram;
-    std::memset(datagram.data(), 0xEE, 256);
-    sockaddr_in sender;
-    QVERIFY(tool.send("abc", "127.0.0.1"));
-    QVERIFY(m_socket->receive(datagram, sender));
-    QCOMPARE(bytesOf(datagram), "abc" + QByteArray(253, '\xEE'));
-    QVERIFY(tool.send("X", "127.0.0.1"));
-    QVERIFY(m_socket->receive(datagram, sender));
-    QCOMPARE(bytesOf(datagram), "Xbc" + QByteArray(253, '\xEE'));
+    QVERIFY(receive("abc"));
+    QCOMPARE(bytesOf(m_buffer), "abc" + QByteArray(253, '\xEE'));
+    QVERIFY(receive("X"));
+    QCOMPARE(bytesOf(m_buffer), "Xbc" + QByteArray(253, '\xEE'));
 }
 
 void ServerSocketTest::longDatagramIsCut()
 {
-    const Tool tool;
     struct {
         MvdpDatagram datagram;
         char behind[4] = {'s', 'a', 'f', 'e'};
     } buffer;
-    sockaddr_in sender;
     for (const int size : {256, 257, 1400, 60000}) {
-        QVERIFY(tool.send(QByteArray(size, 'l'), "127.0.0.1"));
-        QVERIFY(m_socket->receive(buffer.datagram, sender));
+        QVERIFY(m_tool.send(QByteArray(size, 'l'), "127.0.0.1"));
+        QVERIFY(m_socket->receive(buffer.datagram, m_sender));
         QCOMPARE(bytesOf(buffer.datagram), QByteArray(256, 'l'));
         QCOMPARE(QByteArray(buffer.behind, 4), QByteArray("safe"));
     }
     // The cut part is not taken for another datagram.
-    QVERIFY(tool.send("next", "127.0.0.1"));
-    QVERIFY(m_socket->receive(buffer.datagram, sender));
-    QCOMPARE(bytesOf(buffer.datagram).left(4), QByteArray("next"));
+    QVERIFY(receive("next"));
+    QCOMPARE(bytesOf(m_buffer).left(4), QByteArray("next"));
 }
 
 void ServerSocketTest::emptyDatagramIsNone()
 {
-    const Tool tool;
-    MvdpDatagram datagram;
-    std::memset(datagram.data(), 0xEE, 256);
-    sockaddr_in sender;
-    QVERIFY(tool.send("", "127.0.0.1"));
-    QVERIFY(!m_socket->receive(datagram, sender));
-    QCOMPARE(bytesOf(datagram), QByteArray(256, '\xEE'));
+    QVERIFY(!receive(""));
+    QCOMPARE(bytesOf(m_buffer), QByteArray(256, '\xEE'));
 }
 
 void ServerSocketTest::datagramToTheGroupIsReceived()
 {
-    const Tool tool;
-    MvdpDatagram datagram;
-    sockaddr_in sender;
-    QVERIFY(tool.send("to all", "224.0.5.128"));
-    QVERIFY(m_socket->receive(datagram, sender));
-    QCOMPARE(bytesOf(datagram).left(6), QByteArray("to all"));
+    QVERIFY(receive("to all", "224.0.5.128"));
+    QCOMPARE(bytesOf(m_buffer).left(6), QByteArray("to all"));
 }
 
 void ServerSocketTest::senderIsTold()
 {
-    const Tool tool;
-    MvdpDatagram datagram;
-    sockaddr_in sender;
-    std::memset(&sender, 0, sizeof sender);
-    QVERIFY(tool.send("x", "127.0.0.1"));
-    QVERIFY(m_socket->receive(datagram, sender));
-    QCOMPARE(ntohl(sender.sin_addr.s_addr), 0x7F000001u);
-    QCOMPARE(ntohs(sender.sin_port), tool.port());
-    QCOMPARE(int(sender.sin_family), AF_INET);
+    QVERIFY(receive("x"));
+    QCOMPARE(ntohl(m_sender.sin_addr.s_addr), 0x7F000001u);
+    QCOMPARE(ntohs(m_sender.sin_port), m_tool.port());
+    QCOMPARE(int(m_sender.sin_family), AF_INET);
 }
 
 void ServerSocketTest::wholeDatagramIsSent()
 {
-    const Tool tool;
     MvdpDatagram datagram;
     for (int i = 0; i < 256; ++i)
         datagram.data()[i] = static_cast<std::uint8_t>(i);
-    QVERIFY(m_socket->send(datagram, Tool::address("127.0.0.1", tool.port())));
-    QCOMPARE(tool.receive(), bytesOf(datagram));
+    QVERIFY(m_socket->send(datagram, Tool::address("127.0.0.1", m_tool.port())));
+    QCOMPARE(m_tool.receive(), bytesOf(datagram));
 }
 
 void ServerSocketTest::sentToTheGroupItCrossesSixteenRouters()
@@ -304,23 +282,14 @@ void ServerSocketTest::sentToTheGroupItCrossesSixteenRouters()
 // A tool on the panel itself is a member of the group too.
 void ServerSocketTest::sentToTheGroupItIsHeardHere()
 {
-    const Tool tool;
-    MvdpDatagram datagram;
-    std::memset(datagram.data(), 0xA5, 256);
-    QVERIFY(m_socket->send(datagram, Tool::address("224.0.5.128", tool.port())));
-    QCOMPARE(tool.receive(), bytesOf(datagram));
+    QVERIFY(m_socket->send(m_buffer, Tool::address("224.0.5.128", m_tool.port())));
+    QCOMPARE(m_tool.receive(), bytesOf(m_buffer));
 }
 
 // That is what sends replies to other subnets by the group.
 void ServerSocketTest::broadcastIsRefused()
 {
     QVERIFY(!m_socket->send(MvdpDatagram(), Tool::address("255.255.255.255", 40000)));
-}
-
-void ServerSocketTest::portIsFreeAfterwards()
-{
-    m_socket.reset();
-    QVERIFY(!contentOf("/proc/net/udp").contains(":E4B9 "));
 }
 
 int main(int argc, char **argv)

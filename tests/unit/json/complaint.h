@@ -1,11 +1,11 @@
 #ifndef COMPLAINT_H
 #define COMPLAINT_H
 
-#include <QByteArray>
-
 #include <json/elements.h>
 
-// What a json::Exception from the use says; "no exception" without one.
+#include <QtCore/QByteArray>
+
+/** What a json::Exception from the use says; "no exception" without one. */
 template <typename Use>
 QByteArray complaint(Use use)
 {

@@ -1,17 +1,15 @@
 #ifndef JSONTEXT_H
 #define JSONTEXT_H
 
-#include <QByteArray>
-#include <QFile>
-#include <QIODevice>
-#include <QList>
-#include <QString>
-
-#include <json/reader.h>
-#include <json/writer.h>
-
+#include <QtCore/QIODevice>
+#include <QtCore/QString>
+#include <QtCore/QByteArray>
+#include <QtCore/QFile>
+#include <QtCore/QList>
 #include <cstddef>
 #include <istream>
+#include <json/reader.h>
+#include <json/writer.h>
 #include <sstream>
 #include <string>
 

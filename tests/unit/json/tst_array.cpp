@@ -1,10 +1,10 @@
 // What inserting and erasing does to the other elements of an Array, and to an Array that gets no memory.
 
-#include <QByteArray>
-#include <QTest>
-
 #include "support/failingmemory.h"
 #include "json/jsontext.h"
+
+#include <QtCore/QByteArray>
+#include <QtTest/QTest>
 
 #include <cstddef>
 #include <deque>

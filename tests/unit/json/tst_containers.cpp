@@ -1,9 +1,8 @@
-#include <QByteArray>
-#include <QTest>
-
 #include "json/complaint.h"
-
 #include <json/elements.h>
+
+#include <QtCore/QByteArray>
+#include <QtTest/QTest>
 
 #include <string>
 #include <utility>

@@ -3,8 +3,8 @@
 
 #include "json/headers.h"
 
-#include <QByteArray>
-#include <QTest>
+#include <QtCore/QByteArray>
+#include <QtTest/QTest>
 
 class TestHeaders : public QObject
 {

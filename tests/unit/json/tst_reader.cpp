@@ -1,8 +1,8 @@
-#include <QByteArray>
-#include <QTest>
-
 #include "json/drippingbuffer.h"
 #include "json/jsontext.h"
+
+#include <QtCore/QByteArray>
+#include <QtTest/QTest>
 
 #include <cstddef>
 #include <sstream>

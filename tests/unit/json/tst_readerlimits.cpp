@@ -1,12 +1,12 @@
 // Documents meant to hurt. Time is not measured here: what would take quadratic time is found by the
 // memory it asks for, or by this test's time limit.
 
-#include <QByteArray>
-#include <QTest>
-#include <QThread>
-
 #include "json/countedmemory.h"
 #include "json/jsontext.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QThread>
+#include <QtTest/QTest>
 
 #include <string>
 

@@ -1,9 +1,9 @@
 // What the Reader makes of number tokens.
 
-#include <QByteArray>
-#include <QTest>
-
 #include "json/jsontext.h"
+
+#include <QtCore/QByteArray>
+#include <QtTest/QTest>
 
 #include <cmath>
 

@@ -1,11 +1,15 @@
 // Where the interface leaves a trap open: what src/json does there.
 
-#include <QByteArray>
-#include <QTest>
-
+#include "json/complaint.h"
 #include "json/jsontext.h"
 
+#include <QtCore/QByteArray>
+#include <QtCore/QThread>
+#include <QtTest/QTest>
+
+#include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -21,8 +25,18 @@ using jsontext::written;
 namespace
 {
 
-// Far deeper than any thread's stack allows for recursion.
-const int Deep = 200000;
+// Deeper than the stack below allows for recursion.
+const int Deep = 10000;
+
+// Runs the test on a stack that has less than a call's room for each level of a deep tree.
+bool passesOnSmallStack(const std::function<bool()> &test)
+{
+    bool passed = false;
+    const std::unique_ptr<QThread> thread(QThread::create([&test, &passed] { passed = test(); }));
+    thread->setStackSize(256 * 1024);
+    thread->start();
+    return thread->wait() && passed;
+}
 
 UnknownElement deepArrays()
 {
@@ -70,8 +84,6 @@ class TestSafety : public QObject
 private slots:
     void objectTakesItsDescendant();
     void arrayTakesItsDescendant();
-    void objectMovesFromItsDescendant();
-    void arrayMovesFromItsDescendant();
     void memberTakesItsDescendant();
     void selfAssignmentKeepsReferences();
     void largestIndexIsRefused();
@@ -87,39 +99,31 @@ private slots:
 
 void TestSafety::objectTakesItsDescendant()
 {
-    Object object;
-    object["c"]["x"]["y"] = String("kept");
-    object["other"] = Number(1);
-    Object &child = object["c"];
-    object = child;
-    QCOMPARE(written(object), QByteArray("{\n\t\"x\" : {\n\t\t\"y\" : \"kept\"\n\t}\n}"));
+    for (const bool moving : {false, true}) {
+        Object object;
+        object["c"]["x"]["y"] = String("kept");
+        object["other"] = Number(1);
+        Object &child = object["c"];
+        if (moving)
+            object = std::move(child);
+        else
+            object = child;
+        QCOMPARE(written(object), QByteArray("{\n\t\"x\" : {\n\t\t\"y\" : \"kept\"\n\t}\n}"));
+    }
 }
 
 void TestSafety::arrayTakesItsDescendant()
 {
-    Array array;
-    array[1][0] = String("kept");
-    Array &child = array[1];
-    array = child;
-    QCOMPARE(written(array), QByteArray("[\n\t\"kept\"\n]"));
-}
-
-void TestSafety::objectMovesFromItsDescendant()
-{
-    Object object;
-    object["c"]["x"] = String("kept");
-    Object &child = object["c"];
-    object = std::move(child);
-    QCOMPARE(written(object), QByteArray("{\n\t\"x\" : \"kept\"\n}"));
-}
-
-void TestSafety::arrayMovesFromItsDescendant()
-{
-    Array array;
-    array[1][0] = String("kept");
-    Array &child = array[1];
-    array = std::move(child);
-    QCOMPARE(written(array), QByteArray("[\n\t\"kept\"\n]"));
+    for (const bool moving : {false, true}) {
+        Array array;
+        array[1][0] = String("kept");
+        Array &child = array[1];
+        if (moving)
+            array = std::move(child);
+        else
+            array = child;
+        QCOMPARE(written(array), QByteArray("[\n\t\"kept\"\n]"));
+    }
 }
 
 void TestSafety::memberTakesItsDescendant()
@@ -154,12 +158,7 @@ void TestSafety::largestIndexIsRefused()
     const std::size_t largest = std::numeric_limits<std::size_t>::max();
     Array array;
     array.Resize(2);
-    try {
-        array[largest];
-        QFAIL("no exception");
-    } catch (const json::Exception &error) {
-        QCOMPARE(error.what(), "Array out of bounds");
-    }
+    QCOMPARE(complaint([&] { array[largest]; }), QByteArray("Array out of bounds"));
     QCOMPARE(array.Size(), std::size_t(2));
 }
 
@@ -185,7 +184,6 @@ void TestSafety::literalTextIsAString()
     QVERIFY(UnknownElement(pointer) == String("y"));
     char array[] = "z";
     QVERIFY(UnknownElement(array) == String("z"));
-    QCOMPARE(written("x"), QByteArray("\"x\""));
 }
 
 void TestSafety::rangeForWalksContainers()
@@ -236,48 +234,44 @@ void TestSafety::deepTreesNeedNoStack_data()
 void TestSafety::deepTreesNeedNoStack()
 {
     QFETCH(bool, objects);
-    UnknownElement original = objects ? deepObjects() : deepArrays();
-    UnknownElement copy = original;
-    QVERIFY(copy == original);
-    copy = Null();
-    QVERIFY(!(copy == original));
-
-    // As a value of its own the outermost container is taken apart by its own destructor.
-    if (objects) {
-        Object container = original;
-        QVERIFY(UnknownElement(container) == original);
-    } else {
+    QVERIFY(passesOnSmallStack([objects] {
+        UnknownElement original = objects ? deepObjects() : deepArrays();
+        UnknownElement copy = original;
+        const bool same = copy == original;
+        copy = Null();
+        // As a value of its own the outermost container is taken apart by its own destructor.
+        if (objects) {
+            Object container = original;
+            return same && !(copy == original) && UnknownElement(container) == original;
+        }
         Array container = original;
-        QVERIFY(UnknownElement(container) == original);
-    }
+        return same && !(copy == original) && UnknownElement(container) == original;
+    }));
 }
 
 void TestSafety::deepTreesDifferAtTheirEnd()
 {
-    UnknownElement original = deepObjects();
-    UnknownElement copy = original;
-    UnknownElement *innermost = &copy;
-    for (int i = 0; i < Deep; ++i)
-        innermost = &(*innermost)["a"];
-    *innermost = Boolean(true);
-    QVERIFY(!(copy == original));
+    QVERIFY(passesOnSmallStack([] {
+        UnknownElement original = deepObjects();
+        UnknownElement copy = original;
+        UnknownElement *innermost = &copy;
+        for (int i = 0; i < Deep; ++i)
+            innermost = &(*innermost)["a"];
+        *innermost = Boolean(true);
+        return !(copy == original);
+    }));
 }
 
 void TestSafety::deepTreeIsWritten()
 {
-    // A stack of this many calls would already be too much; the tabs of more would only take time.
-    const int depth = 40000;
-    UnknownElement root;
-    UnknownElement *innermost = &root;
-    for (int i = 0; i < depth; ++i)
-        innermost = &(*innermost)[0];
-
-    CountingBuffer buffer;
-    std::ostream stream(&buffer);
-    json::Writer::Write(root, stream);
-    // Each level has a bracket, a line end and its tabs before and after what is in it.
-    const std::streamsize levels = depth;
-    QCOMPARE(buffer.count, 4 * levels + levels * levels + std::streamsize(4));
+    QVERIFY(passesOnSmallStack([] {
+        CountingBuffer buffer;
+        std::ostream stream(&buffer);
+        json::Writer::Write(deepArrays(), stream);
+        // Each level has a bracket, a line end and its tabs before and after what is in it.
+        const std::streamsize levels = Deep;
+        return buffer.count == 4 * levels + levels * levels + 4;
+    }));
 }
 
 QTEST_APPLESS_MAIN(TestSafety)

@@ -1,7 +1,8 @@
-#include <QByteArray>
-#include <QTest>
-
+#include "json/foreignlocale.h"
 #include "json/jsontext.h"
+
+#include <QtCore/QByteArray>
+#include <QtTest/QTest>
 
 #include <cfloat>
 #include <cmath>
@@ -40,14 +41,6 @@ static_assert(!IsWritable<std::nullptr_t>::value, "");
 static_assert(IsWritable<std::string>::value, "");
 static_assert(IsWritable<Object>::value, "");
 static_assert(IsWritable<Null>::value, "");
-
-class CommaForPoint : public std::numpunct<char>
-{
-protected:
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
 
 // A device that takes nothing.
 class FullBuffer : public std::streambuf

@@ -1,17 +1,17 @@
 #include "fakebus.h"
 
-#include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusServer>
-#include <QDBusVirtualObject>
-#include <QtDebug>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QtDebug>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusServer>
+#include <QtDBus/QDBusVirtualObject>
+
+#include <sys/prctl.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-
-#include <sys/prctl.h>
 
 class FakeBusObject : public QDBusVirtualObject
 {

@@ -1,9 +1,9 @@
 #ifndef FAKEBUS_H
 #define FAKEBUS_H
 
-#include <QByteArray>
-#include <QProcess>
-#include <QStringList>
+#include <QtCore/QByteArray>
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
 
 // A bus in which something is wrong: it takes connections and answers for every service, but nobody owns a
 // name there. A process of its own, because QtDBus serves all connections of a process with one thread. The

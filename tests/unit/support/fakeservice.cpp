@@ -1,10 +1,10 @@
 #include "fakeservice.h"
 
-#include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusVirtualObject>
-#include <QDeadlineTimer>
+#include <QtCore/QDeadlineTimer>
+#include <QtDBus/QDBusArgument>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusVirtualObject>
 
 namespace
 {
@@ -95,35 +95,30 @@ void FakeService::disconnect()
     delete m_object;
 }
 
-void FakeService::tell(const QString &method, Manner manner, const QList<QVariantList> &arguments)
+void FakeService::tell(const char *method, Manner manner, const QList<QVariantList> &arguments)
 {
     const QMutexLocker lock(&m_mutex);
-    Reply &reply = m_replies[method];
+    Reply &reply = m_replies[QLatin1String(method)];
     reply.manner = manner;
     reply.arguments = arguments;
 }
 
-void FakeService::answer(const QString &method, const QVariantList &arguments)
+void FakeService::answer(const char *method, const QVariantList &arguments)
 {
     tell(method, Manner::Answer, {arguments});
 }
 
-void FakeService::answerInTurn(const QString &method, const QList<QVariantList> &answers)
+void FakeService::answerInTurn(const char *method, const QList<QVariantList> &answers)
 {
     tell(method, Manner::Answer, answers);
 }
 
-void FakeService::refuse(const QString &method)
-{
-    tell(method, Manner::Refuse);
-}
-
-void FakeService::echo(const QString &method)
+void FakeService::echo(const char *method)
 {
     tell(method, Manner::Echo);
 }
 
-void FakeService::ignore(const QString &method)
+void FakeService::ignore(const char *method)
 {
     tell(method, Manner::Ignore);
 }
@@ -165,14 +160,14 @@ void FakeService::handle(const QDBusMessage &call, const QDBusConnection &connec
     }
     switch (reply.manner) {
     case Manner::Answer:
-        connection.send(call.createReply(reply.arguments.first()));
+        if (reply.arguments.first() == ErrorReply)
+            connection.send(
+                call.createErrorReply(QStringLiteral("com.zelt.HWSD.Error"), QStringLiteral("refused")));
+        else
+            connection.send(call.createReply(reply.arguments.first()));
         break;
     case Manner::Echo:
         connection.send(call.createReply(call.arguments()));
-        break;
-    case Manner::Refuse:
-        connection.send(
-            call.createErrorReply(QStringLiteral("com.zelt.HWSD.Error"), QStringLiteral("refused")));
         break;
     case Manner::Ignore:
         break;

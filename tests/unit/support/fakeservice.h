@@ -1,20 +1,23 @@
 #ifndef FAKESERVICE_H
 #define FAKESERVICE_H
 
-#include <QByteArray>
-#include <QHash>
-#include <QList>
-#include <QMutex>
-#include <QString>
-#include <QStringList>
-#include <QThread>
-#include <QVariant>
-#include <QVariantList>
-#include <QWaitCondition>
+#include <QtCore/QVariant>
+#include <QtCore/QByteArray>
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QMutex>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QThread>
+#include <QtCore/QVariantList>
+#include <QtCore/QWaitCondition>
 
 class FakeObject;
 class QDBusConnection;
 class QDBusMessage;
+
+// In place of an answer's arguments: the answer is an error. No variant on a bus is invalid.
+const QVariantList ErrorReply = {QVariant()};
 
 // A stand-in for the platform service on a bus: objects at all paths that answer by method name as told, and
 // keep a list of what they were asked. It lives in a thread of its own, as the code under test blocks in its
@@ -31,11 +34,10 @@ public:
     bool isOnBus() const { return m_hasName; }
 
     // Any thread. A method that was told nothing is answered by an error, as by a service without it.
-    void answer(const QString &method, const QVariantList &arguments);
-    void answerInTurn(const QString &method, const QList<QVariantList> &answers); // the last one from then on
-    void refuse(const QString &method);
-    void echo(const QString &method);   // answers with the call's own arguments
-    void ignore(const QString &method); // never answers
+    void answer(const char *method, const QVariantList &arguments);
+    void answerInTurn(const char *method, const QList<QVariantList> &answers); // the last one from then on
+    void echo(const char *method);   // answers with the call's own arguments
+    void ignore(const char *method); // never answers
 
     // The calls since the last time, oldest first, each as
     // "/NetworkManager com.zelt.HWSD.NetworkManager.getInterfaceConfig(s:eth0)"; without those that only wake
@@ -49,18 +51,17 @@ public:
 private:
     friend class FakeObject;
 
-    enum class Manner { Answer, Echo, Refuse, Ignore };
+    enum class Manner { Answer, Echo, Ignore };
     struct Reply {
-        Manner manner = Manner::Refuse;
-        QList<QVariantList> arguments; // of one answer after the other
+        Manner manner = Manner::Answer;
+        QList<QVariantList> arguments = {ErrorReply}; // of one answer after the other
     };
 
     // Both in the service's thread.
     void connectTo(const QByteArray &address);
     void disconnect();
 
-    void tell(const QString &method, Manner manner,
-              const QList<QVariantList> &arguments = QList<QVariantList>());
+    void tell(const char *method, Manner manner, const QList<QVariantList> &arguments = {});
     void handle(const QDBusMessage &call, const QDBusConnection &connection);
 
     QThread m_thread;

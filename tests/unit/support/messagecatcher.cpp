@@ -1,6 +1,6 @@
 #include "messagecatcher.h"
 
-#include <QMutexLocker>
+#include <QtCore/QMutexLocker>
 
 namespace
 {

@@ -1,10 +1,10 @@
 #ifndef MESSAGECATCHER_H
 #define MESSAGECATCHER_H
 
-#include <QMutex>
-#include <QString>
-#include <QStringList>
-#include <QtGlobal>
+#include <QtCore/QString>
+#include <QtCore/QMutex>
+#include <QtCore/QStringList>
+#include <QtCore/QtGlobal>
 
 // While it lives, warnings from any thread are kept in their order instead of being printed. One at a time.
 class MessageCatcher

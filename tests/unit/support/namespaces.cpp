@@ -1,18 +1,18 @@
 #include "namespaces.h"
 
-#include <QProcess>
-#include <QStringList>
-#include <QtDebug>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
+#include <QtCore/QtDebug>
 
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace
 {

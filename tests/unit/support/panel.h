@@ -3,9 +3,10 @@
 
 #include "fakeservice.h"
 
-#include <QString>
+#include <QtCore/QString>
 
-// A believable panel behind the fake service, and the calls in which it is asked what it is.
+// A believable panel behind the fake service, and the calls that it gets. Its identity reply is
+// identityBytes().
 //   eth0: 192.168.0.1 / 255.255.255.0, gateway 192.168.0.254, all three in force; configured otherwise
 //   MAC address 00:1A:2B:3C:4D:5E, partition version text "V01234567", model 506 ("QM413-JD562")
 void answerAsPanel(FakeService &service);
@@ -13,8 +14,11 @@ void answerAsPanel(FakeService &service);
 // The panel's record, for answers that come in turn.
 QString panelRecord();
 
-extern const char PanelVersionCall[];
-extern const char PanelRecordCall[];
-extern const char PanelModelCall[];
+extern const char VersionCall[];
+extern const char RecordCall[];
+extern const char CodeCall[];
+extern const char ApplyCall[];
+extern const char ResetCall[];
+extern const char RestartCall[];
 
 #endif // PANEL_H

@@ -1,8 +1,8 @@
 #include "privatebus.h"
 
-#include <QFile>
-#include <QStringList>
-#include <QtDebug>
+#include <QtCore/QFile>
+#include <QtCore/QStringList>
+#include <QtCore/QtDebug>
 
 PrivateBus::PrivateBus() = default;
 

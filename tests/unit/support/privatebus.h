@@ -1,9 +1,9 @@
 #ifndef PRIVATEBUS_H
 #define PRIVATEBUS_H
 
-#include <QByteArray>
-#include <QProcess>
-#include <QTemporaryDir>
+#include <QtCore/QByteArray>
+#include <QtCore/QProcess>
+#include <QtCore/QTemporaryDir>
 
 // A message bus of the test's own, a dbus-daemon that ends with this object. It can be stopped and started
 // again at the same address.

@@ -1,14 +1,14 @@
 #include "formtext.h"
 
-#include <QApplication>
-#include <QBoxLayout>
-#include <QFont>
-#include <QFormLayout>
-#include <QGridLayout>
-#include <QLabel>
-#include <QMetaEnum>
-#include <QSpacerItem>
-#include <QWidget>
+#include <QtCore/QMetaEnum>
+#include <QtGui/QFont>
+#include <QtWidgets/QApplication>
+#include <QtWidgets/QBoxLayout>
+#include <QtWidgets/QFormLayout>
+#include <QtWidgets/QGridLayout>
+#include <QtWidgets/QLabel>
+#include <QtWidgets/QSpacerItem>
+#include <QtWidgets/QWidget>
 
 namespace
 {

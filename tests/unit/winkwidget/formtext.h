@@ -1,8 +1,8 @@
 #ifndef FORMTEXT_H
 #define FORMTEXT_H
 
-#include <QString>
-#include <QStringList>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
 
 class QLabel;
 class QLayout;

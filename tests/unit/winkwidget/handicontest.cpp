@@ -1,12 +1,12 @@
 // The hand of the notice, as it is compiled into the program.
 
-#include <QDir>
-#include <QFile>
-#include <QImage>
-#include <QPixmap>
-#include <QResource>
-#include <QtEndian>
-#include <QtTest>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QResource>
+#include <QtCore/QtEndian>
+#include <QtGui/QImage>
+#include <QtGui/QPixmap>
+#include <QtTest/QtTest>
 
 namespace
 {

@@ -5,6 +5,7 @@
 #include "privatexserver.h"
 #include "support/messagecatcher.h"
 #include "support/panel.h"
+#include "support/testbuses.h"
 #include "timerspy.h"
 
 #include <QtCore/QMetaMethod>

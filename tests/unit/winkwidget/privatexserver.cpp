@@ -1,7 +1,7 @@
 #include "privatexserver.h"
 
-#include <QStringList>
-#include <QtDebug>
+#include <QtCore/QStringList>
+#include <QtCore/QtDebug>
 
 PrivateXServer::~PrivateXServer()
 {

@@ -1,8 +1,8 @@
 #ifndef PRIVATEXSERVER_H
 #define PRIVATEXSERVER_H
 
-#include <QByteArray>
-#include <QProcess>
+#include <QtCore/QByteArray>
+#include <QtCore/QProcess>
 
 // An X display with a screen of the size asked for that nobody sees; it ends with this object.
 class PrivateXServer

@@ -169,8 +169,8 @@ std::unique_ptr<QWidget> TextFitTest::noticeOf(const QByteArray &description, co
 {
     // What a facade knows of its panel it keeps.
     delete HWSDPlatform::instance();
-    buses->service().answer(QStringLiteral("manufactureCode"), {NoModel});
-    buses->service().answer(QStringLiteral("readSlvAddr"), {0, QByteArray(description + '\0')});
+    buses->service().answer("manufactureCode", {NoModel});
+    buses->service().answer("readSlvAddr", {0, QByteArray(description + '\0')});
     return shownNotice(form);
 }
 
@@ -186,7 +186,7 @@ void TextFitTest::everyModelStandsWhole_data()
 void TextFitTest::everyModelStandsWhole()
 {
     QFETCH(int, code);
-    buses->service().answer(QStringLiteral("manufactureCode"), {bytesOfCode(code)});
+    buses->service().answer("manufactureCode", {bytesOfCode(code)});
     for (const char *font : Fonts) {
         QApplication::setFont(QFont(QString::fromLatin1(font)));
         for (const QString &form : {Landscape, Portrait}) {

@@ -1,8 +1,8 @@
 #include "timerspy.h"
 
-#include <QCoreApplication>
-#include <QEvent>
-#include <QtTest>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QEvent>
+#include <QtTest/QtTest>
 
 TimerSpy::TimerSpy()
     : m_count(0)

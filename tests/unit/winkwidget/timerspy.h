@@ -1,10 +1,10 @@
 #ifndef TIMERSPY_H
 #define TIMERSPY_H
 
-#include <QList>
-#include <QObject>
-#include <QPointer>
-#include <QTimer>
+#include <QtCore/QList>
+#include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QTimer>
 
 class QEvent;
 
