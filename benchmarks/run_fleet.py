@@ -57,7 +57,8 @@ def measure(panels):
 
 def main(sizes):
     cores = len(os.sched_getaffinity(0))
-    print(f"{'panels':>6} {'last answer':>12} {'x floor':>8} {'complete':>9} {'mvdpctl discover':>17} {'memory each':>12}")
+    print(f"{'panels':>6} {'last answer':>12} {'x floor':>8} {'complete':>9} {'mvdpctl discover':>17} "
+          f"{'memory each':>12}")
     single = None
     for panels in sizes:
         last, complete, tool, memory = measure(panels)

@@ -92,7 +92,7 @@ class Fleet:
         return self.panels[number].sim.interface()["actual_ip_address"]
 
     def memory_kib(self):
-        """The memory of each panel's service (Pss: what is shared counts in equal parts), in the order of the panels."""
+        """The memory of each panel's service, in the order of the panels. Pss: what is shared counts in equal parts."""
         def pss(process):
             with open(f"/proc/{process.pid}/smaps_rollup", encoding="ascii") as rollup:
                 return next(int(line.split()[1]) for line in rollup if line.startswith("Pss:"))

@@ -16,7 +16,7 @@ def fixture_fleet():
 
 
 @pytest.mark.parametrize("run", [1, 2, 3])
-def test_discovery_finds_every_panel(fleet, run):  # pylint: disable=unused-argument
+def test_discovery_finds_every_panel(fleet, run):
     assert fleet.discover() == fleet.expected()
 
 

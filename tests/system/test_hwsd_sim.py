@@ -12,6 +12,7 @@ from hwsdclient import (  # noqa: F401: pytest finds the fixtures here
 from hwsdsim import SERVICE_NAME
 from waiting import PATIENCE
 
+
 # The twelve interfaces
 
 def test_the_catalogue_here_is_whole():

@@ -12,6 +12,7 @@ from hwsdclient import (  # noqa: F401: pytest finds the fixtures here
 from hwsdsim import run_program
 from netns import Namespace, join
 
+
 # The panel
 
 def test_defaults_are_a_believable_panel(sim, client):

@@ -13,6 +13,7 @@ from hwsdsim import SERVICE_NAME, program_path, run_program
 from privatebus import PrivateBus
 from waiting import PATIENCE, wait_for
 
+
 # Restart, disappearance, the bus
 
 def test_restarts_are_counted(sim, client):

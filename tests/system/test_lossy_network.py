@@ -28,7 +28,7 @@ def fixture_fleet(wires):
 
 
 @pytest.mark.parametrize("run", [1, 2])
-def test_discovery_is_complete(fleet, wires, run):  # pylint: disable=unused-argument
+def test_discovery_is_complete(fleet, wires, run):
     lost, doubled = wires[0].lost, wires[0].doubled
     assert fleet.discover("--rounds", "24") == fleet.expected()
     assert wires[0].lost > lost and wires[0].doubled > doubled

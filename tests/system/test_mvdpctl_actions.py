@@ -10,9 +10,9 @@ import fakepanel
 import mvdp
 from fakepanel import FakePanel, Identity
 from mvdp import Command
-from mvdpctlrun import (  # pylint: disable=unused-import
-    fixture_fake, fixture_mvdpctl, fixture_wire, Result, Terminal, program, DONE, FAR_ADDRESS, HASTY, HEADINGS, LINE, MAC,
-    MAC2, NOBODY, NO_ANSWER, NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT, REFUSED,
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
+    fixture_fake, fixture_mvdpctl, fixture_wire, Result, Terminal, program, DONE, FAR_ADDRESS, HASTY, HEADINGS, LINE,
+    MAC, MAC2, NOBODY, NO_ANSWER, NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, PATIENT, REFUSED,
     SEARCHING, TOOL_ADDRESS, TROUBLE, USAGE)
 from netns import Namespace, join
 from waiting import PATIENCE, wait_for

@@ -5,7 +5,7 @@ import pytest
 import mvdp
 from fakepanel import Identity
 from mvdp import Command
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_mvdpctl, fixture_wire, Terminal, DONE, HASTY, MAC, MAC2, MAC3, NOBODY, NO_ANSWER, NO_MAC,
     OTHER_ADDRESS, PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, SEARCHING, USAGE)
 
@@ -173,7 +173,7 @@ def only_searched(fake):
 @pytest.mark.parametrize("target", ["QM", PANEL_ADDRESS])
 def test_ambiguous_name_lists_the_candidates(fake, mvdpctl, words, target):
     fake.panels = [Identity(), Identity(mac=MAC2), Identity(mac=MAC3, address="192.168.10.8", description=b"x",
-                                                           source=OTHER_ADDRESS)]
+                                                            source=OTHER_ADDRESS)]
     result = mvdpctl(*words, target, *SEARCHING)
     assert (result.code, result.out) == (USAGE, "")
     assert f"'{target}' fits 2 panels" in result.err

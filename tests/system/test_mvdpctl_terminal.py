@@ -3,7 +3,7 @@
 import pytest
 
 from fakepanel import Identity
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_wire, Terminal, DONE, FAR_ADDRESS, MAC, MAC2, MAC3, OTHER_ADDRESS, PANEL_ADDRESS, SEARCHING)
 
 # The longest that there can be in each column.

@@ -9,12 +9,13 @@ import pytest
 
 import mvdp
 from fakepanel import Identity
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_wire, process_state, program, Terminal, Watch, DONE, MAC, MAC2, OTHER_ADDRESS,
     PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, TROUBLE)
 from waiting import PATIENCE, wait_for
 
 TIME = r"\d\d\d\d-\d\d-\d\dT\d\d:\d\d:\d\d(Z|[+-]\d\d:\d\d)"
+
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
 def test_events_are_lines(wire, fake, number):
