@@ -1,4 +1,5 @@
 # Shared by the scripts beside it; sourced, not run.
+# shellcheck shell=bash
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -54,7 +55,7 @@ build_tree() {
     echo "Building in ${folder#"$root"/} (log: ${log#"$root"/})"
     if ! {
         configure_tree "$preset" "$folder" "${options[@]}" &&
-            flock "$root/build/lock" cmake --build "$folder" ${*:+--target "$@"}
+            flock "$root/build/lock" cmake --build "$folder" ${1+--target "$@"}
     } >"$log" 2>&1; then
         tail -n 50 "$log" >&2
         fail "the build failed"
