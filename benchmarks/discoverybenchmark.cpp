@@ -12,6 +12,11 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -19,11 +24,6 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <arpa/inet.h>
-#include <sys/socket.h>
-#include <systemd/sd-bus.h>
-#include <unistd.h>
 
 namespace
 {

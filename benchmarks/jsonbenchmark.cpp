@@ -8,7 +8,6 @@
 #include "allocationcount.h"
 #include "jsondocuments.h"
 #include "jsonlibraries.h"
-
 #include "networkinterfaceconfig.h"
 
 #include <benchmark/benchmark.h>

@@ -2,12 +2,12 @@
 
 #include <QtCore/QList>
 
-#include <cstddef>
-#include <cstring>
-
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <cstddef>
+#include <cstring>
 
 namespace
 {

@@ -1,7 +1,6 @@
 #include "hwsdlink.h"
 
 #include "busaddress.h"
-
 #include "hwsdinterface.h"
 #include "i2cseeprominterface.h"
 #include "networkmanagerinterface.h"

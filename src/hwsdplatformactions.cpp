@@ -1,9 +1,8 @@
 // The facade's actions on the device.
 
-#include "hwsdplatform.h"
-
 #include "hwsdinterface.h"
 #include "hwsdlink.h"
+#include "hwsdplatform.h"
 #include "networkmanagerinterface.h"
 
 #include <QtDBus/QDBusPendingReply>

@@ -1,9 +1,8 @@
 // The facade's identity operations: what panel this is.
 
-#include "hwsdplatform.h"
-
 #include "devicenames.h"
 #include "hwsdlink.h"
+#include "hwsdplatform.h"
 #include "hwsdtypes.h"
 #include "i2cseeprominterface.h"
 #include "modelcodes.h"

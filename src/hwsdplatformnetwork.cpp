@@ -1,8 +1,7 @@
 // The facade's network operations: the state of one interface, and its settings.
 
-#include "hwsdplatform.h"
-
 #include "hwsdlink.h"
+#include "hwsdplatform.h"
 #include "ipv4text.h"
 #include "jsonfields.h"
 #include "networkinterfaceconfig.h"

@@ -1,7 +1,5 @@
 #include "interfacequeries.h"
 
-#include <cstring>
-
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -9,6 +7,8 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <cstring>
 
 namespace
 {

@@ -8,10 +8,10 @@
 // QApplication's header moved with the widgets: QtGui in Qt 4, QtWidgets since.
 #include <QApplication>
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
-
-#include <unistd.h>
 
 namespace
 {

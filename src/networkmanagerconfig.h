@@ -4,7 +4,6 @@
 #include "bridgeconfig.h"
 #include "dnsconfig.h"
 #include "networkinterfaceconfig.h"
-
 #include <json/elements.h>
 
 #include <QtCore/QMap>

@@ -6,12 +6,12 @@
 #include <QtCore/QString>
 #include <QtCore/QtGlobal>
 
-#include <cerrno>
-#include <cstring>
-
 #include <arpa/inet.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 namespace
 {

@@ -2,7 +2,6 @@
 #define JSON_WRITER_H
 
 #include "elements.h"
-
 #include "numbers.h"
 
 #include <iomanip>

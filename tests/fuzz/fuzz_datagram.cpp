@@ -3,26 +3,25 @@
 // touched: there is no bus, the disks are not synchronized, and the one command that leaves a file in a fixed
 // place is not handed over.
 
+#include "commandhandlers.h"
 #include "countedwarnings.h"
 #include "fuzztarget.h"
-
-#include "commandhandlers.h"
 #include "hwsdplatform.h"
 #include "mvdpdatagram.h"
 #include "winkwidget/eventgrabber.h"
 
-#include <QCoreApplication>
-#include <QEvent>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QEvent>
 #include <QtCore/QTemporaryDir>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <vector>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace
 {

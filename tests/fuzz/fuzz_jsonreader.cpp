@@ -4,9 +4,9 @@
 #include "jsonoutcome.h"
 
 #include <QtCore/QByteArray>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 
 #include <algorithm>
 #include <cfloat>

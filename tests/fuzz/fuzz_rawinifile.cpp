@@ -3,7 +3,7 @@
 #include "fuzztarget.h"
 #include "rawinifile.h"
 
-#include <QBuffer>
+#include <QtCore/QBuffer>
 
 namespace
 {

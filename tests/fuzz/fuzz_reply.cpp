@@ -9,11 +9,10 @@
 //   2  length as it travelled, low byte first
 // and as many bytes as that, up to 256; what the input lacks of them is zero.
 
-#include "fuzztarget.h"
-
 #include "csvreader.h"
 #include "csvrow.h"
 #include "dump.h"
+#include "fuzztarget.h"
 #include "marklines.h"
 #include "marks.h"
 #include "output.h"
@@ -21,7 +20,7 @@
 #include "request.h"
 
 #include <QtCore/QByteArray>
-#include <QJsonDocument>
+#include <QtCore/QJsonDocument>
 #include <QtCore/QStringList>
 
 #include <algorithm>

@@ -2,7 +2,6 @@
 #define JSONOUTCOME_H
 
 #include "fuzztarget.h"
-
 #include <json/reader.h>
 #include <json/writer.h>
 

@@ -1,12 +1,11 @@
 #ifndef RECORDMODELS_H
 #define RECORDMODELS_H
 
-#include "recordreading.h"
-
 #include "bridgeconfig.h"
 #include "dnsconfig.h"
 #include "networkinterfaceconfig.h"
 #include "networkmanagerconfig.h"
+#include "recordreading.h"
 
 // What recordreading.h wants to know of each record, written down from the documents' description and not
 // from the records' code. expectedReading() goes in the order in which the keys are read.

@@ -4,7 +4,6 @@
 #include "countedwarnings.h"
 #include "fuzztarget.h"
 #include "jsonoutcome.h"
-
 #include <json/elements.h>
 
 #include <QtCore/QByteArray>

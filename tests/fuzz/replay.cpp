@@ -6,9 +6,8 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
-#include <memory>
-
 #include <cstring>
+#include <memory>
 
 namespace
 {

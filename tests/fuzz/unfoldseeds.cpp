@@ -9,8 +9,8 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QFileInfo>
-#include <QRegularExpression>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,11 +1,12 @@
 #include "platform.h"
 
-// Before shellapi.h, which does not include it.
+// shellapi.h needs windows.h before it.
+// clang-format off
 #include <windows.h>
-
+#include <shellapi.h>
+// clang-format on
 #include <fcntl.h>
 #include <io.h>
-#include <shellapi.h>
 
 #include <csignal>
 

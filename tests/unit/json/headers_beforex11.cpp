@@ -1,10 +1,13 @@
 // Who includes the JSON headers first has Xlib's macros as they are.
 
+// This order is what is tested.
+// clang-format off
 #include <json/writer.h>
 
 #include <X11/Xlib.h>
 
 #include "json/headers.h"
+// clang-format on
 
 std::string rewrittenBeforeX11(const std::string &text)
 {

@@ -7,9 +7,12 @@
 #define min(a, b) ((a) < (b) ? (a) : (b))
 #define max(a, b) ((a) < (b) ? (b) : (a))
 
+// This order is what is tested.
+// clang-format off
 #include <json/writer.h>
 
 #include "json/headers.h"
+// clang-format on
 
 std::string rewrittenBehindMinMax(const std::string &text)
 {

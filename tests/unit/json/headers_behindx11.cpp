@@ -1,10 +1,13 @@
 // Xlib's macros True, False, None, Bool, Status and others are its interface: a file that draws has them.
 
+// This order is what is tested.
+// clang-format off
 #include <X11/Xlib.h>
 
 #include <json/writer.h>
 
 #include "json/headers.h"
+// clang-format on
 
 std::string rewrittenBehindX11(const std::string &text)
 {

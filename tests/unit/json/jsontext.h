@@ -1,15 +1,17 @@
 #ifndef JSONTEXT_H
 #define JSONTEXT_H
 
-#include <QtCore/QIODevice>
-#include <QtCore/QString>
-#include <QtCore/QByteArray>
-#include <QtCore/QFile>
-#include <QtCore/QList>
-#include <cstddef>
-#include <istream>
 #include <json/reader.h>
 #include <json/writer.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QFile>
+#include <QtCore/QIODevice>
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+#include <cstddef>
+#include <istream>
 #include <sstream>
 #include <string>
 

@@ -1,7 +1,7 @@
 // What inserting and erasing does to the other elements of an Array, and to an Array that gets no memory.
 
-#include "support/failingmemory.h"
 #include "json/jsontext.h"
+#include "support/failingmemory.h"
 
 #include <QtCore/QByteArray>
 #include <QtTest/QTest>

@@ -1,4 +1,5 @@
 #include "arguments.h"
+
 #include "command.h"
 #include "failure.h"
 

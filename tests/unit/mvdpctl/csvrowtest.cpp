@@ -2,10 +2,9 @@
 
 #include "csvreader.h"
 
-#include <QtTest/QtTest>
-
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
+#include <QtTest/QtTest>
 
 class CsvRowTest : public QObject
 {

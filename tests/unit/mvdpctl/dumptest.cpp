@@ -1,4 +1,5 @@
 #include "dump.h"
+
 #include "mvdpdatagram.h"
 #include "terminal.h"
 

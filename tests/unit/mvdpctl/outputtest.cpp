@@ -1,13 +1,11 @@
 #include "output.h"
 
 #include "csvrow.h"
+#include "mvdptool/testpanel.h"
 #include "terminal.h"
 
-#include "mvdptool/testpanel.h"
-
-#include <QtTest/QtTest>
-
 #include <QtCore/QJsonDocument>
+#include <QtTest/QtTest>
 
 namespace
 {

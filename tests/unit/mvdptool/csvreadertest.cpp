@@ -1,4 +1,5 @@
 #include "csvreader.h"
+
 #include "toolerror.h"
 
 #include <QtTest/QtTest>

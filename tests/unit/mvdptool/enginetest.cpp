@@ -7,9 +7,8 @@
 #include "panelwatcher.h"
 #include "playedpanel.h"
 #include "settingschange.h"
-#include "toolerror.h"
-
 #include "support/namespaces.h"
+#include "toolerror.h"
 
 #include <QtTest/QtTest>
 

@@ -1,4 +1,5 @@
 #include "marks.h"
+
 #include "testpanel.h"
 
 #include <QtTest/QtTest>

@@ -1,4 +1,5 @@
 #include "panelname.h"
+
 #include "testpanel.h"
 #include "toolerror.h"
 

@@ -1,4 +1,5 @@
 #include "panel.h"
+
 #include "testpanel.h"
 
 #include <QtTest/QtTest>

@@ -1,4 +1,5 @@
 #include "panelwatch.h"
+
 #include "testpanel.h"
 
 #include <QtTest/QtTest>

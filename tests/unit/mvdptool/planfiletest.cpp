@@ -1,4 +1,5 @@
 #include "planfile.h"
+
 #include "toolerror.h"
 
 #include <QtTest/QtTest>

@@ -1,4 +1,5 @@
 #include "plan.h"
+
 #include "testpanel.h"
 
 #include <QtTest/QtTest>

@@ -1,4 +1,5 @@
 #include "settingscheck.h"
+
 #include "testpanel.h"
 
 #include <QtTest/QtTest>

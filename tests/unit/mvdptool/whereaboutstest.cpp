@@ -1,4 +1,5 @@
 #include "whereabouts.h"
+
 #include "testpanel.h"
 
 #include <QtTest/QtTest>

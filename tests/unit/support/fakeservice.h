@@ -1,7 +1,6 @@
 #ifndef FAKESERVICE_H
 #define FAKESERVICE_H
 
-#include <QtCore/QVariant>
 #include <QtCore/QByteArray>
 #include <QtCore/QHash>
 #include <QtCore/QList>
@@ -9,6 +8,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QThread>
+#include <QtCore/QVariant>
 #include <QtCore/QVariantList>
 #include <QtCore/QWaitCondition>
 

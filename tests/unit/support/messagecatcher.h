@@ -1,8 +1,8 @@
 #ifndef MESSAGECATCHER_H
 #define MESSAGECATCHER_H
 
-#include <QtCore/QString>
 #include <QtCore/QMutex>
+#include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QtGlobal>
 

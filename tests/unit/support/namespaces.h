@@ -1,8 +1,8 @@
 #ifndef NAMESPACES_H
 #define NAMESPACES_H
 
-#include <QtCore/QStringList>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 // Puts this process into namespaces of its own, so that a test may change the machine: as root directly, else
 // inside a user namespace in which it is root. Call at the start of main(), before any thread exists. On
