@@ -162,7 +162,7 @@ ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
         session.terminal.setProgressPrefix(QStringLiteral("panel %1 of %2: ").arg(++number).arg(total));
         return isWhereItTells(panel, session.exchange);
     };
-    const Plan plan = makePlan(entries, panels, session.transport.allInterfaces(), isThere);
+    const Plan plan = makePlan(entries, panels, session.transport.localInterfaces(), isThere);
     session.terminal.setProgressPrefix(QString());
     confirm(plan, session);
     return PlanRun(plan, panels, session).run();

@@ -27,7 +27,7 @@ void checkSettings(const Panel &panel, const WantedSettings &wanted, const Panel
                    Session &session)
 {
     const NetworkSettings settings = wanted.over(panel);
-    const auto &interfaces = session.transport.allInterfaces();
+    const auto &interfaces = session.transport.localInterfaces();
     const auto heardOn = interfacesAmong(interfaces, panels.interfacesOf(panel.mac));
     const QStringList ofOthers = targetObjections(panel.mac, panels) +
                                  holderObjections(settings.address, panel.mac, panels.sorted(), interfaces) +

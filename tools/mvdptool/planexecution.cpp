@@ -41,7 +41,7 @@ SetResult PlanExecution::send(PlanStep &step)
 {
     const SetResult result = applySettings(m_exchange, *step.now, step.wanted, m_patience, m_reachedAt);
     step.isWhereItTells = result.outcome == Outcome::Applied ||
-                          isShownToBeThere(*step.now, m_exchange.transport().allInterfaces());
+                          isShownToBeThere(*step.now, m_exchange.transport().localInterfaces());
     for (auto &[mac, addresses] : m_addresses) {
         if (mac == step.entry.mac)
             addresses = step.now->heldAddresses();

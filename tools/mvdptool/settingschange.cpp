@@ -55,7 +55,8 @@ SetResult SettingsChange::run(Panel &panel)
     result.outcome = outcome(panel);
     result.isHeard = m_heardAgain;
     if (!m_heardAgain) {
-        const auto heardOn = interfacesAmong(m_exchange.transport().allInterfaces(), {before.interfaceIndex});
+        const auto heardOn =
+            interfacesAmong(m_exchange.transport().localInterfaces(), {before.interfaceIndex});
         result.deafness = deafnessText(m_settings, before, heardOn);
         result.heardOn = namesOf(heardOn);
     }
@@ -139,7 +140,7 @@ bool SettingsChange::verify(Panel &panel)
         return false;
     const auto isThere = [this, mac = panel.mac, tellsSettings](const PanelList &panels) {
         return tellsSettings(panels) &&
-               isShownToBeThere(*findIn(panels, mac), m_exchange.transport().allInterfaces());
+               isShownToBeThere(*findIn(panels, mac), m_exchange.transport().localInterfaces());
     };
     return isHeardWithSettings(panel, {everywhere, {rounds, timeout}, isThere}) &&
            isWhereItTells(panel, m_exchange);

@@ -81,8 +81,8 @@ Transport::~Transport() = default;
 
 void Transport::chooseInterfaces(const QString &name)
 {
-    m_allInterfaces = upInterfaces();
-    for (const NetworkInterface &interface : m_allInterfaces) {
+    m_localInterfaces = upInterfaces();
+    for (const NetworkInterface &interface : m_localInterfaces) {
         if (name.isEmpty() ? interface.isLoopback : interface.name != name)
             continue;
         if (!interface.addresses.empty())
@@ -91,7 +91,7 @@ void Transport::chooseInterfaces(const QString &name)
             m_interfacesWithoutAddress << interface.name;
     }
     if (!name.isEmpty() && m_interfaces.empty())
-        failWithoutInterface(name, m_allInterfaces);
+        failWithoutInterface(name, m_localInterfaces);
 }
 
 void Transport::failWithoutInterface(const QString &name, const std::vector<NetworkInterface> &all)

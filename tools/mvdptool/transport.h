@@ -56,7 +56,7 @@ public:
     // Those that are used.
     const std::vector<NetworkInterface> &interfaces() const { return m_interfaces; }
     // All of this computer that are up, used or not, loopback included.
-    const std::vector<NetworkInterface> &allInterfaces() const { return m_allInterfaces; }
+    const std::vector<NetworkInterface> &localInterfaces() const { return m_localInterfaces; }
     // Those that would be used if they had an IPv4 address.
     const QStringList &interfacesWithoutAddress() const { return m_interfacesWithoutAddress; }
     QString interfaceName(unsigned index) const;
@@ -99,7 +99,7 @@ private:
     std::optional<Received> receiveWaiting();
 
     std::unique_ptr<QUdpSocket> m_socket;
-    std::vector<NetworkInterface> m_allInterfaces;
+    std::vector<NetworkInterface> m_localInterfaces;
     std::vector<NetworkInterface> m_interfaces;
     QStringList m_interfacesWithoutAddress;
     bool m_onlyOneInterface;

@@ -60,7 +60,7 @@ bool isShownToBeThere(const Panel &panel, const std::vector<NetworkInterface> &i
 
 bool isWhereItTells(const Panel &panel, Exchange &exchange)
 {
-    return isShownToBeThere(panel, exchange.transport().allInterfaces()) ||
+    return isShownToBeThere(panel, exchange.transport().localInterfaces()) ||
            answersAtItsAddress(panel, exchange);
 }
 
