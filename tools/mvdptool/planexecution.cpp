@@ -26,6 +26,7 @@ SetResult PlanExecution::carryOut(PlanStep &step, bool isForced)
     try {
         return send(step);
     } catch (const ToolError &error) {
+        // The others may still be reached.
         m_exchange.observer().error(error.message);
         return unsent(Outcome::Trouble);
     }
