@@ -21,12 +21,10 @@ _IP_TRANSPARENT = getattr(socket, "IP_TRANSPARENT", 19)
 # How the panel takes a new address.
 APPLY, REFUSE, IGNORE, SILENT, APPLY_SILENTLY = "apply", "refuse", "ignore", "silent", "apply silently"
 VANISH = "vanish"  # says it took the address and is not heard again
-VANISH_SILENTLY = "vanish silently"
-# Tells the new address and goes on answering from the old one: by what its answer says, or without an answer.
-REFUSE_BUT_TELL, TELL_ONLY, TELL_SILENTLY = "refuse but tell", "tell only", "tell silently"
+TELL_ONLY, TELL_SILENTLY = "tell only", "tell silently"  # tells the new address, goes on answering from the old one
 
-_ONLY_TELLING = (REFUSE_BUT_TELL, TELL_ONLY, TELL_SILENTLY)
-_UNANSWERED = (SILENT, APPLY_SILENTLY, TELL_SILENTLY, VANISH_SILENTLY)
+_ONLY_TELLING = (TELL_ONLY, TELL_SILENTLY)
+_UNANSWERED = (SILENT, APPLY_SILENTLY, TELL_SILENTLY)
 
 
 @dataclasses.dataclass
@@ -161,8 +159,8 @@ class FakePanel:
         if on_set in (APPLY, APPLY_SILENTLY, *_ONLY_TELLING):
             panel.address, panel.netmask, panel.gateway = (
                 ".".join(str(octet) for octet in reversed(request[start:start + 4])) for start in (8, 12, 16))
-        is_refused = on_set in (REFUSE, REFUSE_BUT_TELL)
-        answer = panel.reply(Command.SET_ADDRESS, packet_type=mvdp.NOT_APPLIED if is_refused else mvdp.REPLY)
-        if on_set in (VANISH, VANISH_SILENTLY):
+        answer = panel.reply(Command.SET_ADDRESS,
+                             packet_type=mvdp.NOT_APPLIED if on_set == REFUSE else mvdp.REPLY)
+        if on_set == VANISH:
             self.panels = [each for each in self.panels if each is not panel]
         return [] if on_set in _UNANSWERED else [(answer, panel.answers_from)]

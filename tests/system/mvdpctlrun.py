@@ -35,11 +35,6 @@ SEARCHING = ["--rounds", "100"]
 # For commands that are to wait in vain.
 HASTY = ["--timeout", "0.2", "--rounds", "2"]
 # The table of discover where the usual panel is found.
-PANEL_COLUMNS = ["mac", "address", "netmask", "prefix", "gateway", "version", "description", "source", "interface",
-                 "way"]
-PANEL_MEMBERS = {"mac": MAC, "address": PANEL_ADDRESS, "netmask": "255.255.255.0", "prefix": 24,
-                 "gateway": "192.168.10.1", "version": "1.234.56.7", "description": "QM316-44LRNA",
-                 "source": PANEL_ADDRESS, "interface": "eth0", "way": "unicast"}
 HEADINGS = "MAC ADDRESS        ADDRESS          GATEWAY       VERSION     DESCRIPTION"
 LINE = "02:00:5e:10:00:01  192.168.10.5/24  192.168.10.1  1.234.56.7  QM316-44LRNA"
 
@@ -85,10 +80,8 @@ class Result:
 
     @property
     def csv(self):
-        """The records as dictionaries; the columns are then those of `columns`."""
-        reader = csv.DictReader(io.StringIO(self.out), strict=True)
-        records = list(reader)
-        self.columns = reader.fieldnames
+        """The records as dictionaries."""
+        records = list(csv.DictReader(io.StringIO(self.out), strict=True))
         assert all(None not in record and None not in record.values() for record in records), "ragged"
         return records
 
@@ -144,16 +137,8 @@ class Terminal:
 
 def process_state(process):
     """"S": it sleeps, waiting for something; "R": it runs or would like to."""
-    return _status(process)["State"][0]
-
-
-def is_caught(process, number):
-    return bool(int(_status(process)["SigCgt"], 16) >> (number - 1) & 1)
-
-
-def _status(process):
-    with open(f"/proc/{process.pid}/status", encoding="utf-8") as status:
-        return dict(line.rstrip("\n").split(":\t", 1) for line in status if ":\t" in line)
+    with open(f"/proc/{process.pid}/stat", encoding="utf-8") as stat:
+        return stat.read().rpartition(") ")[2][0]
 
 
 class Watch:

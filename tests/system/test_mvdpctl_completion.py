@@ -45,7 +45,9 @@ def fish(line, **options):
 
 
 def help_text(*command):
-    return said(program(), *command, "--help")
+    text = said(program(), *command, "--help")
+    assert text.startswith(" ".join(["Usage: mvdpctl", *command]) + " ")
+    return text
 
 
 def commands():

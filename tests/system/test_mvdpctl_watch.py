@@ -1,4 +1,4 @@
-"""mvdpctl watches panels appear, change and vanish."""
+"""mvdpctl watches panels, whatever happens, until it is ended. What it shows is in test_mvdpctl_outputs.py."""
 
 import contextlib
 import os
@@ -9,51 +9,19 @@ import pytest
 
 import mvdp
 from fakepanel import Identity
-from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
-    fixture_fake, fixture_wire, process_state, program, Terminal, Watch, DONE, MAC, MAC2, OTHER_ADDRESS,
-    PANEL_ADDRESS, PANEL_COLUMNS, PANEL_MEMBERS, TROUBLE)
+from mvdpctlrun import (  # pylint: disable=unused-import
+    fixture_fake, fixture_wire, process_state, program, Terminal, Watch, DONE, MAC, MAC2, TROUBLE)
 from waiting import PATIENCE, wait_for
 
-TIME = r"\d\d\d\d-\d\d-\d\dT\d\d:\d\d:\d\d(Z|[+-]\d\d:\d\d)"
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
-def test_events_are_lines(wire, fake, number):
+def test_it_ends_in_order(wire, fake, number):
     watch = Watch(wire[1])
-    assert re.fullmatch(rf"\d\d:\d\d:\d\d appeared {MAC} 192\.168\.10\.5/24    1\.234\.56\.7 QM316-44LRNA",
-                        watch.line())
-    fake.panels[0].address = OTHER_ADDRESS
-    assert re.fullmatch(rf"\d\d:\d\d:\d\d changed  {MAC} 192\.168\.10\.5/24 -> 192\.168\.10\.6/24", watch.line())
+    assert f"appeared {MAC}" in watch.line()
     fake.panels.append(Identity(mac=MAC2, description=b"\x1b[2J\r\nx"))
     assert re.fullmatch(rf"\d\d:\d\d:\d\d appeared {MAC2} .* \?\[2J\?\?x", watch.line())
-    del fake.panels[0]
-    assert re.fullmatch(rf"\d\d:\d\d:\d\d vanished {MAC} 192\.168\.10\.6/24    .*", watch.line())
-    assert watch.end(number) == (DONE, "Panels at the end: 1.\n")
-
-
-def test_events_in_json(wire, fake):
-    watch = Watch(wire[1], "--json", "--quiet")
-    event = watch.event()
-    assert re.fullmatch(TIME, event.pop("time"))
-    assert event == {"event": "appeared", "panel": PANEL_MEMBERS}
-    fake.panels[0].description = b"Pr\xfcfstand"
-    event = watch.event()
-    assert re.fullmatch(TIME, event.pop("time"))
-    assert event == {"event": "changed", "panel": {**PANEL_MEMBERS, "description": "Prüfstand"},
-                     "before": PANEL_MEMBERS}
-    fake.panels.clear()
-    event = watch.event()
-    assert (event["event"], event["panel"]["mac"]) == ("vanished", MAC)
-    assert watch.end() == (DONE, "")
-
-
-def test_events_in_csv(wire, fake):
-    watch = Watch(wire[1], "--csv")
-    assert watch.line() == ",".join(["time", "event", *PANEL_COLUMNS])
-    fields = watch.line().split(",")
-    assert re.fullmatch(TIME, fields[0])
-    assert fields[1:4] == ["appeared", MAC, PANEL_ADDRESS]
-    assert watch.end()[0] == DONE
+    assert watch.end(number) == (DONE, "Panels at the end: 2.\n")
 
 
 def test_nobody_is_watched_for_as_well(wire):
@@ -113,10 +81,8 @@ def test_long_change_is_broken_between_words(wire, fake):
     code, lines = terminal.finish()
     assert code == DONE
     assert all(len(line) <= 80 for line in lines)
-    assert re.fullmatch(
-        rf"\d\d:\d\d:\d\d changed  {MAC} gateway 192\.168\.10\.1 -> 192\.168\.10\.254, "
-        r"description 'QM316-44LRNA' -> 'QM316-44LRNA at the far end of the row'",
-        " ".join(line.strip() for line in lines[1:-1]))
+    assert " ".join(line.strip() for line in lines[1:-1]).endswith(
+        " description 'QM316-44LRNA' -> 'QM316-44LRNA at the far end of the row'")
 
 
 def test_cable_that_is_pulled_is_watched_on(wire, fake):
