@@ -1,7 +1,6 @@
 #include "dump.h"
 
 #include "mvdpdatagram.h"
-#include "terminal.h"
 
 #include <QtTest/QtTest>
 
@@ -16,8 +15,6 @@ private slots:
     void equalLinesAreShownOnceAndTheLastAlways();
     void fieldsBeyondTheLengthAreLeftOut();
     void hostileDescriptionIsClean();
-    void foreignLettersBecomeQuestionMarksInAscii();
-    void longMessagesAreBrokenAndIndented();
 };
 
 void DumpTest::hexHasSixteenBytesALine()
@@ -52,18 +49,6 @@ void DumpTest::hostileDescriptionIsClean()
     MvdpDatagram datagram;
     std::memcpy(datagram.data() + MvdpDatagram::Description, "a\x1b[2J\nb\x9b", 8);
     QVERIFY(fieldLines(datagram, MvdpDatagram::Size).endsWith(QStringLiteral("description 'a?[2J?b?'")));
-}
-
-void DumpTest::foreignLettersBecomeQuestionMarksInAscii()
-{
-    QCOMPARE(toAscii(QString::fromUtf8("Prüfstand €1")), QByteArray("Pr?fstand ?1"));
-}
-
-void DumpTest::longMessagesAreBrokenAndIndented()
-{
-    QCOMPARE(wrapped(QStringLiteral("one two three four"), 9), QStringLiteral("one two\n  three\n  four"));
-    QCOMPARE(wrapped(QStringLiteral("one two"), 7), QStringLiteral("one two"));
-    QCOMPARE(wrapped(QStringLiteral("unbreakable"), 4), QStringLiteral("unbreakable"));
 }
 
 QTEST_APPLESS_MAIN(DumpTest)

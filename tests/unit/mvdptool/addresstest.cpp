@@ -101,28 +101,20 @@ void AddressTest::macAddressesAreWrittenManyWays_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("result"); // empty: refused
-    QTest::newRow("colons") << "02:00:5e:10:00:aF"
-                            << "02:00:5e:10:00:af";
-    QTest::newRow("dashes") << "02-00-5E-10-00-AF"
-                            << "02:00:5e:10:00:af";
-    QTest::newRow("bare") << "02005E1000AF"
-                          << "02:00:5e:10:00:af";
-    QTest::newRow("zero") << "00:00:00:00:00:00"
-                          << "00:00:00:00:00:00";
-    QTest::newRow("mixed separators") << "02:00-5e:10:00:af"
-                                      << "";
-    QTest::newRow("five pairs") << "02:00:5e:10:00"
-                                << "";
-    QTest::newRow("seven pairs") << "02:00:5e:10:00:af:01"
-                                 << "";
-    QTest::newRow("short pair") << "2:00:5e:10:00:af"
-                                << "";
-    QTest::newRow("no digit") << "02:00:5e:10:00:ag"
-                              << "";
-    QTest::newRow("line end") << "02:00:5e:10:00:af\n"
-                              << "";
-    QTest::newRow("empty") << ""
-                           << "";
+    const auto row = [](const char *name, const char *text, const char *result) {
+        QTest::newRow(name) << text << result;
+    };
+    row("colons", "02:00:5e:10:00:aF", "02:00:5e:10:00:af");
+    row("dashes", "02-00-5E-10-00-AF", "02:00:5e:10:00:af");
+    row("bare", "02005E1000AF", "02:00:5e:10:00:af");
+    row("zero", "00:00:00:00:00:00", "00:00:00:00:00:00");
+    row("mixed separators", "02:00-5e:10:00:af", "");
+    row("five pairs", "02:00:5e:10:00", "");
+    row("seven pairs", "02:00:5e:10:00:af:01", "");
+    row("short pair", "2:00:5e:10:00:af", "");
+    row("no digit", "02:00:5e:10:00:ag", "");
+    row("line end", "02:00:5e:10:00:af\n", "");
+    row("empty", "", "");
 }
 
 void AddressTest::macAddressesAreWrittenManyWays()

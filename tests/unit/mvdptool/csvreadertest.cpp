@@ -58,16 +58,15 @@ void CsvReaderTest::brokenTextIsRefused_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("complaint");
-    QTest::newRow("open quote") << "a\n\"b\nc"
-                                << "line 2 has a quotation mark without its partner";
-    QTest::newRow("text behind a quote") << "\"a\"b"
-                                         << "line 1 has text behind";
-    QTest::newRow("quote in the middle") << "a\"b"
-                                         << "line 1 has a quotation mark in the middle";
-    QTest::newRow("text behind sep=;") << "sep=;a\nb"
-                                       << "line 1 has text behind its separator";
-    QTest::newRow("nothing but separators") << QString(100000, QLatin1Char(',')) << "line 1 has more fields";
-    QTest::newRow("no end of records") << QStringLiteral("a\n").repeated(20000) << "more panels";
+    const auto row = [](const char *name, const QString &text, const char *complaint) {
+        QTest::newRow(name) << text << complaint;
+    };
+    row("open quote", "a\n\"b\nc", "line 2 has a quotation mark without its partner");
+    row("text behind a quote", "\"a\"b", "line 1 has text behind");
+    row("quote in the middle", "a\"b", "line 1 has a quotation mark in the middle");
+    row("text behind sep=;", "sep=;a\nb", "line 1 has text behind its separator");
+    row("nothing but separators", QString(100000, QLatin1Char(',')), "line 1 has more fields");
+    row("no end of records", QStringLiteral("a\n").repeated(20000), "more panels");
 }
 
 void CsvReaderTest::brokenTextIsRefused()

