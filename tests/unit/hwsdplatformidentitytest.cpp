@@ -11,7 +11,6 @@
 #include <QtTest/QtTest>
 
 #include <atomic>
-#include <cstring>
 #include <functional>
 #include <thread>
 
@@ -62,30 +61,20 @@ private slots:
     void deviceNamesAreReadFromTheFactorysFileEachTime();
 
     void nameOfTheFactoryWinsOverTheModelTable();
-    void seepromIsReadForAnUnknownCode_data();
-    void seepromIsReadForAnUnknownCode();
-    void seepromThatCannotBeReadGivesTheCode_data();
-    void seepromThatCannotBeReadGivesTheCode();
-    void manufactureCodeIsSignedAndLittleEndian_data();
-    void manufactureCodeIsSignedAndLittleEndian();
-    void manufactureCodeThatCannotBeReadIsShownAsZero_data();
-    void manufactureCodeThatCannotBeReadIsShownAsZero();
+    void descriptionWithoutANameIsThatOfCodeOrSeeprom_data();
+    void descriptionWithoutANameIsThatOfCodeOrSeeprom();
     void codeZeroHasTheNameOfNumberZero();
 
-    void descriptionIsFoundOnceForBothForms_data();
     void descriptionIsFoundOnceForBothForms();
     void descriptionOutlivesTheServiceAndTheFile();
     void emptyNameIsAskedForAgain();
-    void blockIsWrittenWithoutTerminator();
-    void longDescriptionIsCutToTheBlock_data();
-    void longDescriptionIsCutToTheBlock();
+    void blockTakesWhatFitsWithoutTerminator();
     void threadsThatAskAtOnceGetOneText();
 
 private:
     static HWSDPlatform &platform() { return *HWSDPlatform::instance(); }
     static FakeService &service() { return buses->service(); }
     static void answerCode(qint32 code) { service().answer("manufactureCode", {codeBytes(code)}); }
-    static void answerSeeprom(const QByteArray &bytes) { service().answer("readSlvAddr", {20, bytes}); }
 };
 
 void HwsdPlatformIdentityTest::init()
@@ -210,114 +199,79 @@ void HwsdPlatformIdentityTest::nameOfTheFactoryWinsOverTheModelTable()
     QCOMPARE(service().takeCalls(), lines({CodeCall, CodeCall}));
 }
 
-void HwsdPlatformIdentityTest::seepromIsReadForAnUnknownCode_data()
+void HwsdPlatformIdentityTest::descriptionWithoutANameIsThatOfCodeOrSeeprom_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QVariantList>("code");
+    QTest::addColumn<QVariantList>("seeprom");
     QTest::addColumn<QString>("text");
-    const auto row = [](const char *name, const QByteArray &bytes, const char *text) {
-        QTest::newRow(name) << bytes << latin1(text);
+    // A code is four bytes, the lowest first. 501 is a model, 503 is none.
+    const auto code = [](const char *name, const char *hex, const char *text) {
+        QTest::addRow("code %s", name)
+            << QVariantList{QByteArray::fromHex(hex)} << ErrorReply << latin1(text);
     };
-    row("text and an end", QByteArray("Special 7\0", 10), "Special 7");
-    row("text, an end and noise", QByteArray("Special 7\0\xFF\x01X", 13), "Special 7");
-    row("one character", QByteArray("A\0", 2), "A");
-    row("first and last allowed bytes", QByteArray(" \x7F\0", 3), " \x7F");
-    row("blank alone", QByteArray(" \0", 2), " ");
-    row("end in the last of twenty", QByteArray("ABCDEFGHIJKLMNOPQRS\0", 20), "ABCDEFGHIJKLMNOPQRS");
-    row("longer than asked for", QByteArray(50, 'A').append('\0'),
-        "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA");
-    row("no end", QByteArray("ABCDEFGHIJKLMNOPQRST"), "HMI 503");
-    row("empty", QByteArray(""), "HMI 503");
-    row("empty text", QByteArray("\0ABC", 4), "HMI 503");
-    row("erased", QByteArray(20, '\xFF'), "HMI 503");
-    row("zeroed", QByteArray(20, '\0'), "HMI 503");
-    row("byte below 32",
-        QByteArray("AB\x1F"
-                   "C\0",
-                   5),
-        "HMI 503");
-    row("byte above 127",
-        QByteArray("AB\x80"
-                   "C\0",
-                   5),
-        "HMI 503");
-    row("byte 255 first",
-        QByteArray("\xFF"
-                   "ABC\0",
-                   5),
-        "HMI 503");
-    row("newline last", QByteArray("ABC\n\0", 5), "HMI 503");
-}
-
-void HwsdPlatformIdentityTest::seepromIsReadForAnUnknownCode()
-{
-    QFETCH(QByteArray, bytes);
-    answerCode(503);
-    answerSeeprom(bytes);
-    QTEST(platform().systemInfoText(), "text");
-    QCOMPARE(service().takeCalls(), lines({CodeCall, SeepromCall}));
-}
-
-void HwsdPlatformIdentityTest::seepromThatCannotBeReadGivesTheCode_data()
-{
-    QTest::addColumn<QVariantList>("answer");
+    code("of a model", "F5010000", "QM310-44LRNA");
+    code("with more bytes than four", "F5010000FFFFFF", "QM310-44LRNA");
+    code("whose third byte counts", "F5010100", "HMI 66037");
+    code("-1", "FFFFFFFF", "HMI -1");
+    code("most negative", "00000080", "HMI -2147483648");
+    code("most positive", "FFFFFF7F", "HMI 2147483647");
+    code("big-endian", "000001F5", "HMI -184483840");
+    const auto noCode = [](const char *name, const QVariantList &answer) {
+        QTest::addRow("no code, %s", name) << answer << ErrorReply << latin1("HMI 0");
+        QTest::addRow("no code but a board, %s", name)
+            << answer << QVariantList{20, QByteArray("Board\0", 6)} << latin1("Board");
+    };
+    noCode("error", ErrorReply);
+    noCode("no argument", {});
+    noCode("a number", {501});
+    noCode("a text", {latin1("501")});
+    noCode("no bytes", {QByteArray("")});
+    noCode("three bytes", {QByteArray::fromHex("F50100")});
+    const QVariantList unknown{QByteArray::fromHex("F7010000")};
+    const auto board = [&unknown](const char *name, const QByteArray &bytes, const char *text = "HMI 503") {
+        QTest::addRow("board, %s", name) << unknown << QVariantList{20, bytes} << latin1(text);
+    };
+    board("text and an end", QByteArray("Special 7\0", 10), "Special 7");
+    board("text, an end and noise", QByteArray("Special 7\0\xFF\x01X", 13), "Special 7");
+    board("one character", QByteArray("A\0", 2), "A");
+    board("first and last allowed bytes", QByteArray(" \x7F\0", 3), " \x7F");
+    board("blank alone", QByteArray(" \0", 2), " ");
+    board("end in the last of twenty", QByteArray("ABCDEFGHIJKLMNOPQRS\0", 20), "ABCDEFGHIJKLMNOPQRS");
+    board("longer than asked for", QByteArray("ABCDEFGHIJKLMNOPQRSTUVWXYZ\0", 27),
+          "ABCDEFGHIJKLMNOPQRSTUVWXYZ");
+    board("no end", QByteArray("ABCDEFGHIJKLMNOPQRST"));
+    board("empty", QByteArray(""));
+    board("empty text", QByteArray("\0ABC", 4));
+    board("erased", QByteArray(20, '\xFF'));
+    board("byte below 32", QByteArray("AB\x1FX\0", 5));
+    board("byte above 127", QByteArray("AB\x80X\0", 5));
+    board("byte 255 first", QByteArray("\xFFX\0", 3));
+    board("newline last", QByteArray("ABC\n\0", 5));
+    const auto noBoard = [&unknown](const char *name, const QVariantList &answer) {
+        QTest::addRow("no board, %s", name) << unknown << answer << latin1("HMI 503");
+    };
     const QByteArray text("Text\0", 5);
-    QTest::newRow("error") << ErrorReply;
-    QTest::newRow("no argument") << QVariantList();
-    QTest::newRow("one argument") << QVariantList{4};
-    QTest::newRow("bytes alone") << QVariantList{text};
-    QTest::newRow("wrong order") << QVariantList{text, 4};
-    QTest::newRow("a text") << QVariantList{4, latin1("Text")};
+    noBoard("error", ErrorReply);
+    noBoard("no argument", {});
+    noBoard("one argument", {4});
+    noBoard("bytes alone", {text});
+    noBoard("wrong order", {text, 4});
+    noBoard("a text", {4, latin1("Text")});
 }
 
-void HwsdPlatformIdentityTest::seepromThatCannotBeReadGivesTheCode()
+// There is a name of number 0, which is what the blank makes of the second number: no code that cannot be
+// read has it.
+void HwsdPlatformIdentityTest::descriptionWithoutANameIsThatOfCodeOrSeeprom()
 {
-    QFETCH(QVariantList, answer);
-    answerCode(517);
-    service().answer("readSlvAddr", answer);
-    QCOMPARE(platform().systemInfoText(), latin1("HMI 517"));
-    QCOMPARE(service().takeCalls(), lines({CodeCall, SeepromCall}));
-}
-
-void HwsdPlatformIdentityTest::manufactureCodeIsSignedAndLittleEndian_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("501") << QByteArray::fromHex("F5010000") << latin1("QM310-44LRNA");
-    QTest::newRow("more bytes than four") << QByteArray::fromHex("F5010000FFFFFF") << latin1("QM310-44LRNA");
-    QTest::newRow("third byte counts") << QByteArray::fromHex("F5010100") << latin1("HMI 66037");
-    QTest::newRow("negative") << QByteArray::fromHex("FFFFFFFF") << latin1("HMI -1");
-    QTest::newRow("most negative") << QByteArray::fromHex("00000080") << latin1("HMI -2147483648");
-    QTest::newRow("most positive") << QByteArray::fromHex("FFFFFF7F") << latin1("HMI 2147483647");
-    QTest::newRow("big-endian 501") << QByteArray::fromHex("000001F5") << latin1("HMI -184483840");
-}
-
-void HwsdPlatformIdentityTest::manufactureCodeIsSignedAndLittleEndian()
-{
-    QFETCH(QByteArray, bytes);
-    service().answer("manufactureCode", {bytes});
-    QTEST(platform().systemInfoText(), "text");
-}
-
-void HwsdPlatformIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero_data()
-{
-    QTest::addColumn<QVariantList>("answer");
-    QTest::newRow("error") << ErrorReply;
-    QTest::newRow("no argument") << QVariantList();
-    QTest::newRow("a number") << QVariantList{501};
-    QTest::newRow("a text") << QVariantList{latin1("501")};
-    QTest::newRow("no bytes") << QVariantList{QByteArray("")};
-    QTest::newRow("two bytes") << QVariantList{QByteArray::fromHex("F501")};
-    QTest::newRow("three bytes") << QVariantList{QByteArray::fromHex("F50100")};
-}
-
-// Nor does it have the name of number 0, which is what the blank makes of the second number.
-void HwsdPlatformIdentityTest::manufactureCodeThatCannotBeReadIsShownAsZero()
-{
-    QFETCH(QVariantList, answer);
-    QVERIFY(writeNames("501:Panel A, 502:Panel B"));
-    service().answer("manufactureCode", answer);
-    QCOMPARE(platform().systemInfoText(), latin1("HMI 0"));
-    QCOMPARE(service().takeCalls(), lines({CodeCall, SeepromCall}));
+    QFETCH(QVariantList, code);
+    QFETCH(QVariantList, seeprom);
+    QFETCH(QString, text);
+    QVERIFY(writeNames("511:Panel A, 512:Panel B"));
+    service().answer("manufactureCode", code);
+    service().answer("readSlvAddr", seeprom);
+    QCOMPARE(platform().systemInfoText(), text);
+    QCOMPARE(service().takeCalls(),
+             text == latin1("QM310-44LRNA") ? lines({CodeCall}) : lines({CodeCall, SeepromCall}));
 }
 
 void HwsdPlatformIdentityTest::codeZeroHasTheNameOfNumberZero()
@@ -328,27 +282,19 @@ void HwsdPlatformIdentityTest::codeZeroHasTheNameOfNumberZero()
     QCOMPARE(service().takeCalls(), lines({CodeCall}));
 }
 
-void HwsdPlatformIdentityTest::descriptionIsFoundOnceForBothForms_data()
-{
-    QTest::addColumn<bool>("textFirst");
-    QTest::newRow("text first") << true;
-    QTest::newRow("block first") << false;
-}
-
 void HwsdPlatformIdentityTest::descriptionIsFoundOnceForBothForms()
 {
-    QFETCH(bool, textFirst);
-    answerCode(506);
-    char block[64] = {};
-    if (textFirst)
-        QCOMPARE(platform().systemInfoText(), latin1("QM413-JD562"));
-    else
+    for (const bool textFirst : {true, false}) {
+        delete HWSDPlatform::instance();
+        char block[64] = {};
+        service().answerInTurn("manufactureCode", {{codeBytes(506)}, {codeBytes(501)}});
+        if (textFirst)
+            QCOMPARE(platform().systemInfoText(), latin1("QM413-JD562"));
         QVERIFY(platform().systemInfo(block));
-    answerCode(501);
-    QVERIFY(platform().systemInfo(block));
-    QCOMPARE(QByteArray(block, 64), QByteArray("QM413-JD562").append(QByteArray(53, '\0')));
-    QCOMPARE(platform().systemInfoText(), latin1("QM413-JD562"));
-    QCOMPARE(service().takeCalls(), lines({CodeCall}));
+        QCOMPARE(QByteArray(block, 64), QByteArray("QM413-JD562").append(QByteArray(53, '\0')));
+        QCOMPARE(platform().systemInfoText(), latin1("QM413-JD562"));
+        QCOMPARE(service().takeCalls(), lines({CodeCall}));
+    }
 }
 
 void HwsdPlatformIdentityTest::descriptionOutlivesTheServiceAndTheFile()
@@ -373,34 +319,18 @@ void HwsdPlatformIdentityTest::emptyNameIsAskedForAgain()
     QCOMPARE(service().takeCalls(), lines({CodeCall, CodeCall}));
 }
 
-void HwsdPlatformIdentityTest::blockIsWrittenWithoutTerminator()
+void HwsdPlatformIdentityTest::blockTakesWhatFitsWithoutTerminator()
 {
-    QVERIFY(writeNames("506:caf\xE9"));
     answerCode(506);
-    char block[64];
-    std::memset(block, 'x', sizeof block);
-    QVERIFY(platform().systemInfo(block));
-    QCOMPARE(QByteArray(block, 64), QByteArray("caf\xE9").append(QByteArray(60, 'x')));
-}
-
-void HwsdPlatformIdentityTest::longDescriptionIsCutToTheBlock_data()
-{
-    QTest::addColumn<int>("length");
-    for (const int length : {63, 64, 65, 5000})
-        QTest::addRow("%d", length) << length;
-}
-
-void HwsdPlatformIdentityTest::longDescriptionIsCutToTheBlock()
-{
-    QFETCH(int, length);
-    const QByteArray name(length, 'n');
-    QVERIFY(writeNames("506:" + name));
-    answerCode(506);
-    QByteArray block(80, 'x');
-    QVERIFY(platform().systemInfo(block.data()));
-    const int written = qMin(length, 64);
-    QCOMPARE(block, name.left(written) + QByteArray(80 - written, 'x'));
-    QCOMPARE(platform().systemInfoText(), QString::fromLatin1(name));
+    for (const QByteArray &name : {QByteArray("caf\xE9"), QByteArray(63, 'n'), QByteArray(64, 'n'),
+                                   QByteArray(65, 'n'), QByteArray(5000, 'n')}) {
+        delete HWSDPlatform::instance();
+        QVERIFY(writeNames("506:" + name));
+        QByteArray block(80, 'x');
+        QVERIFY(platform().systemInfo(block.data()));
+        QCOMPARE(block, (name.left(64) + QByteArray(80, 'x')).left(80));
+        QCOMPARE(platform().systemInfoText(), QString::fromLatin1(name));
+    }
 }
 
 // The service gives every caller another answer; both threads must still come out with the same text.
