@@ -1,8 +1,8 @@
 #include "csvrow.h"
 
 #include "csvreader.h"
+
 #include <QtCore/QJsonArray>
-#include <QtTest/QtTest>
 #include <QtCore/QJsonDocument>
 #include <QtTest/QtTest>
 
