@@ -8,7 +8,7 @@ import pytest
 import mvdp
 from fakepanel import Identity
 from mvdp import Command
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_mvdpctl, fixture_wire, DONE, FAR_ADDRESS, HASTY, HEADINGS, LINE, MAC, MAC2, MAC3, NOBODY,
     NO_ANSWER, OTHER_ADDRESS, PANEL_ADDRESS, PATIENT, SEARCHING, TOOL_ADDRESS, TROUBLE)
 

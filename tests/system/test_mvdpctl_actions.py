@@ -9,7 +9,7 @@ import fakepanel
 import mvdp
 from fakepanel import Identity
 from mvdp import Command
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_mvdpctl, fixture_wire, Terminal, program, DONE, FAR_ADDRESS, HASTY, MAC, MAC2, NO_ANSWER,
     NO_MAC, OTHER_ADDRESS, PANEL_ADDRESS, PATIENT, REFUSED, SEARCHING, TOOL_ADDRESS, TROUBLE, USAGE)
 from waiting import PATIENCE, wait_for

@@ -8,7 +8,7 @@ import pytest
 import mvdp
 from fakepanel import FakePanel, Identity
 from mvdp import Command
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_mvdpctl, fixture_wire, Result, program, DONE, HASTY, HEADINGS, LINE, MAC, MAC2, NOBODY,
     NO_ANSWER, PANEL_ADDRESS, PATIENT, SEARCHING, TROUBLE, USAGE)
 from netns import Namespace, join

@@ -16,7 +16,7 @@ import pytest
 import fakepanel
 from fakepanel import Identity
 from mvdp import Command
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_wire, program, DONE, FAR_ADDRESS, HASTY, MAC, MAC2, MAC3, NO_ANSWER, NO_MAC, OTHER_ADDRESS,
     PATIENT, REFUSED, SEARCHING, Result, Watch)
 from waiting import PATIENCE

@@ -8,7 +8,7 @@ import pytest
 import fakepanel
 from fakepanel import Identity
 from mvdp import Command
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_mvdpctl, fixture_wire, Terminal, program, DONE, MAC, MAC2, MAC3, NO_ANSWER, NO_MAC,
     OTHER_ADDRESS, REFUSED, SEARCHING, USAGE)
 from waiting import PATIENCE

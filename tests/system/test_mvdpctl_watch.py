@@ -9,10 +9,9 @@ import pytest
 
 import mvdp
 from fakepanel import Identity
-from mvdpctlrun import (  # pylint: disable=unused-import
+from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_wire, process_state, program, Terminal, Watch, DONE, MAC, MAC2, TROUBLE)
 from waiting import PATIENCE, wait_for
-
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
