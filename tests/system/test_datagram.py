@@ -1,9 +1,29 @@
-"""The one buffer that all datagrams are received into: what a short one leaves out is what came before."""
+"""A discovery as literal bytes; and the one buffer, in which a short datagram leaves what came before."""
 
 import mvdp
 from mvdp import Command
 
 REFRESH = ("getInterfaceConfig", "eth0")
+
+
+def test_discovery_is_answered_byte_for_byte(tool):
+    """All other tests take their bytes from mvdp.py; these literals hold it and the service to the layout."""
+    request = bytes.fromhex("5e130603 02 01 01 5a") + bytes(248)
+    assert tool.ask(request).data == bytes.fromhex(
+        "5e130603"      # magic
+        "04 02 01 5a"   # version, packet type, command, tag
+        "050aa8c0"      # address 192.168.10.5, last octet first
+        "00ffffff"      # netmask 255.255.255.0
+        "010aa8c0"      # gateway 192.168.10.1
+        "001a2b3c4d5e"  # MAC address, in transmission order
+        "58020f278d01"  # fixed identity
+        "0000"          # reserved 32
+        "0738ea01"      # partition version 1.234.56.7
+        "0000"          # reserved 38
+        "00000200"      # fixed bytes 40
+        "514d3431332d4a44353632"  # description "QM413-JD562"
+    ) + bytes(53) + bytes(148)    # the rest of the description; reserved 108
+    assert tool.sender == ("192.168.10.5", mvdp.PORT)
 
 
 def test_an_empty_datagram_is_ignored(panel, tool):
