@@ -40,7 +40,7 @@ bool PlanExecution::isBlocked(const PlanStep &step) const
 
 SetResult PlanExecution::send(PlanStep &step)
 {
-    const SetResult result = applySettings(m_exchange, *step.now, step.wanted, m_patience, m_reachedAt);
+    SetResult result = applySettings(m_exchange, *step.now, step.wanted, m_patience, m_reachedAt);
     step.isWhereItTells = result.outcome == Outcome::Applied ||
                           isShownToBeThere(*step.now, m_exchange.transport().localInterfaces());
     for (auto &[mac, addresses] : m_addresses) {
