@@ -7,7 +7,7 @@
 namespace
 {
 
-// More than anybody plans by hand; a file of nothing but separators must not eat the memory.
+// More fields than a plan needs. Bounds the memory for a file that consists of separators.
 const int FieldLimit = 64;
 const std::size_t RecordLimit = 10000;
 
@@ -87,7 +87,7 @@ void CsvReader::passLineEnd()
     ++m_line;
 }
 
-// Some spreadsheets name the separator in a line before the first.
+// Some spreadsheets write the separator into a line before the first record.
 void CsvReader::passSeparatorLine()
 {
     const QString start = QStringLiteral("sep=");

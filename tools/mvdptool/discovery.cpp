@@ -8,8 +8,8 @@ namespace
 
 const int QuietRounds = 2;
 
-// How many of a round's requests each panel answered. One that answered more of them in an earlier round
-// shows that the network loses some.
+// Counts how many of a round's requests each panel answered. A panel that answered more in an earlier round
+// shows that datagrams are lost.
 class AnswerCount
 {
 public:
@@ -51,7 +51,7 @@ public:
 
 private:
     void say(int round);
-    // True when something new came.
+    // True when the round brought a new panel.
     bool listen(int round);
     bool isComplete() const { return m_search.isComplete && m_search.isComplete(m_panels); }
 
@@ -69,7 +69,7 @@ PanelList Discovery::run()
     for (int round = 1; round <= m_search.patience.rounds; ++round) {
         say(round);
         anySent = m_exchange.trySend(m_request, m_search.destinations) || anySent;
-        // A search that waits for something sits out a link that comes and goes.
+        // A search with a condition continues, because the link may come up again.
         if (!anySent && !m_search.isComplete)
             m_exchange.failUnsent();
         m_answers.startRound();

@@ -9,27 +9,29 @@
 #include <optional>
 #include <vector>
 
-// More panels than any plant has on one network: what comes beyond them is a flood of forged replies.
+// More panels than one network has. Replies of further panels are forged.
 constexpr std::size_t PanelLimit = 4096;
 
-// Three rounds are the least (one that finds, two that find nothing more), so forty panels are there in one
-// and a half seconds. An answer that is later than its round counts in the next.
+// A search takes at least three rounds: one that finds panels and two that find no more. With rounds of half
+// a second, forty panels are found in one and a half seconds. A late answer counts in the round in which it
+// arrives.
 constexpr int SearchRounds = 6;
 constexpr std::chrono::milliseconds SearchTimeout(500);
 
 struct Search {
     std::vector<Destination> destinations;
     Patience patience;
-    // Ends the search at once when it becomes true. With one, all rounds are spent until then.
+    // When given, the search ends as soon as this is true, else after all rounds.
     std::function<bool(const PanelList &)> isComplete;
 };
 
-// Looks for panels in rounds. Once one has answered, two rounds in a row that bring nothing new and in which
-// no panel answered less than before end the search: where answers go missing, panels may be missing too. All
-// rounds are spent when none answers. Throws ToolError when no request could be sent.
+// Looks for panels in rounds. Once a panel has answered, the search ends after two rounds in a row in which
+// no new panel answered and no panel answered less often than before. Fewer answers mean that datagrams are
+// lost, and then panels may be missing too. All rounds are used when no panel answers. Throws ToolError when
+// no request could be sent.
 PanelList discoverPanels(Exchange &exchange, const Search &search);
 
-// Asks one panel who it is, as Exchange::ask() does: the panel as it answers, nothing when it does not.
+// Requests the identity of one panel, as Exchange::ask() does. Nothing when the panel does not answer.
 std::optional<Panel> identifyPanel(Exchange &exchange, const MacAddress &mac,
                                    const std::vector<std::vector<Destination>> &ways,
                                    const Patience &patience, const QString &doing);

@@ -42,7 +42,8 @@ private:
     EchoStatistics m_statistics;
 };
 
-// Random bytes behind the header: a stale or foreign echo cannot look like ours, and every bit gets tried.
+// Random bytes behind the header, so that an old or foreign echo cannot be mistaken for ours, and to test
+// every bit.
 Request EchoRun::nextRequest()
 {
     Request request = Request::toAll(MvdpCommand::Echo);
@@ -99,7 +100,8 @@ void EchoRun::take(const Received &received)
         }
         return;
     }
-    // Only the one asked can alter what it was sent; from others it is somebody else's echo.
+    // Only the panel at the address can alter what was sent to it. From others it is the echo of another
+    // request.
     if (verdict == Verdict::Altered && received.source == m_order.address) {
         m_statistics.addAltered();
         m_onEcho({Echo::Altered, received.source, 0, 0});

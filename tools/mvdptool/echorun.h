@@ -8,26 +8,26 @@
 #include <cstdint>
 #include <functional>
 
-// Echoes that one address is to send back.
+// The echoes to send to one address.
 struct EchoOrder {
     std::uint32_t address;
     int count;
-    std::chrono::milliseconds interval; // between two
-    std::chrono::milliseconds timeout;  // after the last
+    std::chrono::milliseconds interval; // between two echoes
+    std::chrono::milliseconds timeout;  // after the last echo
 };
 
-// One that came back.
+// An echo that came back.
 struct Echo {
     enum Kind { First, Again, Altered };
     Kind kind;
     std::uint32_t source;
-    int number;          // which of those sent, from 1; 0 for an altered one
-    double milliseconds; // its round trip; of the first only
+    int number;          // of the request, from 1; 0 for an altered echo
+    double milliseconds; // round-trip time; of the first copy only
 };
 
-// Sends the echoes and counts what comes back, each beforehand told to `onEcho`. Ends when all came back,
-// when the time is over, or soon after `isInterrupted` is true. All bytes behind the header are random.
-// Throws ToolError when one could not be sent.
+// Sends the echoes and counts those that come back; `onEcho` is called for each when it arrives. Ends when
+// all have come back, when the time is over, or soon after `isInterrupted` is true. All bytes behind the
+// header are random. Throws ToolError when an echo could not be sent.
 EchoStatistics runEchoes(Exchange &exchange, const EchoOrder &order,
                          const std::function<void(const Echo &)> &onEcho,
                          const std::function<bool()> &isInterrupted);

@@ -10,7 +10,7 @@ void EchoStatistics::addAnswer(double milliseconds)
     ++m_answered;
 }
 
-// Altered ones may have come more than once each.
+// An altered echo may be counted more than once.
 int EchoStatistics::lost() const
 {
     return std::max(0, m_sent - m_answered - m_altered);

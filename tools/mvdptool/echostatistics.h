@@ -17,7 +17,7 @@ public:
     int duplicates() const { return m_duplicates; }
     bool isComplete() const { return m_answered + m_altered >= m_sent; }
 
-    // Of those that were answered, at least one.
+    // The times of the answered echoes. There must be at least one.
     double least() const { return m_least; }
     double mean() const { return m_sum / m_answered; }
     double most() const { return m_most; }

@@ -19,7 +19,7 @@ struct Patience {
     std::chrono::milliseconds timeout; // of each round
 };
 
-// Requests out, their answers in. Everything that is no answer is counted and dropped here.
+// Sends requests and receives their answers. Datagrams that are no answer are counted and dropped.
 class Exchange
 {
 public:
@@ -28,27 +28,28 @@ public:
     Transport &transport() const { return m_transport; }
     Observer &observer() const { return m_observer; }
 
-    // Throws ToolError: nothing could be sent, for the reason that was the last.
+    // Throws ToolError: nothing could be sent, with the last error as the reason.
     [[noreturn]] void failUnsent() const;
-    // Sends to each destination; fails so when not one of them could be sent to.
+    // Sends to each destination. Throws as failUnsent() when none of them could be sent to.
     void send(const Request &request, const std::vector<Destination> &destinations);
-    // The same, with a warning for what cannot be sent; false when nothing could.
+    // The same, with a warning in place of the exception; false when nothing could be sent.
     bool trySend(const Request &request, const std::vector<Destination> &destinations);
     // The next answer before the deadline.
     std::optional<Received> nextAnswer(const Request &request, Clock::time_point deadline);
-    // The same for a request of which the caller judges the answers by itself.
+    // The next datagram, for a request whose answers the caller judges itself.
     std::optional<Received> nextDatagram(Clock::time_point deadline);
     // Counts a datagram that is no answer, unless it is a late answer to an earlier request of ours.
     void countIgnored(Verdict verdict, const Received &received);
 
-    // Asks in rounds until an answer comes, each time the next way of `ways` and then from the first on
-    // again; a round whose way cannot be sent is not waited for. Nothing when every round brought none.
-    // `doing` is for the line of progress. Throws ToolError when nothing at all could be sent.
+    // Sends the request in rounds until an answer comes. Each round uses the next way of `ways`, and the
+    // first again after the last. A round whose way cannot be sent to is not waited for. Nothing when no
+    // round brought an answer. `doing` is the text of the progress line. Throws ToolError when nothing could
+    // be sent in any round.
     std::optional<Received> ask(const Request &request, const std::vector<std::vector<Destination>> &ways,
                                 const Patience &patience, const QString &doing);
 
     int ignored() const;
-    // One line of a sentence with what was ignored and why.
+    // One line that says what was ignored and why.
     QString ignoredText() const;
 
 private:

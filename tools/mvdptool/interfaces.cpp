@@ -52,7 +52,7 @@ std::vector<NetworkInterface> upInterfaces()
         interface.name = each.humanReadableName();
         interface.isLoopback = flags.testFlag(QNetworkInterface::IsLoopBack);
         interface.hasCarrier = flags.testFlag(QNetworkInterface::IsRunning);
-        // Broadcasts are delivered on the loopback interface although it is not flagged so.
+        // The loopback interface delivers broadcasts although it lacks the flag.
         interface.canBroadcast = interface.isLoopback || flags.testFlag(QNetworkInterface::CanBroadcast);
         interface.canMulticast = flags.testFlag(QNetworkInterface::CanMulticast);
         interface.addresses = ipv4Addresses(each);

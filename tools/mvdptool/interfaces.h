@@ -23,21 +23,21 @@ struct NetworkInterface {
     bool hasCarrier = false;
     bool canBroadcast = false;
     bool canMulticast = false;
-    std::vector<InterfaceAddress> addresses; // IPv4; with none of them nothing can be sent
+    std::vector<InterfaceAddress> addresses; // IPv4; nothing can be sent when empty
 
     bool isOnSubnet(std::uint32_t address) const;
     bool hasAddress(std::uint32_t address) const;
 };
 
-// In the order of their indices, loopback included. Empty when the system does not tell.
+// In the order of their indices, loopback included. Empty when the system does not list them.
 std::vector<NetworkInterface> upInterfaces();
 
-// Those with one of the indices.
+// The interfaces with one of the indices.
 std::vector<NetworkInterface> interfacesAmong(const std::vector<NetworkInterface> &interfaces,
                                               const std::set<unsigned> &indices);
 
-// True when the kernel is set to drop what comes from subnets that it would not send to by this interface.
-// Only Linux has such a setting (rp_filter).
+// True when the kernel drops datagrams from subnets that it would not send to by this interface (rp_filter).
+// Only Linux has this setting.
 bool hasReversePathFilter(const NetworkInterface &interface);
 
 // "eth0" or "eth0 and eth1"

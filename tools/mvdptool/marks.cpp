@@ -28,7 +28,7 @@ std::map<std::uint32_t, int> holders(const std::vector<Panel> &panels)
     return counts;
 }
 
-// What one panel needs a note of its own for; the sentence is empty when it is nothing.
+// A note about this one panel alone; the sentence is empty when there is none.
 MarkNote ownNote(const Panel &panel, const Marks &marks, std::size_t sources)
 {
     if (marks.noIdentity)

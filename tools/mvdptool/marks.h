@@ -8,24 +8,24 @@
 
 #include <vector>
 
-// What an engineer should see at a glance about one panel among those that were found.
+// Conspicuous facts about one panel among those that were found.
 struct Marks {
     bool sharedAddress = false;  // another panel holds the same address
-    bool foreignSubnet = false;  // no address of the interface that heard it is in a subnet with its address
-    bool unknownVersion = false; // it could not read its partition version
-    bool otherSource = false;    // it answered from another address than it tells
+    bool foreignSubnet = false;  // no address of the interface that received its answer is in its subnet
+    bool unknownVersion = false; // its reply has partition version 0
+    bool otherSource = false;    // it answered from another address than its reply reports
     bool sharedMac = false;      // answers under its MAC address came from several addresses
-    bool noIdentity = false;     // its platform service is down: it does not even know its MAC address
+    bool noIdentity = false;     // its platform service is down: its reply has no MAC address
 };
 
 // One entry for each panel of the list, in its sorted order.
 std::vector<Marks> marksOf(const PanelList &panels, const std::vector<NetworkInterface> &interfaces);
 
-// "shared-address", "foreign-subnet" and so on: names that stay, for scripts too.
+// "shared-address", "foreign-subnet" and so on. Scripts rely on these names.
 QStringList markNames(const Marks &marks);
 
-// That answers under one MAC address came from so many addresses, and what may be behind it; without a full
-// stop.
+// Says that answers under one MAC address came from so many addresses, and the possible causes; without a
+// full stop.
 QString sharedMacText(const MacAddress &mac, std::size_t sources);
 
 // What a mark means for some panels: a sentence without a full stop.

@@ -8,25 +8,25 @@
 
 #include <vector>
 
-// What the engine tells a front end while an operation lasts. Called in the operation's thread. A function
-// that is not overridden does nothing.
+// Through this the engine reports to a front end during an operation. Called in the operation's thread. A
+// function that is not overridden does nothing.
 class Observer
 {
 public:
     virtual ~Observer() = default;
 
-    // What is going on, until the next call says otherwise.
+    // The current activity, until the next call.
     virtual void progress(const QString &doing);
-    // What does not work as it should but does not keep the operation from going on.
+    // A problem that does not stop the operation.
     virtual void warning(const QString &sentence);
-    // What made a part of the operation fail; the rest goes on.
+    // The reason why a part of the operation failed; the rest goes on.
     virtual void error(const QString &sentence);
 
-    // A request was sent to these destinations, as far as the system let it.
+    // A request was sent to those of these destinations that the system allowed.
     virtual void sent(const Request &request, const std::vector<Destination> &destinations);
-    // A datagram came in, whatever it is.
+    // A datagram was received, an answer or not.
     virtual void received(const Received &datagram);
-    // It was no answer, and why: "of the wrong length".
+    // The datagram was no answer; `reason` is for example "of the wrong length".
     virtual void ignored(const Received &datagram, const QString &reason);
 };
 

@@ -6,7 +6,7 @@
 namespace
 {
 
-// A bound for what forged replies can make us remember.
+// Bounds the memory that forged replies can take.
 const std::size_t SourceLimit = 16384;
 
 } // namespace
@@ -44,7 +44,7 @@ std::vector<std::uint32_t> Panel::heldAddresses() const
 
 QString Panel::versionText() const
 {
-    // One byte a part, the first part highest: the same shape as an address.
+    // One byte a part, the first part highest, like an address.
     return partitionVersion == 0 ? QString() : ipv4Text(partitionVersion);
 }
 
@@ -64,7 +64,7 @@ QString cleanText(const char *bytes, std::size_t size)
             character = QLatin1Char('?');
         else if (code == 0xA0) // no-break blank
             character = QLatin1Char(' ');
-        else if (code == 0xAD) // soft hyphen: takes a column on some terminals and none on others
+        else if (code == 0xAD) // soft hyphen: its width differs between terminals
             character = QLatin1Char('-');
     }
     while (text.endsWith(QLatin1Char(' ')))

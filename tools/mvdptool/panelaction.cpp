@@ -5,7 +5,7 @@
 namespace
 {
 
-// The answer comes when the platform service has taken the command, which can take a while.
+// The panel answers when the platform service has accepted the command, which can take seconds.
 const std::chrono::seconds AnswerTimeout(10);
 const int HarmlessRounds = 3;
 
@@ -41,7 +41,7 @@ ActionResult sendAction(Exchange &exchange, const Panel &panel, const ActionOrde
         exchange.ask(Request::toMac(order.command, panel.mac), {*way}, order.patience, order.name);
     if (!answer)
         return {ActionResult::NoAnswer, panel};
-    // The resets are answered with the request, which says nothing of the panel.
+    // The resets are answered with the request, which holds nothing about the panel.
     const bool isIdentity = !isAnsweredByTheRequest(static_cast<std::uint8_t>(order.command));
     return {ActionResult::Done, isIdentity ? Panel::fromReply(*answer) : panel};
 }

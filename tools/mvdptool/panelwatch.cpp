@@ -7,7 +7,7 @@
 namespace
 {
 
-// What a change is a change of. How the answer travelled is none.
+// True when the replies differ in nothing that counts as a change. How a reply was addressed does not count.
 bool tellsTheSame(const Panel &one, const Panel &other)
 {
     return one.address == other.address && one.netmask == other.netmask && one.gateway == other.gateway &&

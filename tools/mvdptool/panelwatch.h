@@ -11,26 +11,26 @@
 struct PanelEvent {
     enum Kind { Appeared, Changed, Vanished };
     Kind kind;
-    Panel panel;  // as it is now; for one that vanished, as it was last
-    Panel before; // of one that changed
+    Panel panel;  // its current state; of a panel that vanished, the last one
+    Panel before; // the earlier state of a panel that changed
 };
 
-// "appeared", "changed", "vanished": names that stay, for scripts too.
+// "appeared", "changed", "vanished". Scripts rely on these names.
 const char *eventName(PanelEvent::Kind kind);
 // "192.168.0.10/24 -> 192.168.0.11/24, gateway 192.168.0.1 -> 0.0.0.0"
 QString changesText(const Panel &before, const Panel &now);
 
-// Which panels are there, round by round. Changes are looked at once a round, so that a panel can cause no
-// more than one event in each, whatever it sends.
+// Tracks in rounds which panels are there. Changes are evaluated once a round, so that a panel causes at most
+// one event in each, whatever it sends.
 class PanelWatch
 {
 public:
-    // A panel has vanished when it was not heard in so many rounds in a row.
+    // A panel has vanished when it did not answer in so many rounds in a row.
     explicit PanelWatch(int missedRounds);
 
-    // A reply came. The event is that of a panel that was not there before.
+    // To be called for each reply. The event is that of a new panel.
     std::optional<PanelEvent> hear(const Panel &panel);
-    // A round is over: what changed in it and what has vanished by now.
+    // Ends a round; the events are changes in it and panels that have vanished.
     std::vector<PanelEvent> endRound();
 
     bool knows(const Panel &panel) const;
@@ -38,8 +38,8 @@ public:
 
 private:
     struct Entry {
-        Panel told; // what the last event said
-        Panel last; // what it told last
+        Panel told; // as in the last event
+        Panel last; // as in its last reply
         int missed = 0;
         bool wasHeard = true; // in this round
     };

@@ -29,7 +29,8 @@ void PanelWatcher::run(const std::function<void(const PanelEvent &)> &onEvent,
     }
 }
 
-// A cable that is pulled is no reason to stop: that the panels vanish is what the user wants to see.
+// A failure to send, as with a pulled cable, does not end the watch: the user wants to see that the panels
+// vanish.
 void PanelWatcher::ask()
 {
     const bool canSend = m_exchange.trySend(m_request, m_exchange.transport().everywhere());

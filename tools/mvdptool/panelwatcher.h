@@ -7,22 +7,22 @@
 #include <cstddef>
 #include <functional>
 
-// Asks for panels round by round and tells what becomes of them.
+// Searches for panels round by round and reports the changes.
 class PanelWatcher
 {
 public:
-    // A round is as long as the patience's timeout; a panel that does not answer in as many rounds as the
-    // patience has, one after the other, has vanished.
+    // A round is as long as the patience's timeout. A panel that does not answer in as many rounds in a row
+    // as the patience has, has vanished.
     PanelWatcher(Exchange &exchange, const Patience &patience);
 
-    // Asks for the first time. Throws ToolError when nothing can be sent.
+    // Sends the first request. Throws ToolError when nothing can be sent.
     void start();
-    // Listens and asks again, until soon after `isInterrupted` is true. That nothing can be sent any more is
-    // a warning then.
+    // Receives answers and repeats the request, until soon after `isInterrupted` is true. A request that
+    // cannot be sent is only a warning here.
     void run(const std::function<void(const PanelEvent &)> &onEvent,
              const std::function<bool()> &isInterrupted);
 
-    // How many panels are there.
+    // The number of panels that are there.
     std::size_t size() const { return m_watch.size(); }
 
 private:

@@ -24,7 +24,7 @@ QString titleOf(const PlanStep &step)
     return step.entry.place + QStringLiteral(", ") + macText(step.entry.mac) + QStringLiteral(": ");
 }
 
-// Who would hold each address when the plan is done.
+// The holders of each address after the plan.
 std::map<std::uint32_t, std::vector<MacAddress>> finalHolders(const std::vector<PlanStep> &steps,
                                                               const PanelList &panels)
 {
@@ -48,7 +48,8 @@ QStringList objectionsTo(const PlanStep &step, const PanelList &panels,
                          const std::vector<NetworkInterface> &interfaces)
 {
     const auto heardOn = interfacesAmong(interfaces, panels.interfacesOf(step.entry.mac));
-    // Of this computer's own addresses only: the panels' are looked at together.
+    // Checks only this computer's own addresses; conflicts between panels are checked for the plan as a
+    // whole.
     return targetObjections(step.entry.mac, panels) + settingsObjections(step.wanted) +
            holderObjections(step.wanted.address, step.entry.mac, {}, interfaces) +
            cableObjections(step.wanted.address, heardOn, interfaces) +
@@ -77,10 +78,10 @@ QStringList objectionsTo(const std::vector<PlanStep> &steps, const PanelList &pa
     return objections;
 }
 
-// Puts the changes in an order in which whoever gives an address up comes before whoever takes it.
+// Orders the changes so that an address is freed before another panel takes it.
 void order(std::list<PlanStep> waiting, std::vector<PlanStep> &result)
 {
-    std::map<std::uint32_t, int> held; // by panels that have still to change
+    std::map<std::uint32_t, int> held; // by panels whose change is still to come
     for (const PlanStep &step : waiting) {
         for (const std::uint32_t address : step.now->heldAddresses())
             ++held[address];

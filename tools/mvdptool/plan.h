@@ -10,15 +10,15 @@
 #include <optional>
 #include <vector>
 
-// One panel of a plan beside what a search found of it.
+// One panel of a plan with what a search found of it.
 struct PlanStep {
     PlanEntry entry;
     std::optional<Panel> now; // nothing: not found
     NetworkSettings wanted = {};
-    // It takes the address of a panel that in turn waits for another one's, round in a circle. One of them
-    // has to go first, and two panels then hold one address for a moment.
+    // Several panels take each other's addresses in a circle, and this one is changed first. Two panels then
+    // hold one address for a moment.
     bool opensCircle = false;
-    bool isWhereItTells = true; // see whereabouts.h
+    bool isWhereItTells = true; // the panel has the address that it reports; see whereabouts.h
 
     bool isFound() const { return now.has_value(); }
     bool isAlreadySo() const { return now && isWhereItTells && hasSettings(*now, wanted); }
@@ -26,14 +26,14 @@ struct PlanStep {
 };
 
 struct Plan {
-    // First those that need nothing or were not found, then the changes in an order in which every address is
-    // given up before it is taken.
+    // First the panels that need no change or were not found, then the changes. Their order frees every
+    // address before another panel takes it.
     std::vector<PlanStep> steps;
-    // Why the plan would not work. Looks at the end of the plan: panels may exchange addresses.
+    // Why the plan would not work. Judges the final state: panels may exchange addresses.
     QStringList objections;
 };
 
-// `interfaces` are all of this computer, `isWhereItTells` that of whereabouts.h.
+// `interfaces` are all of this computer; `isWhereItTells` does what the function in whereabouts.h does.
 Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
               const std::vector<NetworkInterface> &interfaces,
               const std::function<bool(const Panel &)> &isWhereItTells);

@@ -26,7 +26,7 @@ SetResult PlanExecution::carryOut(PlanStep &step, bool isForced)
     try {
         return send(step);
     } catch (const ToolError &error) {
-        // The others may still be reached.
+        // Other panels may still be reachable.
         m_exchange.observer().error(error.message);
         return unsent(Outcome::Trouble);
     }

@@ -10,17 +10,17 @@
 #include <utility>
 #include <vector>
 
-// Carries out a plan step by step and keeps track of who has which address meanwhile.
+// Carries out a plan step by step and tracks which panel holds which address.
 class PlanExecution
 {
 public:
-    // `panels` are those that were found. The patience is with each panel; `reachedAt` as in ways.h.
+    // `panels` are those that were found. The patience applies to each panel; for `reachedAt` see ways.h.
     PlanExecution(Exchange &exchange, const PanelList &panels, const Patience &patience,
                   std::optional<std::uint32_t> reachedAt);
 
-    // Sets the panel of the step and takes over into the step what the panel told last. An address that
-    // another panel still holds is Blocked, unless it is forced or the step opens a circle. What this
-    // computer cannot send is told to the observer as an error.
+    // Applies the step's settings to its panel and stores the panel's last reply in the step. Blocked when
+    // another panel still holds the address, unless it is forced or the step opens a circle. What this
+    // computer cannot send is reported to the observer as an error.
     SetResult carryOut(PlanStep &step, bool isForced);
 
     bool isHeldByAnother(std::uint32_t address, const MacAddress &own) const;
@@ -32,7 +32,7 @@ private:
     Exchange &m_exchange;
     Patience m_patience;
     std::optional<std::uint32_t> m_reachedAt;
-    // Of all panels, as far as known by now.
+    // Of all panels, as last known.
     std::vector<std::pair<MacAddress, std::vector<std::uint32_t>>> m_addresses;
 };
 

@@ -28,7 +28,7 @@ const QStringList &settingColumns()
     return columns;
 }
 
-// What 'discover' tells besides. A plan may keep it; it is not looked at.
+// The other columns of 'discover'. A plan may keep them; they are ignored.
 bool isOverlooked(const QString &column)
 {
     static const QSet<QString> columns = {
@@ -49,7 +49,7 @@ bool isOverlooked(const QString &column)
     throw ToolError{ToolError::BadInput, message, advice};
 }
 
-// Gathers mistakes, so that a user sees all of them at once.
+// Collects mistakes, so that the user sees all of them at once.
 class PlanBuilder
 {
 public:
@@ -168,11 +168,11 @@ std::vector<PlanEntry> fromCsv(const QString &text)
     return builder.entries();
 }
 
-// True and the cell's text for values that a setting can have in JSON: null, a text, or a prefix length.
+// For values that a setting can have in JSON (null, a text, or a prefix length): true, and the cell's text.
 bool cellOf(const QJsonValue &value, QString &text)
 {
     if (value.isDouble()) {
-        // No such number, as 33 is none, stands for fractions and what no integer can hold.
+        // 33 is no prefix length; toInt() returns it for fractions and for numbers beyond an integer.
         const int length = value.toInt(33);
         text = QString::number(length);
         return length >= 0 && length <= 32;
@@ -222,7 +222,7 @@ std::vector<PlanEntry> parsePlan(const QByteArray &bytes, PlanFormat format)
 {
     if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
         throwPlan(QStringLiteral("the file is in UTF-16: save it as UTF-8"));
-    // Qt 5 would read as far as the first and take that for the whole plan.
+    // Qt 5 would read up to the first NUL and take that for the whole plan.
     if (bytes.contains('\0'))
         throwPlan(QStringLiteral("the file has zero bytes in it, so it is no text"));
     const QByteArray content = bytes.startsWith("\xEF\xBB\xBF") ? bytes.mid(3) : bytes;

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-// What a plan asks of one panel.
+// The settings that a plan has for one panel.
 struct PlanEntry {
     QString place; // "line 3" or "entry 2", for messages
     MacAddress mac = {};
@@ -17,12 +17,12 @@ struct PlanEntry {
 
 enum class PlanFormat { Csv, Json };
 
-// Pure functions of the bytes. Both take what 'discover' prints as well, and overlook the columns in it that
-// nobody can set. Throw ToolError, which names every mistake (the first twenty) by its
-// place.
+// Pure functions of the bytes. Both accept the output of 'discover' and ignore those of its columns that
+// cannot be set. Throw ToolError, which names every mistake (the first twenty) by its place.
 std::vector<PlanEntry> parsePlan(const QByteArray &bytes, PlanFormat format);
 
-// Reads a file whose name ends in .csv or .json. Throws ToolError when it is another or cannot be read.
+// Reads a file whose name ends in .csv or .json. Throws ToolError for another name and for a file that cannot
+// be read.
 std::vector<PlanEntry> readPlan(const QString &path);
 
 #endif // PLANFILE_H

@@ -34,8 +34,8 @@ const CommandFacts *factsOf(std::uint8_t command)
     return found == std::end(Commands) ? nullptr : found;
 }
 
-// An echo comes back untouched; the resets change the packet type and nothing else, so that their answers
-// keep the version byte of the request. What a short request leaves open the panel fills with old bytes.
+// An echo is sent back unchanged. The resets change only the packet type, so their answers keep the version
+// byte of the request. The bytes beyond a short request are what the panel's buffer held before.
 bool isRequestSentBack(const Request &request, const Received &received)
 {
     MvdpDatagram expected = request.datagram;

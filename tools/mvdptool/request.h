@@ -7,13 +7,13 @@
 
 #include <cstddef>
 
-// A request and what makes a datagram its answer.
+// A request, and the conditions for its answers.
 struct Request {
     MvdpDatagram datagram;
-    std::size_t length = MvdpDatagram::Size; // how many bytes of it travel
+    std::size_t length = MvdpDatagram::Size; // how many of its bytes are sent
     bool forOneMac = false;                  // an answer must carry the MAC address of the request
 
-    // Every panel that hears it.
+    // A request to every panel that receives it.
     static Request toAll(MvdpCommand command);
     static Request toMac(MvdpCommand command, const MacAddress &mac);
 };
@@ -28,14 +28,14 @@ enum class Verdict {
 };
 constexpr std::size_t VerdictCount = static_cast<std::size_t>(Verdict::Altered) + 1; // the last one
 
-// Says what a received datagram is to this request. Only an Answer may be looked into further.
+// Judges a received datagram as an answer to this request. Only the content of an Answer may be used.
 Verdict judge(const Request &request, const Received &received);
 
 // True for commands that a panel answers with the request itself instead of its identity.
 bool isAnsweredByTheRequest(std::uint8_t command);
 // True for commands that change or restart a panel.
 bool isDestructive(std::uint8_t command);
-// "discover", "set address" ...; "unknown" for codes that no panel knows.
+// "discover", "set address" and so on; "unknown" for codes that are not in the protocol.
 const char *commandName(std::uint8_t command);
 
 #endif // REQUEST_H

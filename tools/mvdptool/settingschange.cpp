@@ -11,10 +11,10 @@
 namespace
 {
 
-// A panel changes its settings within a second or two; asking more often than this finds out no sooner.
+// A panel changes its settings within a second or two; shorter rounds would not detect the change sooner.
 const std::chrono::milliseconds CheckTimeout(1000);
 
-// Zeros name no panel: what another one tells must not pass for this one's answer.
+// Finds no panel for an all-zero MAC address, since several panels may report that.
 const Panel *findIn(const PanelList &panels, const MacAddress &mac)
 {
     return isZero(mac) ? nullptr : panels.find(mac);
@@ -73,7 +73,7 @@ Outcome SettingsChange::outcome(Panel &panel)
             return Outcome::Refused;
         }
     }
-    // The reply alone proves little, and its absence too: the panel's interface goes down while it changes.
+    // The reply is not proof, nor is its absence: the panel's interface goes down during the change.
     if (verify(panel))
         return Outcome::Applied;
     if (m_heardAgain && hasSettings(panel, m_settings))
@@ -93,7 +93,7 @@ std::optional<Received> SettingsChange::sendSettings(const Panel &panel)
                           QStringLiteral("setting ") + macText(panel.mac));
 }
 
-// What this computer cannot send any more is no news of the panel.
+// A failure to send says nothing about the panel.
 PanelList SettingsChange::searchAsFarAsPossible(const Search &search)
 {
     try {
@@ -104,7 +104,7 @@ PanelList SettingsChange::searchAsFarAsPossible(const Search &search)
     }
 }
 
-// Takes over what the panel tells, if the search finds it.
+// Stores the panel's last reply, if the search finds the panel.
 bool SettingsChange::isHeardWithSettings(Panel &panel, const Search &search)
 {
     const PanelList panels = searchAsFarAsPossible(search);
@@ -134,7 +134,7 @@ bool SettingsChange::verify(Panel &panel)
         return false;
     if (isWhereItTells(panel, m_exchange))
         return true;
-    // It may tell them before it has moved.
+    // The panel may report the new settings before they are in force.
     const int rounds = roundsLeft();
     if (rounds <= 0)
         return false;
@@ -148,7 +148,7 @@ bool SettingsChange::verify(Panel &panel)
 
 struct OutcomeFacts {
     const char *name;
-    const char *sentence; // %1 the panel, %2 settings asked for
+    const char *sentence; // %1 the panel, %2 the wanted settings
 };
 
 const OutcomeFacts &factsOf(Outcome outcome)

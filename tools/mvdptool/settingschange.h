@@ -12,45 +12,45 @@
 #include <cstdint>
 #include <optional>
 
-// What became of new settings for one panel.
+// The outcome of a change of one panel's settings.
 enum class Outcome {
     Applied,
     AlreadySo,  // the panel had them before, so nothing was sent
-    Refused,    // the panel's reply says so
-    Unchanged,  // the panel's reply says applied, yet it still shows other settings
-    Elsewhere,  // the panel tells the settings, but is not where it tells to be
-    Unverified, // the reply says applied, then the panel was not heard again
+    Refused,    // by the panel's reply
+    Unchanged,  // applied by its reply, but the panel still reports other settings
+    Elsewhere,  // the panel reports the settings, but does not have the address
+    Unverified, // applied by its reply, but the panel did not answer afterwards
     NoAnswer,
     NotFound, // no search found the panel, so nothing was sent
     Blocked,  // another panel still holds the address, so nothing was sent
     Trouble,  // this computer could not send
-    NotTried, // the user interrupted before it
+    NotTried, // the user interrupted before this panel
 };
 constexpr std::size_t OutcomeCount = static_cast<std::size_t>(Outcome::NotTried) + 1; // the last one
 
-// A name that stays, for scripts too.
+// Scripts rely on these names.
 const char *outcomeName(Outcome outcome);
-// What happened: with a full stop when all is well, without when something may be added.
+// A sentence; it ends in a full stop only when the outcome is good, for else advice may follow.
 QString outcomeSentence(Outcome outcome, const MacAddress &mac, const NetworkSettings &wanted);
 
 struct SetResult {
     Outcome outcome = Outcome::NoAnswer;
-    bool isHeard = false; // the panel was heard after it had been sent the settings
-    // Why the settings keep a panel that is not heard again from being heard; see deafnessText().
+    bool isHeard = false; // the panel answered after the settings were sent
+    // Why the settings keep the panel's answers from this computer; see deafnessText().
     QString deafness;
-    QString heardOn; // the interfaces on which it was heard before: "eth0"
+    QString heardOn; // the interfaces that received its answers before: "eth0"
 };
 
 // For a panel to which nothing was sent.
 SetResult unsent(Outcome outcome);
 
-// The time in which a panel is waited for: first for its answer, then for it to be heard with the settings.
+// The rounds in which a panel is waited for: first for its answer, then for its new settings in a search.
 constexpr int SetRounds = 3;
 constexpr std::chrono::seconds SetTimeout(5);
 
-// Sends settings to a panel, at `reachedAt` alone if that is given, and finds out by a fresh search what
-// became of them. `panel` is then what the panel last told. Safe to repeat: a panel may be told the same
-// settings twice, so each attempt goes another way. Throws ToolError when they could not be sent.
+// Sends settings to a panel, only to `reachedAt` if that is given, and verifies the result by a new search.
+// `panel` is then as in its last reply. A setting may be repeated without harm, so each attempt goes by
+// another way. Throws ToolError when the settings could not be sent.
 SetResult applySettings(Exchange &exchange, Panel &panel, const NetworkSettings &settings,
                         const Patience &patience, std::optional<std::uint32_t> reachedAt);
 

@@ -21,7 +21,7 @@ QString specialAddress(std::uint32_t address)
     return QString();
 }
 
-// What an address is within its subnet; empty for one that a host can have.
+// The special use of an address in its subnet; empty for a host address.
 QString specialInSubnet(std::uint32_t address, std::uint32_t netmask)
 {
     const std::uint32_t hostBits = ~netmask;

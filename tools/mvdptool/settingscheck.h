@@ -16,7 +16,7 @@ struct NetworkSettings {
     std::uint32_t gateway; // 0: none
 };
 
-// What is not given stays as the panel has it.
+// A setting that is not given stays as it is in the panel.
 struct WantedSettings {
     std::optional<std::uint32_t> address;
     std::optional<std::uint32_t> netmask;
@@ -39,30 +39,31 @@ inline WantedSettings allOf(const NetworkSettings &settings)
     return {settings.address, settings.netmask, settings.gateway};
 }
 
-// What it tells; whether that is in force is another matter, see whereabouts.h.
+// Compares with the reported settings. Whether they are in force is decided in whereabouts.h.
 inline bool hasSettings(const Panel &panel, const NetworkSettings &settings)
 {
     return panel.address == settings.address && panel.netmask == settings.netmask &&
            panel.gateway == settings.gateway;
 }
 
-// Why these settings would not work, one sentence each; empty when nothing speaks against them. A panel
-// takes whatever it is told, so this is the only check that there is.
+// Why these settings would not work, one sentence each; empty when there is no objection. A panel accepts any
+// settings, so this is the only check.
 QStringList settingsObjections(const NetworkSettings &settings);
 
-// Why a request to this MAC address may reach more than the one panel that is meant.
+// Why a request to this MAC address may reach more than the one panel.
 QStringList targetObjections(const MacAddress &mac, const PanelList &panels);
 
-// Who else holds the address: another panel, or this computer.
+// The other holders of the address: panels, or this computer.
 QStringList holderObjections(std::uint32_t address, const MacAddress &own, const std::vector<Panel> &others,
                              const std::vector<NetworkInterface> &interfaces);
 
-// That the address is in the subnet of another of this computer's interfaces than those that heard the panel.
+// An objection when the address is in the subnet of an interface of this computer that did not receive the
+// panel's answers.
 QStringList cableObjections(std::uint32_t address, const std::vector<NetworkInterface> &heardOn,
                             const std::vector<NetworkInterface> &interfaces);
 
-// That this computer will not hear the panel any more. Says nothing of settings to which settingsObjections()
-// has something to say.
+// An objection when the panel's answers will no longer reach this computer. None for settings to which
+// settingsObjections() objects.
 QStringList deafnessObjections(const NetworkSettings &settings, const Panel &panel,
                                const std::vector<NetworkInterface> &heardOn);
 

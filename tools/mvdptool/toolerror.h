@@ -3,13 +3,13 @@
 
 #include <QtCore/QString>
 
-// Thrown where the engine cannot go on. Each function that throws says so.
+// Thrown where the engine cannot go on. Each function that throws says so in its comment.
 struct ToolError {
     enum Kind {
-        BadInput,       // what was given cannot be read or cannot be meant
+        BadInput,       // an argument is malformed or makes no sense
         BadPlan,        // a plan has mistakes
         NetworkTrouble, // this computer's network does not allow it
-        PortTaken,      // the UDP port that was asked for cannot be had
+        PortTaken,      // the wanted UDP port is not available
         NothingSent,    // no datagram of a request could be sent
     };
 

@@ -19,7 +19,7 @@ namespace
 const int GroupHopLimit = 16;
 // Forty panels answer a broadcast at the same moment, each three times.
 const int ReceiveBufferBytes = 1 << 20;
-// How long a full send buffer is waited for: a slow link drains it much sooner.
+// The longest wait for a full send buffer; even a slow link drains it much sooner.
 const int SendPatienceMilliseconds = 5000;
 
 bool isMulticast(std::uint32_t address)
@@ -33,8 +33,8 @@ Destination throughInterface(const NetworkInterface &interface, std::uint32_t ad
     return {address, interface.index, interface.addresses.front().address};
 }
 
-// Port 0 takes a free one, but never the panels' own, which systems hand out now and then: replies to all, by
-// broadcast or to the group, would reach the panels themselves, and an echo is one more request to them.
+// Port 0 takes a free port other than the panels' own, which systems also hand out. On that port replies by
+// broadcast or to the group would reach the panels themselves, and an echo would be a request to them.
 std::unique_ptr<QUdpSocket> boundSocket(std::uint16_t port)
 {
     auto socket = std::make_unique<QUdpSocket>();
@@ -199,7 +199,7 @@ std::vector<Destination> Transport::towardsOn(unsigned interfaceIndex, std::uint
 
 bool Transport::hasRouteTo(std::uint32_t address)
 {
-    // Sends nothing: the system only chooses the way.
+    // Sends nothing; connecting selects the route.
     QUdpSocket probe;
     probe.setProxy(QNetworkProxy::NoProxy);
     probe.connectToHost(QHostAddress(address), MvdpDatagram::Port);
@@ -218,7 +218,7 @@ bool Transport::send(const std::uint8_t *bytes, std::size_t size, const Destinat
     do {
         errno = 0;
         sent = m_socket->writeDatagram(datagram);
-        isBufferFull = sent == -2 || (sent < 0 && errno == EAGAIN); // -2 is how Qt has it
+        isBufferFull = sent == -2 || (sent < 0 && errno == EAGAIN); // -2 is Qt's code for it
     } while (isBufferFull &&
              waitForSocket(m_socket->socketDescriptor(), SocketEvent::Writable, SendPatienceMilliseconds));
     const int error = errno;
@@ -234,7 +234,7 @@ bool Transport::send(const std::uint8_t *bytes, std::size_t size, const Destinat
 
 std::optional<Received> Transport::receive(Clock::time_point deadline)
 {
-    // The clock is read before each datagram: a flood of junk must not keep the program past its time.
+    // The clock is read before each datagram, so that a flood of datagrams cannot extend the wait.
     for (;;) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
         if (left.count() <= 0)
@@ -269,7 +269,7 @@ std::optional<Received> Transport::receiveWaiting()
     return received;
 }
 
-// On the panels' own port a request to all comes back to the one who sent it.
+// When bound to the panels' own port, the socket receives its own requests to all.
 bool Transport::isOwn(const Received &received) const
 {
     return received.sourcePort == localPort() && std::any_of(m_interfaces.begin(), m_interfaces.end(),

@@ -25,17 +25,17 @@ struct TransportOptions {
 struct Destination {
     std::uint32_t address = 0;
     unsigned interfaceIndex = 0;     // 0: the routing table decides
-    std::uint32_t sourceAddress = 0; // for systems that choose the interface by it
+    std::uint32_t sourceAddress = 0; // some systems choose the interface by it
 };
 
-// How a datagram was addressed to us. A panel answers senders outside its own subnet by broadcast or to the
-// group, so this tells an engineer which panels are on another subnet.
+// How a datagram was addressed. A panel answers senders outside its own subnet by broadcast or multicast, so
+// this shows which panels are on another subnet.
 enum class Way { Unicast, Broadcast, Multicast };
 QString wayName(Way way);
 
 struct Received {
-    MvdpDatagram datagram;  // what was beyond `length` is zero
-    std::size_t length = 0; // as it travelled, which can be more than MvdpDatagram::Size
+    MvdpDatagram datagram;  // zero beyond `length`
+    std::size_t length = 0; // of the received datagram; can be more than MvdpDatagram::Size
     std::uint32_t source = 0;
     std::uint16_t sourcePort = 0;
     unsigned interfaceIndex = 0;
@@ -47,44 +47,45 @@ struct Received {
 class Transport
 {
 public:
-    // Throws ToolError when the socket cannot be had or the interface is not there.
+    // Throws ToolError when the socket cannot be bound or the interface does not exist.
     explicit Transport(const TransportOptions &options);
     ~Transport();
     Transport(const Transport &) = delete;
     Transport &operator=(const Transport &) = delete;
 
-    // Those that are used.
+    // The interfaces in use.
     const std::vector<NetworkInterface> &interfaces() const { return m_interfaces; }
-    // All of this computer that are up, used or not, loopback included.
+    // All interfaces of this computer that are up, in use or not, loopback included.
     const std::vector<NetworkInterface> &localInterfaces() const { return m_localInterfaces; }
-    // Those that would be used if they had an IPv4 address.
+    // Interfaces that are not used because they have no IPv4 address.
     const QStringList &interfacesWithoutAddress() const { return m_interfacesWithoutAddress; }
     QString interfaceName(unsigned index) const;
     std::uint16_t localPort() const;
 
     // Limited broadcast, the directed broadcast of each address and the group, on each interface.
     std::vector<Destination> everywhere() const;
-    // Limited broadcast alone, once on each interface: for requests that must not be carried out thrice.
+    // The limited broadcast only, once on each interface: for requests that must not be carried out more than
+    // once.
     std::vector<Destination> limitedBroadcasts() const;
-    // One address, whatever it is: broadcast and multicast addresses go out on each interface, any other on
-    // the one that was chosen, or else as the routing table has it.
+    // Broadcast and multicast addresses go out on each interface, any other on the chosen interface or,
+    // without one, by the routing table.
     std::vector<Destination> towards(std::uint32_t address) const;
-    // The limited broadcast, a multicast address or an address on the interface's own wire, on one interface;
-    // nothing where that cannot carry it.
+    // The limited broadcast, a multicast address or an address on the interface's own link, on one interface;
+    // empty where the interface cannot carry it.
     std::vector<Destination> towardsOn(unsigned interfaceIndex, std::uint32_t address) const;
     // True for multicast and broadcast addresses, those of our own subnets included.
     bool reachesMany(std::uint32_t address) const { return wayTo(address) != Way::Unicast; }
 
-    // False when the routing table leads nowhere for the address.
+    // False when the routing table has no route to the address.
     static bool hasRouteTo(std::uint32_t address);
 
-    // False when the system refused; problems() then has one more line, unless it had that one already.
+    // False when the system refused; problems() then has one more line, unless it has the same line already.
     bool send(const std::uint8_t *bytes, std::size_t size, const Destination &destination);
 
-    // The next datagram that is there before `deadline`.
+    // The next datagram that arrives before `deadline`.
     std::optional<Received> receive(Clock::time_point deadline);
 
-    // What does not work as it should but does not stop the program, each problem once.
+    // Problems that do not stop the program, each once.
     const QStringList &problems() const { return m_problems; }
 
 private:

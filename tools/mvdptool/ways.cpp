@@ -18,7 +18,7 @@ std::vector<std::vector<Destination>> waysTo(const Panel &panel, const Transport
     std::vector<std::vector<Destination>> ways;
     for (const std::uint32_t toAll : {LimitedBroadcast, std::uint32_t(MvdpDatagram::MulticastGroup)}) {
         const auto way = transport.towardsOn(panel.interfaceIndex, toAll);
-        // Panels that do not know their MAC address would all feel addressed.
+        // Panels without a MAC address would all carry out a request to the zero address.
         if (!way.empty() && !isZero(panel.mac))
             ways.push_back(way);
     }

@@ -8,15 +8,15 @@
 #include <optional>
 #include <vector>
 
-// The ways that requests take. `reachedAt` is an address given for the panel that is meant, such as one
-// behind a router that no broadcast passes.
+// The destinations of requests. `reachedAt` is an address given for one panel, for example one behind a
+// router that forwards no broadcast.
 
-// Every way out of this computer, and towards that address.
+// Every destination of this computer, and that address.
 std::vector<Destination> everyWay(const Transport &transport, std::optional<std::uint32_t> reachedAt);
 
-// How the one panel can be reached for a request that must not come by three ways at once, best way first:
-// the address alone when there is one. Broadcast needs neither an address of ours in the panel's subnet nor
-// that the panel alone holds its address.
+// The ways to one panel, best first, for a request that must not arrive several times; with `reachedAt` only
+// that. Broadcast comes first: it needs no address in the panel's subnet and works also when another panel
+// holds the same address.
 std::vector<std::vector<Destination>> waysTo(const Panel &panel, const Transport &transport,
                                              std::optional<std::uint32_t> reachedAt);
 

@@ -8,7 +8,7 @@
 namespace
 {
 
-// By the panel's netmask, for it is the panel that decides by it how to answer.
+// By the panel's netmask, because the panel uses it to choose how to answer.
 bool isAnyInSubnetOf(const NetworkSettings &settings, const std::vector<NetworkInterface> &interfaces)
 {
     return std::any_of(interfaces.begin(), interfaces.end(), [&settings](const NetworkInterface &interface) {
@@ -24,7 +24,7 @@ bool isBehindTranslation(const Panel &panel, const std::vector<NetworkInterface>
     return panel.way == Way::Unicast && !isAnyInSubnetOf(settingsOf(panel), interfaces);
 }
 
-// A gateway outside the subnet is not counted on: most systems refuse such a route.
+// A gateway outside the subnet does not count: most systems refuse such a route.
 bool hasGateway(const NetworkSettings &settings)
 {
     return settings.gateway != 0 && settings.gateway != settings.address &&
@@ -36,7 +36,7 @@ bool answersAtItsAddress(const Panel &panel, Exchange &exchange)
     const Transport &transport = exchange.transport();
     if (panel.address == 0 || isZero(panel.mac) || transport.reachesMany(panel.address))
         return false;
-    // On the panel's own wire no route is needed.
+    // On the panel's own link no route is needed.
     std::vector<Destination> there = transport.towardsOn(panel.interfaceIndex, panel.address);
     if (Transport::hasRouteTo(panel.address)) {
         const auto routed = transport.towards(panel.address);
@@ -47,7 +47,7 @@ bool answersAtItsAddress(const Panel &panel, Exchange &exchange)
                              QStringLiteral("asking at ") + ipv4Text(panel.address))
             .has_value();
     } catch (const ToolError &) {
-        return false; // what cannot be sent there proves nothing
+        return false; // a failure to send proves nothing
     }
 }
 
