@@ -5,7 +5,7 @@
 #include "failure.h"
 #include "terminal.h"
 
-// A command that has one panel do something and carries no settings.
+// A command without settings for one panel.
 struct Action {
     MvdpCommand command;
     const char *name;     // in JSON and CSV
@@ -13,8 +13,8 @@ struct Action {
     const char *done;     // %1 is the panel
 };
 
-// Finds the panel, asks if need be, sends the command, and reports it as done when the panel itself has said
-// so.
+// Finds the panel, asks for consent if needed, sends the command, and reports it as done when the panel
+// itself has confirmed it.
 ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal);
 
 #endif // ACTION_H

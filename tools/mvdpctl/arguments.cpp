@@ -76,7 +76,7 @@ Arguments::Arguments(const QStringList &words, const Grammar &grammar)
     if (isSet("help"))
         return;
     for (const Option &option : options) {
-        // Which of two was meant cannot be known.
+        // It is not known which of the two was meant.
         if (!option.isRepeatable && texts(option.name).size() > 1)
             throwUsage(QStringLiteral("--%1 is there more than once").arg(QLatin1String(option.name)));
     }
@@ -129,7 +129,7 @@ std::optional<std::chrono::milliseconds> Arguments::seconds(const char *option) 
         return std::nullopt;
     bool isNumber = false;
     const double value = text(option).toDouble(&isNumber);
-    // Written so that "nan" is refused as well.
+    // This form of the condition also refuses NaN.
     if (!isNumber || !(value >= 0.001 && value <= LongestSeconds)) {
         throwUsage(QStringLiteral("--%1 takes seconds from 0.001 to %2, not '%3'")
                        .arg(QLatin1String(option))

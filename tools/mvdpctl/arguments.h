@@ -21,9 +21,9 @@ struct Option {
     bool isRepeatable = false;
 };
 
-// What a command line may hold, for one command.
+// The options and words that one command accepts.
 struct Grammar {
-    std::vector<Option> options; // besides the common ones
+    std::vector<Option> options; // without the common ones
     int leastWords = 0;
     int mostWords = 0;
 };
@@ -31,7 +31,7 @@ struct Grammar {
 // The options that every command takes.
 const std::vector<Option> &commonOptions();
 
-// A parsed command line. Every getter throws Failure with ExitCode::Usage when the text does not fit.
+// A parsed command line. Every getter throws Failure with ExitCode::Usage for a malformed value.
 class Arguments
 {
 public:
@@ -47,7 +47,7 @@ public:
     std::optional<std::uint32_t> netmask(const char *option) const;
     std::optional<MacAddress> mac(const char *option) const;
     std::optional<int> number(const char *option, int least, int most) const;
-    // Seconds, with a decimal point if need be.
+    // Seconds, decimals allowed.
     std::optional<std::chrono::milliseconds> seconds(const char *option) const;
 
     TransportOptions transportOptions() const;

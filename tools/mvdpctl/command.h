@@ -14,7 +14,7 @@ struct Command {
     const char *name;
     const char *synopsis; // its arguments, as the help shows them
     const char *summary;  // one line
-    const char *details;  // what else the help tells; paragraphs of whole lines
+    const char *details;  // the rest of the help; paragraphs of whole lines
     Grammar grammar;
     ExitCode (*run)(const Arguments &arguments, Terminal &terminal);
 };

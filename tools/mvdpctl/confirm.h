@@ -7,14 +7,15 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-// To be called before anything is sent: throws Failure when neither --yes is given nor anybody can be asked.
+// To be called before anything is sent. Throws Failure when --yes is not given and there is no terminal to
+// ask on.
 void requireConsent(const Arguments &arguments, const Terminal &terminal, const QString &what);
 
 // Asks, unless --yes is given; throws Failure when the answer is no.
 void askConsent(const Arguments &arguments, Terminal &terminal, const QString &question);
 
-// Says what speaks against sending; throws Failure with this advice if anything does, unless it is forced.
-// Then each objection is a warning.
+// Throws Failure with the objections and this advice when there are any. When forced, prints each objection
+// as a warning instead.
 void weighObjections(const QStringList &objections, bool isForced, Terminal &terminal,
                      const QString &advice = QString());
 

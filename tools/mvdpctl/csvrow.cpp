@@ -10,7 +10,7 @@
 namespace
 {
 
-// As JSON has them: every digit, and whole ones without an exponent.
+// As in JSON: every digit, and integers without an exponent.
 QString numberText(double number)
 {
     const double exactWhole = 9007199254740992.0; // 2 to the power of 53

@@ -33,7 +33,8 @@ void report(const PanelList &panels, Session &session)
         writer.note(line);
 }
 
-// The given addresses, or every way out. `expected` gets those that each have one panel to answer.
+// A search at the given addresses, or everywhere. `expected` receives the addresses that one panel each is to
+// answer from.
 Search searchOf(const std::vector<std::uint32_t> &addresses, const Session &session,
                 std::vector<std::uint32_t> &expected)
 {

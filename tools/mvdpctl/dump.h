@@ -7,7 +7,7 @@
 
 #include <cstddef>
 
-// The bytes sixteen a line with their offsets, runs of equal lines shown once and then as "*".
+// Sixteen bytes a line with their offsets. A run of equal lines is shown once and then as "*".
 QString hexLines(const std::uint8_t *bytes, std::size_t size);
 
 // The fields of a datagram for people, one group a line, safe to print. Fields beyond `length` are left out.

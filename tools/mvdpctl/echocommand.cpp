@@ -67,7 +67,7 @@ QStringList lines(const EchoStatistics &statistics)
                         .arg(statistics.most(), 0, 'f', 2)};
 }
 
-// The panel has been heard in the search, so neither its power nor its cable is to blame.
+// The panel answered the search, so neither its power nor its cable is the cause.
 const char ForeignSubnetAdvice[] =
     "It was heard by broadcast or multicast, but an echo goes to its address, which is on no subnet of this "
     "computer: name the --interface to it, give this computer an address there, or the panel one here with "
@@ -102,7 +102,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     const std::uint32_t address = session.reachedAt().value_or(panel.source);
     if (!session.reachedAt() && !arguments.isSet("interface"))
         requireRoute(address);
-    // Ctrl-C ends the command with its statistics, as people know it from ping.
+    // Ctrl-C ends the command with its statistics, as with ping.
     const InterruptGuard guard;
     const auto print = [&session](const Echo &echo) {
         session.writer->print({QStringLiteral("%1: %2").arg(ipv4Text(echo.source), text(echo))});

@@ -7,7 +7,7 @@
 namespace
 {
 
-// What a search found was told to everybody; what is shown was told to this question.
+// A search finds panels by broadcast; the output shows the answer to a request to this panel alone.
 std::optional<Panel> identify(const Panel &found, Session &session)
 {
     return identifyPanel(session.exchange, found.mac, waysTo(found, session.transport, session.reachedAt()),
@@ -19,7 +19,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     const PanelName name = panelNameFromText(arguments.words().first());
     Session session(arguments, terminal);
     const Panel found = findTarget(session);
-    // A panel that is named by its MAC address has been asked by it already.
+    // A panel named by its MAC address has already answered such a request.
     const auto panel = name.mac ? found : identify(found, session);
     if (!panel)
         throw Failure{ExitCode::NoAnswer, QStringLiteral("%1 is not heard any more").arg(panelLabel(found)),

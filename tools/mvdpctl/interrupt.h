@@ -3,9 +3,9 @@
 
 #include "platform.h"
 
-// While one lives, the first Ctrl-C and the first request to terminate do not end the program: the command
-// sees them and ends by itself, in order. The second ends the program at once, for a command that does not
-// come to its end. One guard at a time.
+// While an object exists, the first SIGINT or SIGTERM does not end the program; the command checks for it and
+// ends in an orderly way. The second ends the program at once, in case the command does not end. One guard at
+// a time.
 class InterruptGuard
 {
 public:

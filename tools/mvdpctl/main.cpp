@@ -69,8 +69,8 @@ ExitCode run(const QStringList &words, Terminal &terminal)
     return ExitCode::Done;
 }
 
-// Qt's own remarks, on the locale or on an option that a socket lacks, are not for the tool's user: what of
-// it matters is told as a Failure.
+// Qt's own messages, on the locale or on an unsupported socket option, do not concern the user. Relevant
+// errors are reported as a Failure.
 void dropRemark(QtMsgType, const QMessageLogContext &, const QString &) {}
 
 } // namespace
@@ -78,15 +78,14 @@ void dropRemark(QtMsgType, const QMessageLogContext &, const QString &) {}
 int main(int argc, char *argv[])
 {
     Terminal terminal(prepareStreams());
-    const QStringList words = commandLineWords(argc, argv); // before Qt takes out those that it knows
+    const QStringList words = commandLineWords(argc, argv); // before Qt removes its own options
     qInstallMessageHandler(dropRemark);
     const QCoreApplication application(argc, argv);
-    // Qt has set the user's locale; the reasons that the system gives for failures belong into English
-    // sentences.
+    // Qt has set the user's locale; the system's error texts are parts of English sentences.
     std::setlocale(LC_ALL, "C");
     try {
         const ExitCode code = run(words, terminal);
-        // Every failed write of the run is remembered there.
+        // The stream's error flag covers every failed write of the run.
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
             throw Failure{ExitCode::NetworkTrouble, QStringLiteral("the result could not be written"),
                           QStringLiteral("See whether the disk is full; what was sent to panels was sent.")};

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-// The notes as sentences below a panelTable(), each behind the sign that the table has for its mark.
+// The notes as sentences below a panelTable(), each after the sign that the table uses for its mark.
 QStringList markLines(const std::vector<MarkNote> &notes);
 
 #endif // MARKLINES_H

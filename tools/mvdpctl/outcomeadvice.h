@@ -6,10 +6,11 @@
 
 #include <QtCore/QString>
 
-// What ends the program when this became of the settings for a panel.
+// The exit code for this outcome of a change of settings.
 ExitCode outcomeCode(Outcome outcome);
 
-// What to do next; empty when all is well. When the settings put the panel out of hearing, it says only that.
+// What to do next; empty when all is well. When the settings keep the panel's answers from this computer, it
+// says only that.
 QString adviceAfter(const SetResult &result);
 
 #endif // OUTCOMEADVICE_H

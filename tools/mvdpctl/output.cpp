@@ -12,7 +12,7 @@ namespace
 
 const int ColumnCount = 5;
 const int ColumnGap = 2;
-// A description is not cut to less than this, even if the lines then wrap.
+// A description is never cut shorter than this; the lines wrap instead.
 const int LeastDescription = 4;
 
 using Row = std::array<QString, ColumnCount>;

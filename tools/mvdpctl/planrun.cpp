@@ -47,7 +47,7 @@ private:
     Session &m_session;
     PlanExecution m_execution;
     std::map<Outcome, int> m_counts;
-    std::map<std::pair<Outcome, QString>, int> m_advice; // how many panels need which
+    std::map<std::pair<Outcome, QString>, int> m_advice; // number of panels for each advice
 };
 
 PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
@@ -95,7 +95,7 @@ void PlanRun::report(const PlanStep &step, const SetResult &result)
     const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
     m_session.writer->add(outcomeJson(outcome, step.entry.mac, wanted, step.now, m_session.interfaceNames()));
     QString text = macText(step.entry.mac) + QStringLiteral("  ") + QLatin1String(outcomeName(outcome));
-    // What it was before the settings were sent is no news of it.
+    // Without an answer the panel's data is from before the change, and is not shown as its result.
     const bool isSilent = outcome == Outcome::NoAnswer || outcome == Outcome::Unverified;
     if (step.now && (result.isHeard || !isSilent))
         text = text.leftJustified(ResultColumns) + toldText(step);
@@ -116,7 +116,7 @@ void PlanRun::conclude()
                                      .arg(QLatin1String(outcomeName(advice.first)), advice.second));
 }
 
-// Left behind when a panel of a circle failed after another had taken its address.
+// Two panels share an address when one of a circle failed after another had taken its address.
 void PlanRun::warnOfSharedAddresses()
 {
     for (const PlanStep &step : m_plan.steps) {

@@ -5,7 +5,7 @@
 
 #include <QtCore/QStringList>
 
-// The plan for people, a line or two a panel.
+// The plan for people, one or two lines for each panel.
 QStringList planLines(const Plan &plan);
 
 #endif // PLANTABLE_H

@@ -17,7 +17,7 @@ const int DefaultColumns = 80;
 
 CharacterSet prepareStreams()
 {
-    // For the character set only: numbers are read and written the same way everywhere.
+    // Only for the character set; numbers do not depend on the locale.
     std::setlocale(LC_CTYPE, "");
     const char *name = nl_langinfo(CODESET);
     if (std::strcmp(name, "UTF-8") == 0)
@@ -48,7 +48,7 @@ SignalHandler catchNextSignal(int number, SignalHandler handler)
 {
     struct sigaction action = {};
     action.sa_handler = handler;
-    action.sa_flags = static_cast<int>(SA_RESETHAND); // and no SA_RESTART: a write must end
+    action.sa_flags = static_cast<int>(SA_RESETHAND); // without SA_RESTART, so that a blocked write ends
     struct sigaction before = {};
     sigaction(number, &action, &before);
     return before.sa_handler;

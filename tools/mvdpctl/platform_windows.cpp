@@ -24,10 +24,10 @@ HANDLE handleOf(std::FILE *stream)
 
 CharacterSet prepareStreams()
 {
-    // Lines end in a line feed alone, as in every other system's output.
+    // Lines end in a line feed alone, as on the other systems.
     _setmode(_fileno(stdout), _O_BINARY);
     DWORD mode = 0;
-    // For the escape sequence that takes a line of progress back.
+    // For the escape sequence that erases a line of progress.
     if (GetConsoleMode(handleOf(stderr), &mode))
         SetConsoleMode(handleOf(stderr), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     return GetConsoleOutputCP() == CP_UTF8 ? CharacterSet::Utf8 : CharacterSet::Ascii;
@@ -47,7 +47,7 @@ int terminalColumns(std::FILE *stream)
 
 QStringList commandLineWords(int, char *[])
 {
-    // argv lacks what the code page cannot say.
+    // argv lacks characters outside of the code page.
     int count = 0;
     wchar_t **words = CommandLineToArgvW(GetCommandLineW(), &count);
     QStringList result;
@@ -59,6 +59,6 @@ QStringList commandLineWords(int, char *[])
 
 SignalHandler catchNextSignal(int number, SignalHandler handler)
 {
-    // One signal a call is what std::signal() means here; nothing can cut a write short.
+    // std::signal() resets the handler after one signal here. A write cannot be interrupted.
     return std::signal(number, handler);
 }

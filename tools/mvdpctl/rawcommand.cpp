@@ -51,8 +51,8 @@ Request requestFrom(const Arguments &arguments)
 
 void confirm(const Request &request, const Arguments &arguments, Terminal &terminal)
 {
-    // The byte that goes out counts, not the word on the command line: --hex can have changed it. A request
-    // cut off before it is completed by the panel with the command that it heard last.
+    // The command byte that is sent counts, not the word on the command line, since --hex can have changed
+    // it. A request that ends before this byte gets the command of the panel's previous datagram.
     const std::uint8_t code = request.datagram.command();
     const bool codeTravels = request.length > MvdpDatagram::Command;
     if (codeTravels && !isDestructive(code))

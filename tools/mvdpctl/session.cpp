@@ -7,8 +7,8 @@
 namespace
 {
 
-// A command's --timeout can be long, for panels that take their time to apply settings; nobody wants to wait
-// that long in each round of the search before it.
+// A command's --timeout can be long, for panels that apply settings slowly. The search before the command
+// does not need rounds of that length.
 const std::chrono::milliseconds LongestSearchRound = std::chrono::seconds(2);
 
 } // namespace

@@ -16,11 +16,11 @@
 // --to, of every command that talks to one panel.
 inline constexpr Option ToOption = {"to", "ADDRESS", "Reach the panel at this address, as through a router."};
 
-// What a command that talks to panels works with.
+// What every command that talks to panels uses.
 class Session
 {
 public:
-    // Throws ToolError when the network cannot be used as the options want it.
+    // Throws ToolError when the network cannot be used as the options say.
     Session(const Arguments &commandLine, Terminal &ownTerminal);
 
     const Arguments &arguments;
@@ -33,14 +33,14 @@ public:
     InterfaceNames interfaceNames() const;
     QJsonObject json(const Panel &panel) const { return panelJson(panel, interfaceNames()); }
 
-    // How the panel is looked for before a command is sent to it.
+    // For the search for the panel before a command is sent to it.
     Patience searchPatience() const;
     // --to, the address at which the panel is reached.
     std::optional<std::uint32_t> reachedAt() const { return arguments.address("to"); }
 
-    // Says on standard error what was ignored, if anything was.
+    // Prints on standard error what was ignored, if anything was.
     void noteIgnored();
-    // What may keep answers from being heard on this computer.
+    // Possible reasons on this computer why no answer arrived.
     QString noAnswerAdvice() const;
 };
 

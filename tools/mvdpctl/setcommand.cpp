@@ -57,7 +57,7 @@ void report(const SetResult &set, const NetworkSettings &wanted, const Panel &pa
                            outcomeJson(outcome, panel.mac, allOf(wanted), panel, session.interfaceNames()));
     if (code == ExitCode::Done)
         session.writer->say(sentence);
-    else if (set.isHeard) // what it was before is no news of it
+    else if (set.isHeard) // its earlier state is not shown
         session.writer->print(panelDetails(panel, session.interfaceNames()));
     session.noteIgnored();
     if (code != ExitCode::Done)
@@ -109,7 +109,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
         entries = readPlan(arguments.text("from"));
     } else {
         panelNameFromText(arguments.words().first());
-        wantedSettings(arguments); // finds mistyped values before anything is sent
+        wantedSettings(arguments); // refuses malformed values before anything is sent
     }
     requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));
     Session session(arguments, terminal);

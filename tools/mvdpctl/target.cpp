@@ -54,7 +54,7 @@ void showOnly(const PanelName &name, Session &session)
         [name](const Received &received) { return name.fits(Panel::fromReply(received)); });
 }
 
-// A panel that is asked by its MAC address, at --to alone if that is given.
+// The panel's answer to a request to its MAC address, sent only to --to if that is given.
 std::optional<Panel> askByMac(const MacAddress &mac, Session &session)
 {
     showOnly({macText(mac), mac, std::nullopt}, session);

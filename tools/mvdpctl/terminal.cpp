@@ -88,7 +88,7 @@ void Terminal::progress(const QString &line)
     if (m_quiet || m_verbose || !isTerminal(stderr))
         return;
     clearProgress();
-    // A line that wraps could not be taken back.
+    // A wrapped line could not be erased.
     std::fputs(encode(printable(m_progressPrefix + line).left(terminalColumns(stderr) - 1)).constData(),
                stderr);
     std::fflush(stderr);
@@ -108,7 +108,7 @@ bool Terminal::ask(const QString &question)
     std::fflush(stderr);
     char answer[16] = {};
     if (std::fgets(answer, sizeof answer, stdin) == nullptr) {
-        // What is said next does not belong on the question's line.
+        // Later output starts on a line of its own.
         std::fputc('\n', stderr);
         return false;
     }

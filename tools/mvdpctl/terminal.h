@@ -9,8 +9,8 @@
 
 #include <cstdio>
 
-// Standard output, standard error and the question to the user. Results go to standard output and nothing
-// else does, so that they can be piped; the rest goes to standard error.
+// Standard output, standard error and questions to the user. Only results go to standard output, so that they
+// can be piped; the rest goes to standard error.
 class Terminal
 {
 public:
@@ -30,24 +30,24 @@ public:
     void warn(const QString &line);          // "mvdpctl: line", not when quiet
     void note(const QString &line);          // plain, not when quiet
     void trace(const QString &lines);        // plain, only when verbose
-    // For whoever sits in front of it: like a note, but only on a terminal.
+    // Like a note, but only when standard error is a terminal.
     void hint(const QString &line);
     // A table that belongs to a question or to progress: on standard error, not wrapped.
     void noteTable(const QStringList &lines, bool evenIfQuiet);
-    // What is going on, in one line that the next output replaces; only on a terminal.
+    // The current activity, in one line that the next output replaces; only on a terminal.
     void progress(const QString &line);
-    // Stands before each line of progress from now on: which of many panels it is.
+    // The start of each later line of progress, for example which of many panels it is about.
     void setProgressPrefix(const QString &prefix) { m_progressPrefix = prefix; }
 
-    // True when there is a person to ask.
+    // True when the user can be asked.
     bool canAsk() const;
     // True when the answer was "yes" or "y".
     bool ask(const QString &question);
 
-    // False once a result could not be written: nobody reads it any more, or the disk is full.
+    // False once a result could not be written, because the reader closed the pipe or the disk is full.
     bool canPrint() const;
 
-    // Columns of standard output; 0 when it is no terminal, that is, when nothing need be cut.
+    // Columns of standard output; 0, that is, no limit, when it is no terminal.
     int columns() const;
 
 private:
@@ -63,15 +63,15 @@ private:
     bool m_progressShown = false;
 };
 
-// The line without characters that steer a terminal, change the direction of text or begin a line of their
-// own; they become '?'. The last guard for texts from the command line and from files.
+// Replaces by '?' the characters that control a terminal, change the direction of text or start a new line.
+// The last check of texts from the command line and from files.
 QString printable(const QString &line);
 
-// The text in a character set that can be less than Unicode: what it lacks becomes '?'.
+// The text in a character set smaller than Unicode; characters that it lacks become '?'.
 QByteArray toAscii(const QString &text);
 
-// Breaks a line between words. What follows the first line is indented, so that text from the network cannot
-// pass for a line of its own.
+// Breaks a line between words. All lines but the first are indented, so that text from the network cannot
+// look like a line of its own.
 QString wrapped(const QString &line, int columns);
 
 #endif // TERMINAL_H

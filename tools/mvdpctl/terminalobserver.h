@@ -6,15 +6,15 @@
 
 #include <functional>
 
-// Shows on a terminal what the engine tells.
+// Prints the engine's reports on a terminal.
 class TerminalObserver : public Observer
 {
 public:
     // The transport knows the names of the interfaces.
     TerminalObserver(Terminal &terminal, const Transport &transport);
 
-    // From now on --verbose shows only those received datagrams for which this is true. What is sent is
-    // always shown.
+    // From this call on --verbose shows only those received datagrams for which `isShown` is true. Sent
+    // datagrams are always shown.
     void showOnly(std::function<bool(const Received &)> isShown);
 
     void progress(const QString &doing) override;
