@@ -11,15 +11,15 @@
 
 // D-Bus signature (yyyyay).
 struct partitionInfo {
-    // Day, month, year and one more; the service alone knows which is which, nothing here reads them.
+    // Day, month, year and a fourth byte, in an order that is not documented. Nothing here reads them.
     quint8 leading[4];
     char version[20]; // ASCII, terminated by zero when shorter than the field
 
     partitionInfo();
 };
 
-// D-Bus signature (yyyayayyyayy). The service never sends it to this program; which field stands where is
-// the service's own affair, and the names here follow its single getters as far as their sizes allow.
+// D-Bus signature (yyyayayyyayy). The service never sends it to this program. The order of its fields is not
+// documented; the names here follow the service's single getters as far as their sizes allow.
 struct systemInfo {
     quint8 day;
     quint8 month;
@@ -42,8 +42,8 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, partitionInfo &in
 QDBusArgument &operator<<(QDBusArgument &argument, const systemInfo &info);
 const QDBusArgument &operator>>(const QDBusArgument &argument, systemInfo &info);
 
-// Types that only proxy signatures name. Their layouts belong to the service and nothing calls the methods
-// that carry them; they have no marshalling, and such a call would end in Qt's own fatal message.
+// Types that only appear in proxy signatures. Their layouts are not documented and nothing calls the methods
+// that carry them. They have no marshalling; such a call would end in Qt's fatal message.
 struct sSEEModule {
 };
 struct splashImageInfo {
@@ -60,7 +60,7 @@ Q_DECLARE_METATYPE(splashImageInfo)
 Q_DECLARE_METATYPE(timeZoneInfo)
 Q_DECLARE_METATYPE(hwsdStorageInfo)
 
-// Makes the two structures known to QtDBus; any thread, any number of times.
+// Registers the two structures with QtDBus; any thread, any number of times.
 void registerHwsdTypes();
 
 #endif // HWSDTYPES_H

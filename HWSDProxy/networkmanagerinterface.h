@@ -10,8 +10,8 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusPendingReply>
 
-// Proxy of com.zelt.HWSD.NetworkManager, in the shape of the generated ones. It is written by hand because
-// the service lists these methods in an order of its own, while the generator sorts them by name.
+// Proxy of com.zelt.HWSD.NetworkManager, with the interface of a generated one. It is written by hand because
+// the generator sorts methods by name, and the service lists these in another order.
 class ComZeltHWSDNetworkManagerInterface : public QDBusAbstractInterface
 {
     Q_OBJECT
@@ -41,7 +41,7 @@ public Q_SLOTS:
                                                            << QVariant::fromValue(config));
     }
 
-    // The argument carries the whole configuration; the service's description calls it so.
+    // The argument carries the whole configuration; its name is that of the service's description.
     inline QDBusPendingReply<int> setConfigJSON(const QString &interface)
     {
         return asyncCallWithArgumentList(QLatin1String("setConfigJSON"),
