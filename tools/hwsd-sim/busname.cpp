@@ -56,7 +56,7 @@ QString BusName::appear()
     m_return.stop();
     if (isPresent())
         return QString();
-    // A new name each time: the library may still be busy with closing the last connection.
+    // A new name each time, because the library may still be closing the last connection.
     const QString name = QString(QLatin1String("service-%1")).arg(++m_connections);
     QString problem;
     {
@@ -82,7 +82,7 @@ void BusName::disappear(int awayMs)
     m_return.stop();
     if (isPresent()) {
         QDBusConnection connection(m_connectionName);
-        // Waits for the bus, so the name is free, and all replies before this one are out, when it returns.
+        // Waits for the bus. After it the name is free and all earlier replies have been sent.
         connection.unregisterService(QLatin1String(ServiceName));
         connection.unregisterObject(QLatin1String("/"));
         QDBusConnection::disconnectFromBus(m_connectionName);

@@ -8,7 +8,7 @@
 
 class QDBusVirtualObject;
 
-// Which bus to be on.
+// The bus to connect to.
 struct Bus {
     enum class Kind { System, Session, Address };
 
@@ -19,8 +19,8 @@ struct Bus {
     QDBusConnection connect(const QString &connectionName) const;
 };
 
-// The service's presence on the bus: a connection of its own that owns the name. Disappearing closes it, as
-// a process that ends does: who waits for a reply then gets the bus's NoReply error.
+// The service's presence on the bus: a separate connection that owns the name. Disappearing closes it, as the
+// end of a process does, so that callers who wait for a reply get the bus's NoReply error.
 class BusName : public QObject
 {
     Q_OBJECT
@@ -32,14 +32,15 @@ public:
     bool isPresent() const { return !m_connectionName.isEmpty(); }
     QString connectionName() const { return m_connectionName; }
 
-    // Done when it returns an empty text; else that says why not.
+    // Returns an empty text on success, else the reason.
     QString appear();
 
 public Q_SLOTS:
-    // Done when it returns. Comes back by itself after `awayMs`, or with 0 when appear() is called.
+    // Disappears before it returns. The service appears again after `awayMs`, or for 0 when appear() is
+    // called.
     void disappear(int awayMs);
 
-    // Without a bus there is nothing to simulate: ends the program with a message and exit code 1.
+    // Ends the program with a message and exit code 1, because a simulation without a bus is of no use.
     void endWithoutBus();
 
 private Q_SLOTS:

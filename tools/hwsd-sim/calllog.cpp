@@ -13,7 +13,7 @@ namespace
 
 const int LargestLog = 32 * 1024 * 1024;
 const int LongestArgumentText = 1024 * 1024;
-// A caller that invents names must not make the counters grow for ever.
+// Bounds the counters when a caller invents names.
 const int MostNames = 10000;
 
 QJsonValue shortened(const QJsonValue &value)

@@ -7,8 +7,8 @@
 #include <QtCore/QtGlobal>
 #include <QtDBus/QDBusMessage>
 
-// The calls that reached the service, in their order, also those that it refused. (Ping does not: the D-Bus
-// library answers it.)
+// The calls that reached the service in their order, refused ones included. Ping is not among them, because
+// the D-Bus library answers it.
 class CallLog
 {
 public:
@@ -19,7 +19,8 @@ public:
     // for the life of the program. Beyond a bound the oldest calls are removed.
     QString text() const;
 
-    // How many calls the key means (see keyMeans) since the last clear, whatever the log still holds.
+    // The number of calls that match the key (see keyMeans) since the last clear, including those removed
+    // from the log.
     uint count(const QString &key) const;
 
 private:

@@ -20,8 +20,8 @@ const char System[] = "com.zelt.HWSD.SystemInfo";
 const char Time[] = "com.zelt.HWSD.TimeMgr";
 const char NetworkManager[] = "com.zelt.HWSD.NetworkManager";
 
-// How the structures travel. partitionInfo and systemInfo are given; the layouts of the other four are the
-// simulation's own, told in the manual page.
+// The signatures of the structures. Those of partitionInfo and systemInfo are the service's; the layouts of
+// the other four are the simulation's own and documented in the manual page.
 const char PartitionInfo[] = "(yyyyay)";
 const char SystemInfo[] = "(yyyayayyyayy)";
 const char SeeModule[] = "(yyyyayay)";
@@ -128,7 +128,7 @@ const QVector<Method> Methods = {
     {NetworkManager, "getConfigJSON", "", "", "s", getConfig},
     {NetworkManager, "getInterfaceConfig", "s", "ifname", "s", getInterfaceConfig},
     {NetworkManager, "setInterfaceConfigJSON", "ss", "interface,config", "i", setInterfaceConfig},
-    // One argument, the whole document, under a name that promises something else: the service's own slip.
+    // The argument is the whole document; the misleading name is the service's own.
     {NetworkManager, "setConfigJSON", "s", "interface", "i", setConfig},
     {NetworkManager, "applyNewConfiguration", "", "", "i", applyConfiguration},
     {NetworkManager, "resetConfiguration", "", "", "i", resetConfiguration},
@@ -150,7 +150,7 @@ const QVector<Object> Objects = {
     {"/TimeMgr", Time},
 };
 
-// Every interface has error(s) but the system information, and the root one signal more.
+// Every interface but the system information's has error(s); the root interface has one signal more.
 QString signalsOf(const Object &object)
 {
     QString xml;

@@ -10,7 +10,7 @@
 
 #include <functional>
 
-// The twelve interfaces: what the service exports where, and each method's signature and function.
+// The twelve interfaces: their object paths, and each method's signature and function.
 
 using Handler = std::function<Reply(Panel &, const QVariantList &)>;
 
@@ -31,12 +31,12 @@ struct Object {
 const QVector<Method> &allMethods();
 const QVector<Object> &allObjects();
 
-// Null when there is none. An empty interface finds the object's own, as D-Bus callers may leave it out.
+// Null when there is none. An empty interface finds the object's own, as D-Bus callers may omit it.
 const Object *findObject(const QString &path);
 const Method *findMethod(const Object &object, const QString &interface, const QString &name);
 
-// Whether a key means the method: "*", a bare method name, or "interface.method", where the interface may
-// also stand without its leading "com.zelt.HWSD.".
+// True when a key matches the method: "*", a bare method name, or "interface.method", where the leading
+// "com.zelt.HWSD." of the interface may be missing.
 bool keyMeans(const QString &key, const QString &interface, const QString &name);
 
 // Introspection data of an object or of the root's children; empty for any other path.

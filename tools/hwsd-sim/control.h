@@ -11,9 +11,9 @@ class CallLog;
 class Faults;
 struct Panel;
 
-// The interface for tests, on a connection of its own so that it stays when the service disappears. Every
-// method returns when its effect is done; what it cannot do it answers with an InvalidArgs or Failed error
-// and without any effect.
+// The interface for tests, on a separate connection so that it stays when the service disappears. Every
+// method takes effect before it returns. A method that fails has no effect and returns an InvalidArgs or
+// Failed error.
 class Control : public QObject, protected QDBusContext
 {
     Q_OBJECT

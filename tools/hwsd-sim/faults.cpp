@@ -11,7 +11,7 @@
 namespace
 {
 
-// A D-Bus message ends at 128 MiB.
+// The limit of a D-Bus message is 128 MiB.
 const int LongestText = 64 * 1024 * 1024;
 const int LongestDelayMs = 24 * 60 * 60 * 1000;
 
@@ -23,7 +23,7 @@ struct ParameterForm {
 
 struct Kind {
     const char *name;
-    // What the reply's signature must hold for the fault to show; empty: it always does.
+    // A type that the reply's signature must contain for the fault to show; empty: none.
     const char *needs;
     QVector<ParameterForm> parameters;
     void (*put)(const QJsonObject &parameters, FaultPlan &plan);
@@ -111,7 +111,7 @@ const Kind *findKind(const QString &name)
     return nullptr;
 }
 
-// Empty when the key means a method whose reply can show the fault.
+// Empty when the key matches a method whose reply can show the fault.
 QString checkKey(const QString &key, const Kind &kind)
 {
     bool known = false;

@@ -10,10 +10,10 @@
 #include <QtCore/QVector>
 #include <QtCore/QtGlobal>
 
-// What all faults together do to one call.
+// The combined effect of all faults on one call.
 struct FaultPlan {
     bool disappears = false;
-    int awayMs = 0; // 0: until it is told to come back
+    int awayMs = 0; // 0: until appear() is called
     bool silent = false;
     int delayMs = 0;
     QString errorName; // empty: no error
@@ -21,29 +21,29 @@ struct FaultPlan {
     bool replacesText = false;
     QString text;
     bool wrongType = false;
-    QString signature; // empty: any other than the right one
+    QString signature; // empty: any but the right one
     bool noArguments = false;
-    int arrayBytes = -1; // -1: arrays as they are
+    int arrayBytes = -1; // -1: arrays are not shortened
 
-    // The reply's values as the faults leave them; `method` tells the right signature.
+    // The reply's values as the faults change them; the right signature is that of `method`.
     QVariantList falsified(const QVariantList &values, const Method &method) const;
 };
 
-// The faults that are set. A fault has a key (see keyMeans), a kind, parameters, and a number of calls it is
-// good for, 0 meaning until it is cleared. Key and kind together are its identity: setting it again replaces
-// it. Several kinds work together; of two keys that mean the same method the one set last wins.
+// The faults that are set. A fault has a key (see keyMeans), a kind, parameters, and the number of calls that
+// it applies to (0: until cleared). Key and kind together are its identity: setting it again replaces it.
+// Several kinds work together. When two keys of one kind match a method, the one set last applies.
 class Faults
 {
 public:
-    // Returns an empty text when the fault is set, else why not: the key means no method, the kind is
-    // unknown, a parameter is missing, unknown or of the wrong type, or no method of the key could show the
-    // fault.
+    // Returns an empty text when the fault is set, else the reason: the key matches no method, the kind is
+    // unknown, a parameter is missing, unknown or of the wrong type, or the fault cannot show in a reply of
+    // any method that the key matches.
     QString set(const QString &key, const QString &kind, const QJsonObject &parameters, quint32 calls);
 
     void clear();
     void clear(const QString &key);
 
-    // The plan for a call that has come in; counts down.
+    // The plan for a received call. Counts the call.
     FaultPlan take(const Method &method);
 
     // Objects with "method", "kind", "parameters" and "calls" (left, 0 = until cleared).

@@ -13,7 +13,7 @@ const int VersionFieldSize = 20;
 const int ModuleNameSize = 5;
 const int SerialNumberSize = 3;
 const int ManufactureCodeSize = 4;
-// In the systemInfo structure the code has two bytes only.
+// The systemInfo structure holds only two bytes of the code.
 const int ShortManufactureCodeSize = 2;
 
 QVariant byteValue(int number)
@@ -44,7 +44,7 @@ Handler sectionByte(const char *section, const char *key)
     };
 }
 
-// As with such a chip, an access beyond its end goes on at its beginning.
+// An access beyond the chip's end continues at its beginning, as in such chips.
 Reply readChip(const Panel &panel, const char *section, uchar address, quint32 length)
 {
     if (length > LongestRead)

@@ -20,7 +20,7 @@ QString ipProgram()
 {
     const QString name = QLatin1String("ip");
     const QString found = QStandardPaths::findExecutable(name);
-    // A plain user's PATH lacks the administrator's folders.
+    // The PATH of an ordinary user lacks the sbin folders.
     return found.isEmpty()
                ? QStandardPaths::findExecutable(name, {QLatin1String("/usr/sbin"), QLatin1String("/sbin")})
                : found;
@@ -81,7 +81,8 @@ QString changeAddress(const char *verb, const QString &name, const QString &addr
         more);
 }
 
-// Another address must stay while the old ones go: with its last address an interface loses all its routes.
+// Adds the new address before it removes the old ones, because an interface loses all its routes with its
+// last address.
 QString replaceAddresses(const QString &name, const QString &address, int prefix)
 {
     const QString wanted = QString(QLatin1String("%1/%2")).arg(address).arg(prefix);
@@ -98,7 +99,8 @@ QString replaceAddresses(const QString &name, const QString &address, int prefix
             return problem;
     }
     for (const QString &each : old) {
-        // With a primary address its secondary ones are deleted too, so that a later one may be gone already.
+        // Deleting a primary address also deletes its secondary ones, so that a later one may be gone
+        // already.
         if (each != standIn)
             changeAddress("del", name, each);
     }
@@ -112,11 +114,11 @@ QString setDefaultRoute(const QString &name, const QString &gateway)
 {
     const QStringList device{QLatin1String("dev"), name};
     if (gateway.isEmpty() || gateway == QLatin1String("0.0.0.0")) {
-        // Fails when there is none, which is what is wanted.
+        // Fails when there is no default route; the result is the same.
         runIp(QStringList{QLatin1String("route"), QLatin1String("del"), QLatin1String("default")} + device);
         return QString();
     }
-    // onlink: a gateway outside the subnet is the configurer's affair, as on a panel.
+    // onlink: accepts a gateway outside the subnet, as a panel does.
     return runIp(QStringList{QLatin1String("route"), QLatin1String("replace"), QLatin1String("default"),
                              QLatin1String("via"), gateway} +
                  device + QStringList(QLatin1String("onlink")));
@@ -127,7 +129,7 @@ QString setDefaultRoute(const QString &name, const QString &gateway)
 QString setKernelInterface(const QString &name, const QString &address, const QString &netmask,
                            const QString &gateway)
 {
-    // The values become arguments of a program: nothing but what they claim to be gets there.
+    // The values become arguments of a program, so their form is checked strictly.
     static const QRegularExpression nameForm(QLatin1String("\\A[A-Za-z0-9_][A-Za-z0-9_.-]{0,14}\\z"));
     if (!nameForm.match(name).hasMatch())
         return QString(QLatin1String("\"%1\" is no name of an interface")).arg(name);

@@ -30,7 +30,8 @@ int failure(const QString &text)
     return Failed;
 }
 
-// Lays the file's and then the command line's state over the panel's. Returns an empty text, or the problem.
+// Merges the state file and then the command line into the panel's state. Returns an empty text, or the
+// problem.
 QString loadState(const Options &options, PanelState &state)
 {
     if (!options.stateFile.isEmpty()) {
@@ -121,7 +122,7 @@ int main(int argc, char **argv)
         problem = name.appear();
     if (!problem.isEmpty())
         return failure(QString(QLatin1String("%1: %2")).arg(options.bus.text(), problem));
-    // The library's own announcement; it never travels on the bus.
+    // A signal that the D-Bus library emits locally; it is not sent on the bus.
     controlConnection.connect(QString(), QLatin1String("/org/freedesktop/DBus/Local"),
                               QLatin1String("org.freedesktop.DBus.Local"), QLatin1String("Disconnected"),
                               &name, SLOT(endWithoutBus()));

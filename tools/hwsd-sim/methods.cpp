@@ -30,7 +30,7 @@ Reply succeed(Panel &, const QVariantList &)
 
 Reply startImageJob(Panel &panel, const QVariantList &)
 {
-    // Wraps long before it can overflow. A job is a path only: there is no object at it.
+    // The number wraps long before it can overflow. The returned job is only a path; no object exists there.
     const int job = panel.state.number("device", "imageJobs") % 1000000 + 1;
     panel.state.setNumber("device", "imageJobs", job);
     const QString path = QString(QLatin1String("/ImageJobs/%1")).arg(qAbs(job));

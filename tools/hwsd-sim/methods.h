@@ -7,11 +7,11 @@
 
 #include <QtCore/QVariantList>
 
-// One function per method, or one that makes the function where several methods differ in a name only.
-// The arguments have the catalogue's signature when a function is called.
+// One function for each method, or one that makes the function where several methods differ only in a name.
+// The arguments have the catalogue's signature.
 
-// Numbers of the state's "device" section; setting returns 0, or -1 for a value outside of the range and
-// takes the last argument.
+// Numbers of the state's "device" section. Setting takes the last argument and returns 0, or -1 for a value
+// out of range.
 Handler deviceNumber(const char *key);
 Handler setDeviceNumber(const char *key, int least, int greatest);
 Reply succeed(Panel &panel, const QVariantList &arguments);

@@ -9,10 +9,10 @@
 namespace
 {
 
-// What a caller may change; the rest belongs to the service, whatever a record says.
+// The keys that a caller may change. Others in a record are ignored.
 const char *const ConfigurableKeys[] = {"label", "ip_address", "netmask", "gateway_ip", "metric", "dhcp"};
 
-// The document's version that this panel's network manager writes.
+// The version in the documents of this network manager.
 const int DocumentVersion = 1;
 
 } // namespace
@@ -82,7 +82,7 @@ QString Network::configureDocument(const QString &text)
             m_state.setSection(key, wanted.value(QLatin1String(key)));
     for (const auto &each : interfaces) {
         const QString name = each.toObject().value(QLatin1String("name")).toString();
-        // The whole document comes back with read-only interfaces as they were: not an error.
+        // Callers send back the whole document with its read-only interfaces, so this is not an error.
         if (!record(name).value(QLatin1String("readonly")).toBool())
             setConfiguration(name, each.toObject());
     }
@@ -147,7 +147,8 @@ void Network::setConfiguration(const QString &name, const QJsonObject &wanted)
         setPending(names << name);
 }
 
-// Address, netmask and gateway that the configuration leads to: its own, or by DHCP the lease's.
+// The address, netmask and gateway that the configuration results in: its own, or with DHCP those of the
+// lease.
 QJsonObject Network::effectOf(const QString &name, const QJsonObject &configured) const
 {
     if (!configured.value(QLatin1String("dhcp")).toBool())

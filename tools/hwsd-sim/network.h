@@ -7,9 +7,10 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-// The network manager behind the D-Bus methods. Callers configure (ip_address, netmask, gateway_ip, metric,
-// dhcp); applying makes that the actual_ values. In between the interface's name stands in "pending".
-// Every operation returns an empty text when it is done, else the reason why nothing was changed.
+// The network manager behind the D-Bus methods. Callers set the configured values (ip_address, netmask,
+// gateway_ip, metric, dhcp); applying copies them to the actual_ values. Until then the interface's name is
+// in "pending". Every operation returns an empty text when it is done, else the reason why nothing was
+// changed.
 class Network
 {
 public:

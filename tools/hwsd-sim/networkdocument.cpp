@@ -58,7 +58,7 @@ QString checkTypes(const QJsonObject &object, const KeyType (&keys)[Size])
     return QString();
 }
 
-// An empty text means: none configured.
+// An empty text is valid: not configured.
 QString checkAddressText(const QJsonObject &record, const char *key, bool (*accepts)(const QString &))
 {
     const QString text = record.value(QLatin1String(key)).toString();

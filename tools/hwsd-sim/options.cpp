@@ -66,7 +66,7 @@ QString setInterfacePiece(QJsonObject &record, const QString &piece)
     return isNumber ? QString() : QString(QLatin1String("\"%1\" is no metric")).arg(value);
 }
 
-// What an interface that starts on DHCP has is what its server gave it.
+// The actual values of an interface that starts with DHCP, as its lease.
 QJsonObject leaseFor(const QJsonObject &record)
 {
     QJsonObject lease;

@@ -13,18 +13,18 @@ class QCommandLineParser;
 struct Options {
     enum class Outcome { Run, PrintText, UsageError };
 
-    // PrintText and UsageError leave in `text` what to tell the user. To be called once.
+    // PrintText and UsageError leave the message for the user in `text`. To be called once.
     Outcome parse(const QStringList &arguments);
 
     Bus bus;
     QString stateFile;
-    QJsonObject state; // laid over the state file's
+    QJsonObject state; // merged into the state file's
     bool applyToKernel = false;
     bool printState = false;
     QString text;
 
 private:
-    // Each returns an empty text, or what is wrong with the options.
+    // Each returns an empty text, or the error in the options.
     QString takeBus(const QCommandLineParser &parser);
     QString takeState(const QCommandLineParser &parser);
     QString takeInterfaces(const QCommandLineParser &parser);

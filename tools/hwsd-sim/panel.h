@@ -6,7 +6,7 @@
 
 #include <functional>
 
-// What the methods work on: the panel, and the two things that they can make happen outside of it.
+// What the methods work on: the panel's state, and their two effects outside of it.
 struct Panel {
     explicit Panel(bool applyToKernel)
         : network(state, applyToKernel)

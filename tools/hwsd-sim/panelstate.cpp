@@ -11,10 +11,10 @@ namespace
 {
 
 const int ChipSize = 256;
-// Where a panel keeps its identification text in the board's EEPROM.
+// The address of the panel's identification text in the board's EEPROM.
 const int IdentificationAddress = 0x55;
 
-// Objects that are maps from a name to members of one form; the form is that of the example's first one.
+// Objects that are maps from a name to members of one form, which is that of the example's first member.
 const char *const Maps[] = {"/interfaces", "/leases", "/factory/interfaces", "/users", "/storage"};
 
 QJsonObject builtInDocument()
@@ -43,7 +43,7 @@ bool isWholeNumber(const QJsonValue &value)
            number == static_cast<double>(static_cast<int>(number));
 }
 
-// Empty when the value has the form's type.
+// Empty when the value has the type that the form has.
 QString checkValue(const QJsonValue &value, const QJsonValue &form, const QString &path)
 {
     if (value.type() != form.type())
@@ -53,7 +53,7 @@ QString checkValue(const QJsonValue &value, const QJsonValue &form, const QStrin
     return QString();
 }
 
-// Empty when all of the patch is in the target.
+// Empty when the whole patch has been merged into the target.
 QString mergeObject(QJsonObject &target, const QJsonObject &patch, const QJsonObject &form,
                     const QString &path)
 {
@@ -124,7 +124,7 @@ QString PanelState::merge(const QJsonObject &patch)
     QString problem = mergeObject(merged, patch, builtInDocument(), QString());
     if (!problem.isEmpty())
         return problem;
-    // A new identification text must show, also when the chip was written to before.
+    // A new identification text is written to the chip even when the chip was written to before.
     const QJsonObject eeprom = patch.value(QLatin1String("eeprom")).toObject();
     if (eeprom.contains(QLatin1String("text")) && !eeprom.contains(QLatin1String("hex"))) {
         QJsonObject chipSection = merged.value(QLatin1String("eeprom")).toObject();

@@ -6,8 +6,8 @@
 #include <QtCore/QJsonValue>
 #include <QtCore/QString>
 
-// The whole state of the simulated panel as one JSON document; examples/panel.json is the built-in one
-// and at the same time the description of the form: a merged document may only hold its keys and types.
+// The whole state of the simulated panel as one JSON document. examples/panel.json is the built-in state and
+// also defines the form: a merged document may only hold its keys and types.
 class PanelState
 {
 public:
@@ -15,16 +15,16 @@ public:
 
     const QJsonObject &document() const { return m_document; }
 
-    // Lays the patch over the state: objects member by member, everything else replaced. In the maps
-    // (interfaces, leases, users, storage, factory interfaces) new members may be added and null removes
-    // one. Returns an empty text when done; else, with the state unchanged, which key or type is not the
-    // form's.
+    // Merges the patch into the state: objects member by member, everything else replaced. In the maps
+    // (interfaces, leases, users, storage, factory interfaces) the patch may add members, and null removes
+    // one. Returns an empty text when done; else the state is unchanged and the text names the key or type
+    // that does not fit the form.
     QString merge(const QJsonObject &patch);
 
-    // The same, from a file's or a caller's text.
+    // The same for text from a file or a caller.
     QString mergeText(const QByteArray &text);
 
-    // Members of the document; an absent one reads as 0 or empty.
+    // Members of the document; a missing one reads as 0 or empty.
     QJsonObject section(const char *name) const;
     void setSection(const char *name, const QJsonValue &value);
     int number(const char *section, const char *key) const;

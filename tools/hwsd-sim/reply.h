@@ -12,7 +12,7 @@ struct Reply {
     QString errorText;
 };
 
-// The service's own results.
+// Return values of the service.
 const int Success = 0;
 const int Failure = -1;
 

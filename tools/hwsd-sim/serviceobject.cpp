@@ -94,7 +94,8 @@ void ServiceObject::callMethod(const Method &method, const QDBusMessage &call,
         send(replyTo(call, method, plan), call, connection);
         return;
     }
-    // By its name only: a held connection would keep the service on the bus after it disappeared.
+    // Found again by its name, because a held connection would keep the service on the bus after it
+    // disappeared.
     const QString connectionName = connection.name();
     const Method *called = &method;
     QTimer::singleShot(plan.delayMs, this, [this, call, called, plan, connectionName]() {
@@ -104,7 +105,7 @@ void ServiceObject::callMethod(const Method &method, const QDBusMessage &call,
     });
 }
 
-// Does what the method does, unless it is to fail.
+// Carries out the method, unless a fault makes it fail.
 QDBusMessage ServiceObject::replyTo(const QDBusMessage &call, const Method &method, const FaultPlan &plan)
 {
     if (!plan.errorName.isEmpty())

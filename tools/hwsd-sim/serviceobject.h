@@ -11,7 +11,7 @@
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusVirtualObject>
 
-// All objects of the service in one: logs each call, finds its method, applies the faults and replies.
+// Serves all objects of the service: logs each call, finds its method, applies the faults and replies.
 class ServiceObject : public QDBusVirtualObject
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ public:
     QString introspect(const QString &path) const override;
 
 Q_SIGNALS:
-    // The fault "disappear" applied to a call.
+    // Emitted when the fault "disappear" applies to a call.
     void disappearanceWanted(int awayMs);
 
 private:

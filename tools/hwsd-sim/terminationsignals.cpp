@@ -12,14 +12,14 @@
 namespace
 {
 
-// A signal handler may do little more than write to a pipe; the event loop reads it.
+// A signal handler may do little more than write to a pipe, which the event loop reads.
 int signalPipe[2];
 
 void onSignal(int)
 {
     const int savedErrno = errno;
     const char byte = 0;
-    // A full pipe already holds what this byte would say.
+    // A full pipe already makes the event loop quit.
     if (write(signalPipe[1], &byte, 1) < 0) {
     }
     errno = savedErrno;

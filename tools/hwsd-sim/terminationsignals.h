@@ -3,8 +3,8 @@
 
 class QCoreApplication;
 
-// From now on SIGTERM and SIGINT end the application's event loop with 0. False when the signals cannot be
-// had.
+// After this call SIGTERM and SIGINT end the application's event loop with 0. False when the handlers cannot
+// be installed.
 bool quitOnTerminationSignals(QCoreApplication &application);
 
 #endif // TERMINATIONSIGNALS_H

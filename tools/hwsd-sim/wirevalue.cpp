@@ -12,7 +12,7 @@
 namespace
 {
 
-// libdbus lets nothing deeper than 64 levels through; the guard only keeps that from being relied on.
+// libdbus refuses values deeper than 64 levels. This bound does not rely on that.
 const int DeepestLevel = 70;
 
 bool isStructure(const QVariant &value)

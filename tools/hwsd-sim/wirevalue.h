@@ -6,15 +6,15 @@
 #include <QtCore/QVariant>
 #include <QtCore/QVariantList>
 
-// The values of a D-Bus message in one plain form, so that a fault can work on any reply alike:
+// The values of a D-Bus message in one plain form, so that a fault can change any reply in the same way:
 //   y uchar, b bool, i int, u uint, t qulonglong, s QString, o QDBusObjectPath, ay QByteArray,
 //   a structure: a QVariantList of its fields.
-// What callers send may also hold other types; those become what Qt makes of them, containers lists.
+// Callers may also send other types; those keep the form that Qt gives them, with containers as lists.
 
-// The D-Bus signature of values in the plain form; "?" stands for a value that is not in it.
+// The D-Bus signature of values in the plain form; "?" stands for any other value.
 QString signatureOf(const QVariantList &values);
 
-// Ready for QDBusMessage::setArguments().
+// Converts for QDBusMessage::setArguments().
 QVariantList toWire(const QVariantList &values);
 
 // The arguments of a received message in the plain form.
@@ -26,8 +26,8 @@ QJsonValue toJson(const QVariant &value);
 // Cuts each byte array, also inside structures, to at most `bytes` bytes.
 QVariantList withShortArrays(const QVariantList &values, int bytes);
 
-// Some value of each type in the signature. Takes y b i u t s o ay and structures of them;
-// false when the signature holds anything else.
+// A sample value for each type in the signature. Accepts y b i u t s o ay and structures of them; false for
+// any other signature.
 bool sampleOf(const QString &signature, QVariantList &values);
 
 #endif // WIREVALUE_H
