@@ -15,8 +15,8 @@ namespace json
 
 // A sequence of elements.
 //
-// Inserting and erasing move the elements between the place and the nearer end, one by one: none at either
-// end. In the middle either half may move. References to moved elements become invalid, those to the others
+// Inserting and erasing move the elements between the place and the nearer end one by one; at either end no
+// element moves. In the middle either half may move. References to moved elements become invalid, the others
 // stay valid. Resize and access beyond the end act at the end. Whatever changes the size invalidates all
 // iterators.
 class Array
@@ -73,7 +73,7 @@ private:
     Elements &ownElements();
     static iterator carry(iterator place, iterator wanted);
 
-    // Made for the first element: an empty deque already takes more than half a kilobyte.
+    // Allocated with the first element, because an empty deque already takes more than half a kilobyte.
     std::unique_ptr<Elements> m_elements;
 };
 
@@ -100,7 +100,7 @@ inline Array &Array::operator=(Array &&other) noexcept
     return *this;
 }
 
-// The range of all empty Arrays; stays empty. Never destroyed, for Arrays that outlive main().
+// The range of all empty Arrays. It stays empty and is never destroyed, because Arrays may outlive main().
 inline Array::Elements &Array::noElements()
 {
     static Elements &none = *new Elements;
@@ -121,10 +121,10 @@ inline Array::iterator Array::Insert(const UnknownElement &element, iterator whe
 {
     const Elements::difference_type before = where - Begin();
     const Elements::difference_type behind = End() - where;
-    // Copied first: the element may be this Array's own or hold it.
+    // Copied first: the element may be part of this Array or contain it.
     UnknownElement copy(element);
     Elements &own = ownElements();
-    // std::deque would insert between elements by copying those on one side, trees and all.
+    // std::deque would insert between elements by copying the whole trees on one side.
     if (before < behind) {
         own.emplace_front();
         swap(own.front(), copy);
@@ -149,7 +149,7 @@ inline Array::iterator Array::Erase(iterator where)
     return Begin() + before;
 }
 
-// Takes an element to another place and returns that; those on the way move up.
+// Moves an element to another place and returns that place; the elements between move by one.
 inline Array::iterator Array::carry(iterator place, iterator wanted)
 {
     for (; place < wanted; ++place)

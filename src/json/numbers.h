@@ -22,7 +22,7 @@ inline bool isDigit(char byte)
     return byte >= '0' && byte <= '9';
 }
 
-// The longest start of a token that can become a number: a minus, digits with at most one point, and
+// The longest beginning of a token that can become a number: a minus, digits with at most one point, and
 // after a digit an exponent with one sign.
 struct NumberSyntax {
     NumberSyntax(const char *token, std::size_t size)
@@ -43,7 +43,7 @@ struct NumberSyntax {
     }
 
     std::size_t length;
-    // Whether this start is a number as it stands: not "-" or "1e".
+    // True when this beginning is a number as it stands, unlike "-" or "1e".
     bool complete;
 
 private:
@@ -58,11 +58,11 @@ private:
     }
 };
 
-// Turns text into numbers, rounding correctly, in the classic locale whatever the program's is.
+// Turns text into correctly rounded numbers, in the classic locale whatever the program's locale is.
 class NumberReader
 {
 public:
-    // The text must be a complete NumberSyntax. What is too large becomes the largest double.
+    // The text must be a complete NumberSyntax. A number that is too large becomes the largest double.
     double read(const char *text, std::size_t size)
     {
         double value = 0;
@@ -70,7 +70,7 @@ public:
     }
 
 private:
-    // Nearly all numbers there are: integers short enough to be exact on the way, digit by digit.
+    // The common case: integers so short that each step of the conversion is exact.
     static bool readInteger(const char *text, std::size_t size, double &value)
     {
         const std::size_t exactDigits = std::numeric_limits<double>::digits10;
@@ -103,18 +103,18 @@ private:
         return value > largest ? largest : value < -largest ? -largest : value;
     }
 
-    std::unique_ptr<std::istringstream> m_stream; // made for the first that needs it: it is slow to make
+    std::unique_ptr<std::istringstream> m_stream; // made when first needed, because that is slow
 };
 
-// Turns numbers into text in the classic locale: twenty significant digits at most, which show the exact
-// binary value of what people write. Reads back as the same double.
+// Turns numbers into text in the classic locale, with at most twenty significant digits. These show the exact
+// binary value of usual numbers, and read back as the same double.
 class NumberWriter
 {
 public:
     // Appends the number. NaN and the infinities have no JSON form and become null.
     void append(double value, std::string &text)
     {
-        // All integers up to here are doubles, and shorter than an exponent would make them.
+        // All integers up to here are doubles, and shorter without an exponent.
         const double exact = 9007199254740992.0;
         if (value >= -exact && value <= exact) {
             const long long integer = static_cast<long long>(value);

@@ -21,9 +21,8 @@ class Parser;
 // Named elements in the order of their insertion.
 //
 // Names are byte strings of any content. Insert keeps them unique. A name changed through an iterator is not
-// checked; of two members of one name Find gets the first. For this reason Find and Insert search the members
-// one by one; the Reader does not. References and iterators stay valid until their own
-// member is erased.
+// checked; of two members of one name Find returns the first. Find and Insert therefore search the members
+// one by one; the Reader uses an index. References and iterators stay valid until their own member is erased.
 class Object
 {
 public:

@@ -20,8 +20,8 @@ namespace json
 namespace detail
 {
 
-// Finds duplicate names while an object is read. Small objects are searched; a large one gets a sorted
-// index: other than with a hash, no choice of names makes it slow.
+// Finds duplicate names while an object is read. Small objects are searched; a large one gets a sorted index,
+// which no choice of names can make slow, as it could a hash table.
 class NameIndex
 {
 public:
@@ -33,7 +33,7 @@ public:
     bool contains(const std::string &name)
     {
         if (m_names.empty()) {
-            // Asked only here: older standard libraries count a list's members to tell its size.
+            // Counted only here, because older standard libraries count a list's members in size().
             if (m_object.Size() <= SmallObject)
                 return m_object.Find(name) != m_object.End();
             for (const Object::Member &member : m_object)
@@ -108,7 +108,7 @@ private:
         expect(type);
         advance();
     }
-    // Takes the comma before another item, or else the end of the container.
+    // Takes the comma before another item, or the end of the container.
     bool takeComma(Token::Type end)
     {
         const bool another = m_token->type == Token::Comma;
@@ -174,8 +174,8 @@ inline void Parser::parseMember(Object &object, NameIndex &names)
     expect(Token::Text);
     const std::size_t begin = m_token->begin;
     const std::size_t end = m_token->end;
-    // A list of its own, so that the finished member moves into the object as it is and an unfinished
-    // one never does.
+    // In a list of its own, so that the finished member moves into the object without a copy, and an
+    // unfinished member never reaches the object.
     Object::Members member;
     member.emplace_back();
     m_scanner.assignText(member.back().name);
@@ -197,7 +197,7 @@ inline void Parser::parse(Array &array)
     if (m_token->type == Token::ArrayEnd) {
         advance();
     } else {
-        // Where the document ends no element was begun, which would stay in the Array.
+        // At the end of the document no element has begun; one that has begun would stay in the Array.
         if (m_token->type == Token::End)
             failToken();
         do {
@@ -221,7 +221,7 @@ inline void Parser::parse(Number &number)
     const std::size_t size = m_token->end - m_token->begin;
     const NumberSyntax syntax(text, size);
     if (syntax.length < size) {
-        // 0xFF stands where no number was read to come before the offending byte.
+        // Where no number precedes the offending byte, the message has 0xFF in its place.
         fail(std::string("Unexpected character in NUMBER token: ") +
              (syntax.complete ? text[syntax.length] : '\xff'));
     }

@@ -24,11 +24,11 @@ namespace json
 // duplicate), an Array elements; an UnknownElement of the document's kind is extended likewise and one of
 // another kind replaced.
 //
-// Beyond the letter of JSON the names and strings may hold any raw byte but a quote, and numbers leading
-// zeros, a bare point, or an exponent cut short ("1e" and "-" are 0). A number too large becomes the
-// largest double. `\u0000` to `\u00ff` give that one byte, `\u0100` and above a question mark.
-// Deeper than 512 levels is ParseException "Nesting too deep"; the levels up to there are read with less than
-// 256 KiB of the thread's stack, other than under sanitizers. Locale and flags of the stream do not matter.
+// Extensions to JSON: names and strings may hold any raw byte but a quote, and numbers may have leading
+// zeros, a bare point, or an incomplete exponent ("1e" and "-" are 0). A number that is too large becomes the
+// largest double. `\u0000` to `\u00ff` give that one byte, `\u0100` and above a question mark. Nesting deeper
+// than 512 levels is ParseException "Nesting too deep"; up to that depth, reading needs less than 256 KiB of
+// the thread's stack in builds without sanitizers. Locale and flags of the stream do not matter.
 //
 // Afterwards the stream has eofbit and failbit set, unless a ScanException came before its end: it then
 // stands at the place of the error (or, where its buffer cannot go back and a code point has too few digits,

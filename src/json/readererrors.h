@@ -26,7 +26,7 @@ public:
         unsigned int m_nDocOffset;
     };
 
-    // The text holds something that is no token. Not related to ParseException but by the base.
+    // The text contains something that is no token. Related to ParseException only by the base class.
     class ScanException : public Exception
     {
     public:
@@ -39,7 +39,7 @@ public:
         Location m_locError;
     };
 
-    // The tokens make no document; the offending one lies between the locations.
+    // The tokens form no document; the offending one lies between the locations.
     class ParseException : public Exception
     {
     public:

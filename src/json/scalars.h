@@ -8,7 +8,7 @@
 namespace json
 {
 
-// Values come and go without casts: the implicit conversions are the interface.
+// The implicit conversions are the interface: values convert without casts.
 // NOLINTBEGIN(google-explicit-constructor)
 
 // A number, truth value or text. Converts implicitly from and to T, with the language's own conversions:

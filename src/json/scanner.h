@@ -12,7 +12,7 @@ namespace json
 namespace detail
 {
 
-// A part of the document. The Scanner gives its text, which is needed for few of them only.
+// A part of the document. Few tokens need their text, so the Scanner provides it on request.
 struct Token {
     enum Type {
         End,
@@ -39,7 +39,7 @@ struct Token {
     }
 
     Type type;
-    bool escaped; // a Text that is not what stands between its quotes
+    bool escaped; // a Text that contains escapes
     std::size_t begin;
     std::size_t end; // one past the last byte
 };
@@ -53,12 +53,12 @@ public:
     {
     }
 
-    // The next token, valid until the following call. After the last one comes End, at the place of the last
-    // one: an error in a document that is cut short is reported there.
+    // The next token, valid until the following call. After the last token comes End, at the place of the
+    // last token, so that an error in a truncated document is reported there.
     const Token &next();
 
-    // The text of the token that next() gave, as messages show it: of a string the decoded content. End has
-    // none.
+    // The text of the token that next() returned, as messages show it; for a string the decoded content, for
+    // End nothing.
     std::string text() const
     {
         std::string text;
@@ -66,16 +66,16 @@ public:
         return text;
     }
     void assignText(std::string &text) const;
-    // The bytes of that token, as many as lie between its begin and end.
+    // The bytes of that token, from its begin to its end.
     const char *bytes() const { return m_source.bytes() + m_token.begin; }
     // Where a token begins or ends.
     ReaderErrors::Location location(std::size_t position) const { return m_source.location(position); }
 
 private:
-    // The classic locale's white space, without asking any locale.
+    // White space of the classic locale, whatever the program's locale is.
     static bool isSpace(int byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); }
     static bool isDigit(int byte) { return byte >= '0' && byte <= '9'; }
-    // NUL belongs to it, so that one behind a number is reported as a mistake in the number.
+    // Includes NUL, so that a NUL behind a number is reported as a mistake in the number.
     static bool isNumberPart(int byte)
     {
         return isDigit(byte) || byte == '.' || byte == 'e' || byte == 'E' || byte == '+' || byte == '-' ||
@@ -179,7 +179,7 @@ inline void Scanner::scanLiteral(Token::Type type, const char *name)
     }
 }
 
-// Takes whatever may be meant as a number; the parser finds the mistakes.
+// Takes every byte that can be meant as part of a number; the parser finds mistakes.
 inline void Scanner::scanNumber()
 {
     m_token.type = Token::Number;
@@ -197,7 +197,8 @@ inline void Scanner::scanText()
         const int byte = m_source.take();
         if (byte == '"')
             return;
-        // A backslash that is the last byte of the stream would be text, were the string not open anyway.
+        // A backslash as the last byte of the stream needs no check here, because the string is not closed
+        // then.
         if (byte == Source::End || m_source.peek() == Source::End)
             fail("Expected string: \"");
         scanEscape();
@@ -219,7 +220,7 @@ inline void Scanner::scanCodePoint()
     const std::size_t position = m_source.position();
     for (int i = 0; i < 4; ++i) {
         if (hexadecimalValue(m_source.peek()) < 0) {
-            // Like any bad escape, this one is reported behind its letter.
+            // Reported after its letter, like any bad escape.
             m_source.giveBack(position);
             failEscape('u');
         }
@@ -227,7 +228,7 @@ inline void Scanner::scanCodePoint()
     }
 }
 
-// Appends what the text between the quotes stands for; scanText() has let it pass.
+// Appends the decoded text between the quotes, which scanText() has checked.
 inline void Scanner::decode(const char *begin, const char *end, std::string &text)
 {
     text.clear();
@@ -248,7 +249,7 @@ inline void Scanner::decode(const char *begin, const char *end, std::string &tex
     }
 }
 
-// Four hexadecimal digits make one Latin-1 byte, which is what text is to the users of this library.
+// Four hexadecimal digits make one Latin-1 byte, because the users of this library have Latin-1 text.
 inline char Scanner::codePoint(const char *digits)
 {
     int value = 0;
@@ -257,7 +258,7 @@ inline char Scanner::codePoint(const char *digits)
     return value <= 0xFF ? static_cast<char>(value) : '?';
 }
 
-// What a letter behind a backslash stands for; negative for one that stands for nothing, 'u' aside.
+// The byte that a letter behind a backslash encodes; negative for 'u' and for letters without a meaning.
 inline int Scanner::escapedByte(int letter)
 {
     switch (letter) {
@@ -280,7 +281,7 @@ inline int Scanner::escapedByte(int letter)
     }
 }
 
-// Negative for what is no digit, Source::End included.
+// Negative for anything but a digit, Source::End included.
 inline int Scanner::hexadecimalValue(int byte)
 {
     if (isDigit(byte))

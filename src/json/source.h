@@ -20,11 +20,11 @@ namespace detail
 // The bytes of a document, read from a stream once and kept for a second pass.
 //
 // They are taken through the stream buffer, in general one by one, so that an error in the first pass leaves
-// the stream right where it was found. The destructor sets the stream's state.
+// the stream exactly at its place. The destructor sets the stream's state.
 class Source
 {
 public:
-    // What stands for a byte after the last one.
+    // Returned in place of a byte at the end.
     enum { End = -1 };
 
     explicit Source(std::istream &stream)
@@ -40,12 +40,12 @@ public:
     Source(const Source &) = delete;
     Source &operator=(const Source &) = delete;
 
-    // The next byte as 0 to 255, left where it is; or End.
+    // The next byte as 0 to 255, without taking it; or End.
     int peek()
     {
         return m_position < m_text.size() ? static_cast<unsigned char>(m_text[m_position]) : fetch();
     }
-    // Takes the next byte, if there is one, and gives it as peek() does.
+    // Takes the next byte, if there is one, and returns it as peek() does.
     int take()
     {
         const int byte = peek();
@@ -56,23 +56,23 @@ public:
         ++m_position;
         return byte;
     }
-    // Takes all bytes up to the first that the test, given it as 0 to 255, says no to.
+    // Takes all bytes up to the first for which the test is false. The test gets the byte as 0 to 255.
     template <typename Test>
     void takeWhile(Test test);
 
-    // Gives the latest bytes back, down to this position.
+    // Gives back the bytes behind this position, to be taken again.
     void giveBack(std::size_t position);
 
     // Back to the first byte, for the second pass.
     void rewind() { m_position = 0; }
 
-    // How many bytes were taken.
+    // The number of bytes taken.
     std::size_t position() const { return m_position; }
-    // Where in the document a byte stands that was taken, or the one after them.
+    // The place in the document of a taken byte, or of the byte after them.
     ReaderErrors::Location location(std::size_t position) const;
     // The bytes that were taken.
     const char *bytes() const { return m_text.data(); }
-    // True when the bytes ended because the stream could not be read, not because there are no more.
+    // True when reading ended because of a failure of the stream, not at its end.
     bool failed() const { return m_failed; }
 
 private:
@@ -88,8 +88,8 @@ private:
     void fail();
 
     std::istream &m_stream;
-    std::streambuf *m_buffer; // null once nothing more comes from it
-    std::string m_text;       // what came from it so far
+    std::streambuf *m_buffer; // null when it has ended or failed
+    std::string m_text;       // the bytes read from it so far
     std::size_t m_position;
     bool m_failed;
     std::ios_base::iostate m_outcome;
@@ -102,12 +102,13 @@ inline Source::~Source()
         if (m_outcome != std::ios_base::goodbit)
             m_stream.setstate(m_outcome);
     } catch (...) {
-        // The stream's owner asked for it, but the state is set all the same and Reader says what came of it.
+        // The exception is what the stream's owner asked for. The state is set all the same, and Reader
+        // reports the result.
     }
 }
 
-// The buffer of a string stream can go back to any place, so it is read at once, which is much faster. Of a
-// class derived from it, as of any other, nothing is known but what a single byte shows.
+// The buffer of a string stream can be set to any place, so it is read at once, which is much faster. A class
+// derived from it may not support that, so its bytes are read one by one like those of any other buffer.
 inline void Source::takeWhole()
 {
     if (!m_buffer)
@@ -122,8 +123,8 @@ inline void Source::takeWhole()
     m_text.resize(static_cast<std::size_t>(m_buffer->sgetn(&m_text[0], available)));
 }
 
-// What was read ahead of an error: all by takeWhole(), a few bytes that giveBack() got. Without an error the
-// bytes were taken to their end.
+// Returns what was read beyond an error: everything that takeWhole() read, or the few bytes of giveBack().
+// Without an error all bytes were taken.
 inline void Source::returnRest()
 {
     if (!m_buffer)
@@ -146,7 +147,7 @@ inline void Source::returnRest()
 inline void Source::giveBack(std::size_t position)
 {
     m_position = position;
-    // The end that was met is ahead again.
+    // After giving back, the end of the stream has to be read again.
     if (!m_buffer && !m_failed) {
         m_buffer = m_stream.rdbuf();
         m_outcome = std::ios_base::goodbit;
@@ -165,7 +166,7 @@ void Source::takeWhile(Test test)
         m_position = position;
         if (position < size)
             return;
-        // Beyond what is in memory: one byte more, if there is a fitting one.
+        // Behind the bytes in memory: one more byte, if it passes the test.
         const int byte = fetch();
         if (byte == End || !test(byte))
             return;
@@ -190,7 +191,7 @@ inline int Source::fetch()
     return End;
 }
 
-// Moves the byte that fetch() gave from the stream into memory.
+// Moves the byte that fetch() returned from the stream into memory.
 inline void Source::keep(int byte)
 {
     m_text.push_back(static_cast<char>(byte));
@@ -208,7 +209,7 @@ inline void Source::fail()
     m_buffer = nullptr;
 }
 
-// Counted only when an error asks for it.
+// Computed only for errors.
 inline ReaderErrors::Location Source::location(std::size_t position) const
 {
     ReaderErrors::Location location;

@@ -20,7 +20,7 @@ struct ArrayBranch;
 struct ObjectBranch;
 } // namespace detail
 
-// Values come and go without casts: the implicit conversions are the interface.
+// The implicit conversions are the interface: values convert without casts.
 // NOLINTBEGIN(google-explicit-constructor)
 
 // Holds one value of any kind; Null at first.
@@ -40,7 +40,7 @@ public:
         : m_kind(NullKind)
     {
     }
-    // Moving copies too, so that the source keeps its value; exchange without copying is swap().
+    // A move copies, so that the source keeps its value. swap() exchanges values without copying.
     UnknownElement(const UnknownElement &other);
     UnknownElement(const Object &object);
     UnknownElement(const Array &array);
@@ -59,8 +59,8 @@ public:
         : m_kind(NullKind)
     {
     }
-    // A String of the terminated text, where otherwise the pointer would silently become a truth value.
-    // A template, so that a literal 0 is no text.
+    // A String of the terminated text; otherwise the pointer would silently convert to bool. A template, so
+    // that a literal 0 is no text.
     template <typename C, typename = typename std::enable_if<std::is_same<C, char>::value>::type>
     explicit UnknownElement(const C *text)
         : UnknownElement(String(std::string(text)))
@@ -68,7 +68,7 @@ public:
     }
     ~UnknownElement() { reset(); }
 
-    // Safe for a value that is part of this element's own tree. Unchanged when memory runs out.
+    // Safe for a value from this element's own tree. Unchanged when memory runs out.
     UnknownElement &operator=(const UnknownElement &other);
 
     // Checked access: throws json::Exception "Bad cast" when the value is of another kind.
@@ -87,7 +87,7 @@ public:
     operator String &();
     operator Null &();
 
-    // Converts to Object; adds the member as Null when there is none.
+    // Converts to Object; appends the member as Null when there is none.
     UnknownElement &operator[](const std::string &name);
     // Checked; throws json::Exception when not an Object or without this member.
     const UnknownElement &operator[](const std::string &name) const;
@@ -96,7 +96,7 @@ public:
     // Checked; throws json::Exception when not an Array or too short.
     const UnknownElement &operator[](std::size_t index) const;
 
-    // Calls the one Visit of the value's kind; what that throws passes through.
+    // Calls the Visit of the value's kind once; its exceptions pass through.
     void Accept(ConstVisitor &visitor) const;
     void Accept(Visitor &visitor);
 
@@ -113,7 +113,7 @@ public:
 private:
     enum Kind { NullKind, BooleanKind, NumberKind, StringKind, ArrayKind, ObjectKind };
 
-    // What needs more than a word is owned on the heap: an element is two words whatever it holds.
+    // Values larger than a word are on the heap, so that an element is always two words.
     union Value {
         Value()
             : m_string(nullptr)
@@ -163,7 +163,7 @@ private:
     bool equalChild(const UnknownElement &other, CompareWork &work) const;
 
     Kind m_kind;
-    Null m_null; // without state, there to be referred to
+    Null m_null; // without state; the target of references
     Value m_value;
 };
 

@@ -1,7 +1,7 @@
 #ifndef JSON_UNKNOWNELEMENTIMPL_H
 #define JSON_UNKNOWNELEMENTIMPL_H
 
-// The operations of UnknownElement that need to know the containers.
+// The operations of UnknownElement that need the definitions of the containers.
 
 #include "array.h"
 #include "exception.h"
@@ -22,8 +22,8 @@ namespace json
 namespace detail
 {
 
-// A container owned by an element. The link is for taking trees apart without recursion and without
-// memory of its own, as a destructor must.
+// A container owned by an element. The link serves to destroy trees without recursion and without allocating,
+// as a destructor must.
 struct Branch {
     explicit Branch(bool array)
         : isArray(array)
@@ -278,7 +278,7 @@ inline void UnknownElement::reset() noexcept
     }
 }
 
-// Gives up the container, if there is one, to the caller and is Null then.
+// Passes the container, if there is one, to the caller; the element is Null afterwards.
 inline detail::Branch *UnknownElement::release() noexcept
 {
     detail::Branch *branch = nullptr;
@@ -293,7 +293,7 @@ inline detail::Branch *UnknownElement::release() noexcept
     return branch;
 }
 
-// Puts the containers directly below the parent in front of the pending ones.
+// Puts the containers directly below the parent at the front of the pending list.
 inline void UnknownElement::releaseChildren(detail::Branch &parent, detail::Branch *&pending) noexcept
 {
     const auto take = [&pending](UnknownElement &child) {
@@ -311,8 +311,8 @@ inline void UnknownElement::releaseChildren(detail::Branch &parent, detail::Bran
     }
 }
 
-// Makes this Null element a copy of the other: at once when it has nothing below it, else as a step of
-// work to come.
+// Makes this Null element a copy of the other: at once when the other has no children, else by adding a step
+// to the work.
 inline void UnknownElement::copyChild(const UnknownElement &other, CopyWork &work)
 {
     if (other.isBranch()) {

@@ -17,10 +17,9 @@ class Array;
 class Null;
 class Object;
 
-// Receives the value of an element in its real kind, to edit it in place.
-// UnknownElement::Accept calls exactly one Visit; children are not walked, a visitor that wants them
-// calls Accept on them itself. The reference is valid for the call; a visitor must not convert or
-// assign the element that is being visited.
+// Receives the value of an element as its real kind, to edit it in place. UnknownElement::Accept calls
+// exactly one Visit and does not visit children; a visitor calls Accept on them itself if needed. The
+// reference is valid during the call; a visitor must not convert or assign the visited element.
 class Visitor
 {
 public:
@@ -33,7 +32,7 @@ public:
     virtual void Visit(Null &null) = 0;
 };
 
-// The read-only sibling of Visitor.
+// The read-only form of Visitor.
 class ConstVisitor
 {
 public:

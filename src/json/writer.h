@@ -25,8 +25,8 @@ class DocumentWriter;
 // so that Reader gives the same bytes again. Numbers have up to twenty significant digits and read back
 // as the same double; NaN and the infinities are written as null.
 //
-// Format, width and locale of the stream neither matter nor change. A stream that fails shows it in its
-// state only; the Writer itself throws nothing but std::bad_alloc.
+// Format, width and locale of the stream neither matter nor change. A failure of the stream shows only in its
+// state; the Writer itself throws nothing but std::bad_alloc.
 class Writer
 {
 public:
@@ -37,7 +37,7 @@ public:
     static void Write(const Boolean &boolean, std::ostream &stream) { writeValue(boolean, stream); }
     static void Write(const Null &null, std::ostream &stream) { writeValue(null, stream); }
     static void Write(const UnknownElement &element, std::ostream &stream);
-    // Text as a String; as with UnknownElement it would otherwise become a truth value.
+    // Text as a String; otherwise it would convert to bool, as with UnknownElement.
     template <typename C>
     static typename std::enable_if<std::is_same<C, char>::value>::type Write(const C *text,
                                                                              std::ostream &stream)
@@ -46,7 +46,7 @@ public:
     }
 
 private:
-    Writer(); // not defined: there is nothing to construct
+    Writer(); // not defined: the class has only static members
 
     template <typename T>
     static void writeValue(const T &value, std::ostream &stream);
@@ -55,7 +55,7 @@ private:
 namespace detail
 {
 
-// Writes one tree, keeping the open containers in a stack of its own: it may be deeper than the thread's.
+// Writes one tree without recursion, so that it may be deeper than the thread's stack allows.
 class DocumentWriter : public ConstVisitor
 {
 public:
@@ -72,14 +72,14 @@ public:
     void Visit(const Boolean &boolean) override { m_text += boolean ? "true" : "false"; }
     void Visit(const Null &) override { m_text += "null"; }
 
-    // Writes what the containers visited so far still lack, and hands all to the stream.
+    // Writes the rest of the containers visited so far, and passes everything to the stream.
     void finish();
 
 private:
-    // Text is handed to the stream in pieces of about this size, which stay in the processor's nearest cache.
+    // Text is passed to the stream in pieces of about this size, which fit into the processor's first cache.
     enum { Enough = 4096 };
 
-    // A container that is open, and what of it is to be written next.
+    // An open container, and its next item.
     struct Level {
         explicit Level(const Array &openArray)
             : array(&openArray)
@@ -111,7 +111,7 @@ private:
     std::ostream &m_stream;
     NumberWriter m_numbers;
     std::vector<Level> m_levels;
-    std::string m_text; // not yet given to the stream
+    std::string m_text; // not yet passed to the stream
 };
 
 inline void DocumentWriter::Visit(const Array &array)
@@ -172,7 +172,7 @@ inline void DocumentWriter::startLine()
 inline void DocumentWriter::appendString(const std::string &string)
 {
     const char *const end = string.data() + string.size();
-    const char *plain = string.data(); // where the bytes begin that are written as they are
+    const char *plain = string.data(); // start of the bytes that are written unchanged
     m_text += '"';
     for (const char *byte = plain; byte != end; ++byte) {
         const char letter = escapeLetter(*byte);
@@ -187,8 +187,8 @@ inline void DocumentWriter::appendString(const std::string &string)
     m_text += '"';
 }
 
-// What stands behind a backslash for this byte; NUL when it is written as it is. Constants without
-// exception, for then compilers make a table of them.
+// The letter behind a backslash for this byte; NUL when the byte is written unchanged. Only constants are
+// returned, for then compilers make a table of them.
 inline char DocumentWriter::escapeLetter(char byte)
 {
     switch (byte) {
@@ -211,7 +211,7 @@ inline char DocumentWriter::escapeLetter(char byte)
     }
 }
 
-// Unformatted output: a width or fill that the stream has pending is not for us.
+// Unformatted output ignores a width or fill that is set in the stream.
 inline void DocumentWriter::flush()
 {
     m_stream.write(m_text.data(), static_cast<std::streamsize>(m_text.size()));
