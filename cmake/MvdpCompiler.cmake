@@ -1,7 +1,6 @@
-# mvdp_own_code(target): language level, warnings and instrumentation of what is written here
-# (generated code is built without it).
+# mvdp_own_code(target): language level, warnings and instrumentation of code that is not generated.
 
-# Without extensions: the panel's compiler and ours then take the same language.
+# Without extensions, so that the panel's compiler accepts the same language as ours.
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 # The service keeps to C++11; Qt 6's own headers need C++17.
@@ -28,7 +27,7 @@ elseif(MVDP_SANITIZE)
     add_link_options(-fsanitize=${MVDP_SANITIZE})
 endif()
 if(MVDP_COVERAGE)
-    # clang's counters stand for the source's own branches; gcc's count each call that might throw as one.
+    # clang counts the branches of the source; gcc also counts each call that might throw.
     if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
         message(FATAL_ERROR "MVDP_COVERAGE needs clang++ (this is ${CMAKE_CXX_COMPILER_ID}): use the preset "
             "'coverage', or configure anew with -DCMAKE_CXX_COMPILER=clang++")
@@ -41,11 +40,11 @@ if(MVDP_FUZZ)
         message(FATAL_ERROR "MVDP_FUZZ needs clang++ (this is ${CMAKE_CXX_COMPILER_ID}): use the preset 'fuzz', "
             "or configure anew with -DCMAKE_CXX_COMPILER=clang++")
     endif()
-    # A fuzzer sees its way through all that is compiled here; its main() comes with the linking of the fuzzers.
+    # Coverage for the fuzzers in all that is compiled here; libFuzzer's main() is added when a fuzzer is linked.
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# tests/layers holds the libraries among them (the global property MVDP_LIBRARIES) to what they link.
+# tests/layers checks what the libraries of the global property MVDP_LIBRARIES link.
 set_property(GLOBAL PROPERTY GLOBAL_DEPENDS_NO_CYCLES ON)
 define_property(TARGET PROPERTY MVDP_PUBLIC_HEADERS
     BRIEF_DOCS "The headers that other libraries may include; all, if it is not set")
@@ -63,6 +62,6 @@ function(mvdp_own_code target)
     if(MVDP_WERROR)
         set_target_properties(${target} PROPERTIES COMPILE_WARNING_AS_ERROR ON)
     endif()
-    # Text that leaves as bytes says in which encoding: the protocol's is Latin-1.
+    # Conversions of text to bytes must name the encoding: the protocol's is Latin-1.
     target_compile_definitions(${target} PRIVATE QT_NO_CAST_TO_ASCII)
 endfunction()

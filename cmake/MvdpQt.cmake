@@ -1,7 +1,7 @@
-# Finds one Qt major and hides which one behind targets of our own:
+# Finds one major version of Qt and provides targets that do not depend on which one it is:
 #   mvdp::QtCore mvdp::QtNetwork mvdp::QtDBus mvdp::QtWidgets mvdp::QtTest
-# and the variables MVDP_QT_MAJOR and MVDP_QDBUSXML2CPP (the proxy generator's program). Without MVDP_SERVICE
-# only Core, Network and Test are there.
+# Sets MVDP_QT_MAJOR and MVDP_QDBUSXML2CPP (the proxy generator's program). Without MVDP_SERVICE only Core, Network and
+# Test are provided.
 
 set(MVDP_QT "" CACHE STRING "Qt major version (6, 5 or 4); empty takes the newest found")
 set_property(CACHE MVDP_QT PROPERTY STRINGS "" 6 5 4)
