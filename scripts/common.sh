@@ -33,15 +33,15 @@ install_packages() {
         >/dev/null
 }
 
-# configure_tree PRESET FOLDER [cmake option...]: with all that the scripts use, unless the options say otherwise. A
-# folder that was configured for another generator or compiler is configured anew.
+# configure_tree PRESET FOLDER [cmake option...]: enables everything that the scripts use, unless the options override
+# it. A folder that was configured for another generator or compiler is configured anew.
 configure_tree() {
     local options=(--preset "$1" -S "$root" -B "$2" -DMVDP_SERVICE=ON -DMVDP_TOOLS=ON -DBUILD_TESTING=ON "${@:3}")
     cmake "${options[@]}" || cmake --fresh "${options[@]}"
 }
 
 # build_tree PRESET FOLDER [cmake option...] [-- target...]: configures and builds; quiet unless it fails. One build at
-# a time: each keeps all cores busy, and several at once only take the caches from each other.
+# a time, because each uses all cores.
 build_tree() {
     local preset=$1 folder=$2 log options=()
     shift 2
