@@ -6,7 +6,8 @@
 #include <QtCore/QString>
 #include <QtCore/QtGlobal>
 
-// While it lives, warnings are counted instead of printed, since most inputs cause some. One at a time.
+// While an object exists, warnings are counted instead of printed, because most inputs cause some. One at a
+// time.
 class CountedWarnings
 {
 public:
@@ -35,7 +36,7 @@ private:
     }
     static void handle(QtMsgType type, const QMessageLogContext &, const QString &text)
     {
-        // Nothing here has more to say than that.
+        // No other message is expected here.
         REQUIRE(type == QtWarningMsg);
         ++taken().count;
         taken().last = text;

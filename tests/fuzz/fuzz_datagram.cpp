@@ -1,7 +1,7 @@
 // One datagram of any length through the header test and the command handlers of a panel whose platform
 // service cannot be reached, and its bytes through the layout's accessors. Nothing on this machine is
-// touched: there is no bus, the disks are not synchronized, and the one command that leaves a file in a fixed
-// place is not handed over.
+// changed: there is no bus, the disks are not synchronized, and the command that leaves a file in a fixed
+// place is not passed to its handler.
 
 #include "commandhandlers.h"
 #include "countedwarnings.h"
@@ -30,8 +30,8 @@ using Bytes = std::array<std::uint8_t, 256>;
 
 int syncCount = 0;
 
-// What the panel holds when a datagram comes: 192.168.0.1, 255.255.255.0, 192.168.0.254. It cannot know its
-// MAC address, which is zero then.
+// The panel's settings at each datagram: 192.168.0.1, 255.255.255.0, 192.168.0.254. Its MAC address is
+// unknown and therefore zero.
 const std::uint32_t HeldAddress = 0xC0A80001;
 const std::uint32_t HeldNetmask = 0xFFFFFF00;
 const std::uint32_t HeldGateway = 0xC0A800FE;
@@ -64,7 +64,7 @@ private:
     int m_count = 0;
 };
 
-// The process around the handlers, made once: no bus to be found, a thread with events, a folder of its own.
+// The process around the handlers, made once: no bus, a thread with events, a temporary folder.
 class Surroundings
 {
 public:
@@ -73,14 +73,14 @@ public:
         , m_origin(::open(".", O_RDONLY | O_DIRECTORY))
         , m_folder(::open(m_temporary.path().toLocal8Bit().constData(), O_RDONLY | O_DIRECTORY))
     {
-        // An address of no socket, so that not even a connection is tried.
+        // An address without a socket, so that no connection is attempted.
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=");
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=");
         REQUIRE(m_origin >= 0 && m_folder >= 0);
         EventGrabber::instance()->installEventFilter(&winks);
     }
 
-    // The working directory, in which a marker may be left, is the temporary folder during this.
+    // Runs the handler with the temporary folder as the working directory, where it may leave a marker.
     bool handleInFolder(MvdpDatagram &datagram)
     {
         REQUIRE(::fchdir(m_folder) == 0);
@@ -88,7 +88,7 @@ public:
         REQUIRE(::fchdir(m_origin) == 0);
         return reply;
     }
-    // True when the marker was left, and empty; it is gone then.
+    // True when an empty marker was left. Removes it.
     bool takeMarker()
     {
         struct stat status;
@@ -108,7 +108,8 @@ private:
     int m_folder;
 };
 
-// Every byte tells its place: what an earlier datagram left behind a shorter one.
+// The datagram in its buffer. Beyond it every byte has a value of its own, as an earlier datagram would
+// leave.
 Bytes received(const std::uint8_t *data, std::size_t size)
 {
     Bytes bytes;
@@ -135,7 +136,7 @@ bool isForThisPanel(const Bytes &bytes)
            std::all_of(bytes.begin() + 20, bytes.begin() + 26, [](std::uint8_t byte) { return byte == 0; });
 }
 
-// The reply of a panel that knows nothing of itself but its settings.
+// The reply of a panel that has only its settings.
 Bytes expectedIdentity(const Bytes &request)
 {
     const std::array<std::uint8_t, 24> fixed = {0x58, 0x02, 0x0F, 0x27, 0x8D, 0x01, 0,    0,    0,
@@ -144,7 +145,7 @@ Bytes expectedIdentity(const Bytes &request)
     std::copy(HeldSettings.begin(), HeldSettings.end(), reply.begin() + 8);
     std::copy(fixed.begin(), fixed.end(), reply.begin() + 26);
     if (request[6] == 5) {
-        // They are staged but cannot be applied.
+        // The settings are staged but cannot be applied.
         reply[5] = 3;
         std::copy(request.begin() + 8, request.begin() + 20, reply.begin() + 8);
     }
@@ -173,7 +174,7 @@ void checkHandling(const Bytes &request, MvdpDatagram &datagram)
     const CountedWarnings warnings;
     const std::uint8_t command = request[6];
     const bool accepted = isOneOf(command, {1, 2, 4, 5, 6, 7, 14, 15, 102}) && isForThisPanel(request);
-    // Its marker has a place of its own on the machine, where one would be left in earnest.
+    // Its marker would be written to its fixed path on this machine.
     if (accepted && command == 15)
         return;
     const bool reply = command == 6 ? surroundings.handleInFolder(datagram) : handleCommand(datagram);
@@ -183,7 +184,7 @@ void checkHandling(const Bytes &request, MvdpDatagram &datagram)
     REQUIRE(syncCount == (accepted && isOneOf(command, {6, 14}) ? 1 : 0));
     REQUIRE(surroundings.takeMarker() == (accepted && command == 6));
     Bytes expected = accepted ? expectedReply(request) : request;
-    // In a request that is for another panel the type does not matter: it is not sent back.
+    // The type of a request for another panel does not matter, because it is not sent back.
     if (!accepted)
         expected[5] = datagram.packetType();
     REQUIRE(std::memcmp(datagram.data(), expected.data(), expected.size()) == 0);
@@ -210,7 +211,7 @@ void checkAccessors(const Bytes &bytes, const MvdpDatagram &datagram)
     REQUIRE(std::memcmp(datagram.description(), bytes.data() + 44, 64) == 0);
 }
 
-// An identity of the input's own bytes, written and read.
+// An identity made of the input's bytes, written and read.
 void checkIdentity(const Bytes &bytes, MvdpDatagram &datagram)
 {
     MvdpIdentity identity;
@@ -233,7 +234,7 @@ void checkIdentity(const Bytes &bytes, MvdpDatagram &datagram)
 
 } // namespace
 
-// In place of the C library's, which would wait for the disks.
+// Replaces the C library's function, which would wait for the disks.
 extern "C" void sync() noexcept
 {
     ++syncCount;

@@ -1,4 +1,4 @@
-// Any bytes through the JSON reader, what was read through the writer, and that through the reader again.
+// Any bytes through the JSON reader, the result through the writer, and its text through the reader again.
 
 #include "fuzztarget.h"
 #include "jsonoutcome.h"
@@ -57,7 +57,7 @@ std::size_t firstToken(const std::string &text)
     return std::min(text.find_first_not_of("\t\n\v\f\r "), text.size());
 }
 
-// A stream of which the reader knows nothing, so that it takes one byte after the other.
+// A buffer of a class that the reader does not recognise, so that it takes the bytes one by one.
 class UnknownBuffer : public std::stringbuf
 {
 public:
@@ -78,7 +78,7 @@ void checkStream(const std::string &text, std::istream &stream, const Outcome<Va
     }
     const std::size_t expected = outcome.begin.m_nDocOffset;
     REQUIRE(position == static_cast<std::streamoff>(expected));
-    // Only the end of the stream ends it.
+    // It ends only at the end of the stream.
     REQUIRE(!stream.bad() && (stream.good() || expected == text.size()));
 }
 
@@ -108,7 +108,7 @@ void checkErrorPlace(const std::string &text, const Outcome<Value> &outcome)
         REQUIRE(text[begin] == '"' && text[end - 1] == '"');
 }
 
-// Nothing is lost between a tree, its text and the tree again.
+// A tree, written and read again, is the same.
 template <class Value>
 void checkRewriting(const Value &value)
 {
@@ -129,8 +129,8 @@ Outcome<Value> checkReading(const std::string &text)
         checkErrorPlace(text, outcome);
     if (outcome.kind == Outcome<Value>::Scan)
         REQUIRE(outcome.value == Value());
-    // After a parse error too what is left in the target is a whole tree. With the array that was one level
-    // too deep it can be written only.
+    // After a parse error too the target contains a whole tree. After the error for nesting it can only be
+    // written, since it has one array level too many to be read.
     if (outcome.message == "Nesting too deep")
         writeJson(outcome.value);
     else
@@ -145,7 +145,7 @@ Outcome<Value> checkReading(const std::string &text)
     return outcome;
 }
 
-// An Object takes the documents that begin as one, and reads them as an UnknownElement does.
+// An Object accepts the documents that begin as one, and reads them as an UnknownElement does.
 void checkAgreement(const std::string &text, const Outcome<json::Object> &object,
                     const Outcome<UnknownElement> &any)
 {
@@ -164,7 +164,7 @@ void checkAgreement(const std::string &text, const Outcome<json::Object> &object
         REQUIRE(any.value == UnknownElement(object.value));
 }
 
-// A scan error anywhere wins over a parse error before it.
+// A scan error anywhere takes precedence over a parse error before it.
 void checkOrderOfErrors(const std::string &text, const Outcome<UnknownElement> &any)
 {
     const std::string misplaced = "]\n";
@@ -188,7 +188,7 @@ void checkOrderOfErrors(const std::string &text, const Outcome<UnknownElement> &
     REQUIRE(before.begin.m_nDocOffset == text.size() + 1);
 }
 
-// The number that the C library reads; its exponent cut short ("1e") and a lone sign are 0.
+// The number as the C library reads it; an incomplete exponent ("1e") and a lone sign are 0.
 double expectedNumber(const std::string &token)
 {
     char *end = nullptr;
@@ -196,7 +196,7 @@ double expectedNumber(const std::string &token)
     return *end != '\0' ? 0.0 : std::max(-DBL_MAX, std::min(DBL_MAX, value));
 }
 
-// Each run of bytes that may be meant as a number, by itself: read and written as the C library does.
+// Each run of bytes that may be meant as a number, alone: read and written as by the C library.
 void checkNumbers(const std::string &text)
 {
     std::size_t end = 0;
@@ -240,7 +240,7 @@ bool isSame(const QJsonArray &theirs, const json::Array &ours)
     return true;
 }
 
-// What is beyond Latin-1 is a question mark here.
+// Characters beyond Latin-1 become question marks.
 std::string latin1(const QString &text)
 {
     return text.toLatin1().toStdString();
@@ -286,8 +286,8 @@ QJsonDocument readByQt(const std::string &text)
     return QJsonDocument::fromJson(QByteArray(text.data(), static_cast<int>(text.size())));
 }
 
-// The text of a document that was read, without what this reader allows beyond the letter of JSON: other
-// blanks, numbers of another form, and any byte in strings.
+// The text of a document that was read, without this reader's extensions to JSON: other blanks, numbers of
+// another form, and any byte in strings.
 std::string toStrictJson(const std::string &text)
 {
     std::string strict;
@@ -311,8 +311,8 @@ std::string toStrictJson(const std::string &text)
     return strict;
 }
 
-// What another reader takes as JSON this one takes as well, but for the differences that are meant, and reads
-// the same from it. In 7 bits, since the encodings differ. The other way round it holds too.
+// What Qt's reader accepts this one accepts too and reads with the same result, and the other way round,
+// except for intended differences. Only 7-bit text is compared, because the encodings differ.
 void checkAgainstOtherReader(const std::string &text, const Outcome<UnknownElement> &any)
 {
     if (any.isOk() && (kindOf(any.value) == JsonKind::Object || kindOf(any.value) == JsonKind::Array))
@@ -325,7 +325,7 @@ void checkAgainstOtherReader(const std::string &text, const Outcome<UnknownEleme
     if (!any.isOk()) {
         REQUIRE(any.message == "Nesting too deep" ||
                 startsWith(any.message, "Duplicate object member token: ") ||
-                // Qt lets any letter stand behind a backslash, and a number begin with its point.
+                // Qt accepts any letter behind a backslash, and a number that begins with its point.
                 startsWith(any.message, "Unrecognized escape sequence found in string: ") ||
                 any.message == "Unexpected character in stream: .");
         return;

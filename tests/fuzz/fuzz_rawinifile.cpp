@@ -26,13 +26,13 @@ QByteArray escaped(const QString &text, const char *introducer)
     return result;
 }
 
-// Without a section, and with no character that means anything by itself.
+// As a file without sections and without characters of special meaning.
 QByteArray writtenAnew(const QSettings::SettingsMap &entries)
 {
     QByteArray file;
     for (auto entry = entries.constBegin(); entry != entries.constEnd(); ++entry) {
         const QString value = entry.value().toString();
-        // A text that begins with the mark of a type is written with one mark more.
+        // A value that begins with a type's mark is written with the mark doubled.
         const char *mark = value.startsWith(QLatin1Char('@')) ? "@" : "";
         file += escaped(entry.key(), "%U") + '=' + mark + escaped(value, "\\x") + '\n';
     }

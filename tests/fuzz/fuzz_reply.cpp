@@ -88,7 +88,7 @@ Received takeReceived(Input &input)
     return received;
 }
 
-// Written down from the protocol, and not from the code.
+// Written from the protocol and not from the code.
 bool isExpectedAnswer(const Request &request, const Received &received)
 {
     const std::uint8_t *sent = request.datagram.data();
@@ -106,7 +106,7 @@ bool isExpectedAnswer(const Request &request, const Received &received)
            (!request.forOneMac || std::memcmp(bytes + 20, sent + 20, 6) == 0);
 }
 
-// Nothing that could steer a terminal, turn the direction of a text or begin a line.
+// True when no character can control a terminal, change the direction of text or start a line.
 bool isPrintable(const QString &line)
 {
     const bool harmless = std::all_of(line.begin(), line.end(), [](QChar character) {
@@ -153,7 +153,7 @@ void checkPanel(const Panel &panel, const Received &reply)
     REQUIRE(panel.versionText().isEmpty() == (panel.partitionVersion == 0));
 }
 
-// What scripts read: JSON that says of the panel what the panel is, and CSV that says the same.
+// The output for scripts: JSON with the panel's values, and CSV with the same values.
 void checkForScripts(const Panel &panel)
 {
     const QJsonObject object = panelJson(panel, interfaceName);
@@ -203,7 +203,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Input input(data, size);
     const Request request = takeRequest(input);
     PanelList panels;
-    // A MAC address is one panel; without one, a source is.
+    // A MAC address identifies a panel; without one the source does.
     std::set<std::pair<MacAddress, std::uint32_t>> expectedPanels;
     while (!input.isEmpty()) {
         const Received received = takeReceived(input);

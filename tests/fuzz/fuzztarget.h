@@ -6,9 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-// What a fuzz target is made of. It is called with every input in turn: by libFuzzer, or by replay.cpp with
-// the seeds. It keeps nothing from one input to the next, so that an input alone shows again what it has
-// shown once.
+// The entry point of a fuzz target. libFuzzer calls it with every input in turn, replay.cpp with the seeds.
+// It keeps no state between inputs, so that an input alone reproduces its result.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
 // Ends the program, so that the fuzzer keeps the input.

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-// How reading a text ends, and what it leaves in a fresh value.
+// How reading a text ends, and the content of the value, which was empty before.
 template <class Value>
 struct JsonOutcome {
     enum Kind { Ok, Scan, Parse };
@@ -34,7 +34,7 @@ struct JsonOutcome {
     }
 };
 
-// Lets out what the reader is not to throw.
+// Exceptions that the reader must not throw pass through.
 template <class Value>
 JsonOutcome<Value> readJson(std::istream &stream)
 {

@@ -14,7 +14,7 @@ const std::string &textOf(const json::UnknownElement &element)
     return static_cast<const json::String &>(element).Value();
 }
 
-// Into an expectation that has begun: a record inside another.
+// Continues an expectation, for a record inside another.
 void expectInterface(const json::Object &object, ExpectedReading &expected)
 {
     const json::UnknownElement *name = expected.member(object, "name", JsonKind::String);
@@ -35,7 +35,7 @@ void expectInterface(const json::Object &object, ExpectedReading &expected)
 
 void expectDns(const json::Object &object, ExpectedReading &expected)
 {
-    // Whatever stands in the lists will do.
+    // The elements of the lists may be of any kind.
     expected.member(object, "servers", JsonKind::Array);
     expected.member(object, "search", JsonKind::Array);
 }
@@ -82,7 +82,7 @@ void expectInterfaces(const json::Array &interfaces, ExpectedReading &expected)
 {
     std::set<std::string> names;
     for (const json::UnknownElement &element : interfaces) {
-        // What is no object counts as an empty one.
+        // A value that is no object counts as an empty one.
         const json::Object object =
             kindOf(element) == JsonKind::Object ? static_cast<const json::Object &>(element) : json::Object();
         expectInterface(object, expected);
@@ -111,7 +111,7 @@ bool flagIn(const json::Object &object, const char *key, bool otherwise)
     return has(object, key) ? static_cast<const json::Boolean &>(object[key]).Value() : otherwise;
 }
 
-// Toward zero, and no further than 32 bits reach.
+// Rounded toward zero and limited to 32 bits.
 qint32 integerIn(const json::Object &object, const char *key, qint32 otherwise)
 {
     if (!has(object, key))
@@ -254,7 +254,7 @@ bool holds(const BridgeConfig &record, const json::Object &object)
     if (has(object, "list")) {
         for (const json::UnknownElement &bridge : static_cast<const json::Array &>(object["list"])) {
             const json::Object &bridgeObject = bridge;
-            // The first of a name counts.
+            // The first bridge of a name counts.
             if (has(bridgeObject, "name") && names.insert(textIn(bridgeObject, "name")).second &&
                 !holds(record.bridges.value(textIn(bridgeObject, "name")), bridgeObject))
                 return false;

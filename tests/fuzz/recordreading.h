@@ -13,8 +13,8 @@
 #include <cstdint>
 #include <string>
 
-// Walks an object as a record's reading is to do, and tells what has to come of it but the values: how many
-// warnings there are, whether the record takes the object, and whether a value of another type ends it all.
+// Walks an object as a record's reading must, and predicts all of the result but the values: the number of
+// warnings, whether the record accepts the object, and whether a value of another type ends the reading.
 class ExpectedReading
 {
 public:
@@ -31,8 +31,7 @@ public:
         return false;
     }
 
-    // The member called key; null when it is not there, and also when it is of another kind, which ends the
-    // reading.
+    // The member called key. Null when it is missing, or of another kind, which ends the reading.
     const json::UnknownElement *member(const json::Object &object, const char *key, JsonKind kind)
     {
         const json::Object::const_iterator found = object.Find(key);
@@ -60,15 +59,15 @@ inline bool has(const json::Object &object, const char *key)
     return object.Find(key) != object.End();
 }
 
-// A record's text through the record. For each record there are, found by their argument:
+// Tests a record with a text. Each record needs these functions, found by their arguments:
 //   ExpectedReading expectedReading(const json::Object &, const Record *)
 //   bool holds(const Record &, const json::Object &)
 //   bool isSame(const Record &, const Record &)
-//   Record rewritten(const Record &)  what is left of a record that was written and is read again
+//   Record rewritten(const Record &)  the record after it was written and read again
 namespace recordreading
 {
 
-// How one reading went.
+// The result of one reading.
 struct Reading {
     bool result = false;
     bool mistyped = false;
@@ -76,7 +75,7 @@ struct Reading {
     QString lastWarning;
 };
 
-// "Bad cast" may come out of a reading, and nothing else.
+// A reading may throw "Bad cast" and nothing else.
 template <class Read>
 Reading readInto(Read read)
 {
@@ -99,7 +98,7 @@ Reading readText(const QString &text, Record &record)
     return readInto([&] { return record.fromJsonString(text); });
 }
 
-// A record that the reader's failure left as it was; the warning tells which failure.
+// The reader's failure leaves the record unchanged and is named in the warning.
 template <class Record>
 void checkFailure(const Reading &reading, const Record &record, const char *firstWord)
 {
@@ -114,7 +113,7 @@ void checkReading(const json::Object &object, const Reading &reading, const Reco
     const ExpectedReading expected = expectedReading(object, static_cast<const Record *>(nullptr));
     REQUIRE(reading.mistyped == expected.mistyped);
     REQUIRE(reading.warnings == expected.warnings);
-    // Whether the record took the object is not told by the text's reading.
+    // The result of reading from text does not show whether the record accepted the object.
     REQUIRE(reading.result == !expected.mistyped);
 
     if (!expected.isOver())
@@ -125,12 +124,11 @@ void checkReading(const json::Object &object, const Reading &reading, const Reco
     REQUIRE(directReading.mistyped == expected.mistyped);
     REQUIRE(directReading.warnings == expected.warnings);
     REQUIRE(directReading.result == !expected.isOver());
-    // Also when the reading broke off: what was read before stays.
+    // Also after an exception: what was read before it stays.
     REQUIRE(isSame(direct, record));
 }
 
-// The record's text read again gives the record, apart from what rewritten() takes from it; once that is
-// gone, nothing changes any more.
+// The record's text read again gives the record as rewritten() has it. A second time it does not change.
 template <class Record>
 Record checkRewriting(const Record &record)
 {
@@ -147,7 +145,7 @@ Record checkRewriting(const Record &record)
     return again;
 }
 
-// All of it; the record as it was read.
+// Runs all checks; returns the record as it was read.
 template <class Record>
 Record check(const std::uint8_t *data, std::size_t size)
 {

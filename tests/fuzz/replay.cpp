@@ -1,4 +1,4 @@
-// Runs a fuzz target over given files, without a fuzzer: the seeds as regression tests of every build.
+// Runs a fuzz target over given files, without a fuzzer; every build runs the seeds as regression tests.
 
 #include "fuzztarget.h"
 
@@ -12,7 +12,7 @@
 namespace
 {
 
-// In memory of just its size, so that a sanitizer sees a byte read beyond it.
+// In memory of exactly its size, so that a sanitizer detects a read beyond it.
 void runOn(const QByteArray &input)
 {
     const std::size_t size = static_cast<std::size_t>(input.size());
@@ -28,7 +28,7 @@ bool replay(const QString &name)
         std::fprintf(stderr, "%s cannot be read\n", qPrintable(name));
         return false;
     }
-    // Before it is run, so that the last line tells which one ended the program.
+    // Printed first, so that the last line names the input that ended the program.
     std::fprintf(stderr, "%s\n", qPrintable(name));
     runOn(file.readAll());
     return true;
