@@ -191,7 +191,7 @@ void BridgeConfigTest::spanningTreeIsReadFromAnotherKeyThanItIsWrittenTo()
     QCOMPARE(readText(again, text).warnings, QStringList());
     QCOMPARE(again.bridges.value(latin1("a")).stp, true);
 
-    // Even a mistyped "stp" is not looked at.
+    // A mistyped "stp" is ignored too.
     BridgeConfig mistyped;
     const RecordReading reading =
         readText(mistyped, R"({"list":[{"name":"a","interfaces":[],"stp":5,"std":false}]})");
@@ -222,10 +222,10 @@ void BridgeConfigTest::oddBridgeIsWarnedOf_data()
     row("twice, then a good one",
         R"({"name":"a","interfaces":[]},{"name":"a","interfaces":[]},{"name":"b","interfaces":[]})", {twice},
         "off []; a[] stp 1 fd 5 opts <-t 30 -T 35>; b[] stp 1 fd 5 opts <-t 30 -T 35>");
-    // The members are looked at before the name is.
+    // The members are checked before the name.
     row("twice, then without members", R"({"name":"a","interfaces":[]},{"name":"a"})", {noMembers, twice},
         kept);
-    // What a bridge of a known name says beyond its members is not looked at.
+    // Further members of a bridge whose name is known already are ignored.
     row("twice, the second mistyped",
         R"({"name":"a","interfaces":[]},{"name":"a","interfaces":[],"fd":"x","std":1})", {twice}, kept);
     row("names differ in a blank", R"({"name":"a","interfaces":[]},{"name":" a","interfaces":[]})", {},
@@ -257,8 +257,8 @@ void BridgeConfigTest::wrongTypeIsABadCastAfterWhatCameBefore_data()
     row(latin1(R"({"enabled":true,"interfaces":null})"), "on []");
     row(latin1(R"({"enabled":true,"interfaces":["x",null]})"), "on [x]");
     row(latin1(R"({"enabled":true,"interfaces":["x"],"list":null})"), "on [x]");
-    // One more bridge after a good one. Its members are read before its name is looked for; and unlike a name
-    // server, a bridge that is no object is no empty one.
+    // One more bridge after a valid one. Its members are read before its name is checked; unlike a name
+    // server, a bridge that is no object does not count as an empty one.
     for (const char *bridge :
          {R"({"name":null})", R"({"name":"b","interfaces":null})", R"({"name":"a","interfaces":null})",
           R"({"name":"b","interfaces":["y",null]})", R"({"name":"b","interfaces":[],"std":null})",

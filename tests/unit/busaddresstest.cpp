@@ -106,8 +106,8 @@ private:
     std::unique_ptr<LocalSocket> m_deaf;
 };
 
-// In each test: "bus" listens, "a b,c;d" too, "deaf" is a socket that nobody listens on, "absent" is not
-// there.
+// In each test "bus" and "a b,c;d" accept connections, "deaf" is a socket that does not listen, and "absent"
+// does not exist.
 void BusAddressTest::init()
 {
     m_folder.reset(new QTemporaryDir);
@@ -146,7 +146,7 @@ void BusAddressTest::addressIsTriedOrLeftToTrying_data()
     row("unix:path=$/bus,guid=0123456789abcdef0123456789abcdef", BusState::Listening);
     row("unix:guid=0123456789abcdef0123456789abcdef,path=$/bus", BusState::Listening);
     row("unix:guid=0123456789abcdef0123456789abcdef,path=$/deaf", BusState::NotListening);
-    // What would end a name is written with percent signs.
+    // Characters that would end a name are percent-encoded.
     row("unix:path=$/a%20b%2cc%3Bd", BusState::Listening);
     row("unix:path=$/b%75s", BusState::Listening);
     row("unix:path=$/b%75t", BusState::NotListening);
@@ -157,7 +157,7 @@ void BusAddressTest::addressIsTriedOrLeftToTrying_data()
     row("unix:path=$/absent;", BusState::NotListening);
     row("unix:path=$/bus;", BusState::Listening);
     row(";unix:path=$/bus", BusState::Listening);
-    // Nothing is known of other transports.
+    // The state behind other transports is unknown.
     row("tcp:host=127.0.0.1,port=1", BusState::Unknown);
     row("autolaunch:", BusState::Unknown);
     row("unixexec:path=$/bus", BusState::Unknown);
@@ -189,8 +189,8 @@ void BusAddressTest::abstractNameThatListensIsFound()
 
 void BusAddressTest::fullQueueOfConnectionsIsNoListener()
 {
-    // Each look leaves a connection in the queue of one that nobody takes, until there is no room for
-    // another: a bus library that connected then would wait without end.
+    // Each look leaves a connection in the queue of a listener that accepts none, until the queue is full. A
+    // bus library that connected then would wait without end.
     int looks = 0;
     while (busStateOfAddress("unix:path=" + path("bus")) == BusState::Listening)
         QVERIFY(++looks < 100);

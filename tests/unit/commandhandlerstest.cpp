@@ -23,7 +23,7 @@
 #include <memory>
 #include <thread>
 
-// In a mount namespace of the test's own, with an empty /mnt, and a working directory of each test's own.
+// Runs in its own mount namespace with an empty /mnt; each test has its own working directory.
 
 namespace
 {
@@ -37,8 +37,8 @@ const char AbsoluteMarker[] = "/mnt/data/hmi/restorecdsdefault.bin";
 
 const QStringList IdentityCalls = lines({VersionCall, RecordCall, CodeCall});
 
-// A request whose every other byte tells its place, with address 172.16.0.9 / 255.255.0.0, gateway 172.16.0.1
-// and the panel's MAC address.
+// A request with address 172.16.0.9 / 255.255.0.0, gateway 172.16.0.1 and the panel's MAC address. Every
+// other byte has the value of its offset.
 QByteArray request(int command)
 {
     QByteArray bytes;
@@ -50,7 +50,7 @@ QByteArray request(int command)
     return bytes;
 }
 
-// The panel's answer to that.
+// The panel's reply to that request.
 QByteArray replyTo(int command)
 {
     if (command == 2)
@@ -88,7 +88,7 @@ public:
 
 } // namespace
 
-// In place of the C library's: a test shall not wait for the machine's disks, and wants to know.
+// Replaces the C library's function: a test must not wait for the disks, and checks the calls.
 extern "C" void sync() noexcept
 {
     buses->service().note((QStringList(latin1("sync")) + files()).join(QLatin1Char(' ')));
@@ -125,7 +125,7 @@ private slots:
 private:
     // Handles the bytes on another thread, as the server does. True when they are to be sent.
     bool handle(QByteArray &bytes);
-    // What was asked until now; a further call proves that nothing was under way behind it.
+    // The calls so far; a further call proves that none was still under way.
     QStringList allCalls();
     FakeService &service() { return buses->service(); }
 
@@ -264,7 +264,7 @@ void CommandHandlersTest::setAddressThatCannotBeAppliedIsAnsweredByType3_data()
 void CommandHandlersTest::setAddressThatCannotBeAppliedIsAnsweredByType3()
 {
     QFETCH(QVariantList, answer);
-    // Refused for the apply, in order again for the reply.
+    // The apply gets an error, the reply's reading a valid record.
     service().answerInTurn("getInterfaceConfig", {answer, QVariantList{panelRecord()}});
     QByteArray bytes = request(5);
     QVERIFY(handle(bytes));
@@ -344,7 +344,7 @@ void CommandHandlersTest::refusedActionsAreAnsweredAllTheSame()
     QVERIFY(allCalls().contains(latin1(RestartCall)));
 }
 
-// That every byte of the address counts is told by the datagram's own test.
+// The datagram's own test covers every byte of the address.
 void CommandHandlersTest::requestForAnotherPanelIsDropped_data()
 {
     QTest::addColumn<int>("command");

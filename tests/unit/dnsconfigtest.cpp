@@ -34,7 +34,7 @@ DnsConfig fullRecord()
     return record;
 }
 
-// "null" stands for an empty list here, which no text of a test is.
+// "null" stands for an empty list; no test has it as a text.
 QString listsOf(const DnsConfig &record)
 {
     const auto list = [](const QStringList &texts) {
@@ -102,7 +102,7 @@ void DnsConfigTest::textIsRead()
 {
     QFETCH(QString, text);
     QFETCH(QString, lists);
-    // What a record held before is gone.
+    // The record's earlier content is replaced.
     for (DnsConfig record : {DnsConfig(), fullRecord()}) {
         const RecordReading reading = readText(record, text);
         QCOMPARE(reading.warnings, QStringList());

@@ -22,7 +22,7 @@ TestBuses *buses = nullptr;
 
 const char NoSystemBus[] = "Failed connecting to DBUS system bus -> try HWSD on session bus";
 const char NoSessionBus[] = "Failed connecting to DBUS session bus -> trying loading HWSD plugin";
-// The bus's own words.
+// The bus daemon's message.
 const QString Absent = latin1("\"The name com.zelt.HWSD was not provided by any .service files\"");
 // Three attempts on the first bus, and one more on the session bus.
 const QString Failed = latin1("Error reaching dbus service:  ") + Absent;
@@ -54,8 +54,8 @@ const QStringList AllProxies =
            "com.zelt.HWSD /NetworkManager com.zelt.HWSD.NetworkManager",
            "com.zelt.HWSD /I2CSEEPROM com.zelt.HWSD.I2CSEEPROM"});
 
-// Takes the warnings of the four object proxies from the end of the list; each carries the connection's last
-// error, whose text is Qt's own.
+// Removes the warnings of the four object proxies from the end of the list. Each ends in the connection's
+// last error, a text of Qt.
 bool takeObjectWarnings(QStringList &warnings)
 {
     const QStringList starts =
@@ -96,7 +96,7 @@ private slots:
     void busConnectionIsOfUseAtOnce();
 
 private:
-    // The link that is found, and the warnings on the way.
+    // Opens a link; its warnings are in m_warnings.
     std::unique_ptr<HwsdLink> open();
     QStringList m_warnings;
 };
@@ -217,7 +217,7 @@ void HwsdLinkTest::serviceThatComesUpLaterIsFound()
     QCOMPARE(validProxies(*link), AllProxies);
 }
 
-// The service answers, but whenever its owner is asked for, the bus knows of none.
+// The service answers, but the bus reports no owner of its name.
 void HwsdLinkTest::rootProxyThatStaysInvalidIsNullAfterThreeAttempts()
 {
     const FakeBus bus(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
@@ -269,7 +269,7 @@ void HwsdLinkTest::busConnectionIsClosedWithItsObject()
     QVERIFY(!none.isConnected());
 }
 
-// Where Qt is not given the time to note a connection's name, one in some 7000 ends the process (Qt 5.15).
+// Where Qt gets no time to note a connection's name, about one connection in 7000 ends the process (Qt 5.15).
 void HwsdLinkTest::busConnectionIsOfUseAtOnce()
 {
     QVERIFY(buses->startSystemBus() && buses->startServiceOnSystemBus());

@@ -94,7 +94,7 @@ void HwsdPlatformActionsTest::restartMakesTheRootProxyThatIsMissing()
     QVERIFY(buses->startServiceOnSystemBus());
     QVERIFY(platform().restartSystem());
     QCOMPARE(service().waitForCalls(1), lines({RestartCall}));
-    // The one that was made is kept, also for a service that comes back.
+    // The new proxy is kept, also for a service that comes back.
     QVERIFY(buses->startServiceOnSystemBus());
     BusMonitor monitor(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
     QVERIFY(monitor.start());
@@ -104,14 +104,14 @@ void HwsdPlatformActionsTest::restartMakesTheRootProxyThatIsMissing()
     QCOMPARE(messages.take(), QStringList());
 }
 
-// The service answers, but whenever its owner is asked for, the bus knows of none.
+// The service answers, but the bus reports no owner of its name.
 void HwsdPlatformActionsTest::restartFailsWhileTheServiceDoesNotComeUp()
 {
     const FakeBus bus(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"));
     QVERIFY(bus.isListening());
     MessageCatcher messages;
     QVERIFY(!platform().restartSystem());
-    QCOMPARE(messages.take().filter(latin1(Waiting)).size(), 6); // when the link was made, and now
+    QCOMPARE(messages.take().filter(latin1(Waiting)).size(), 6); // three at the link's creation, three now
     QVERIFY(!platform().restartSystem());
     QCOMPARE(messages.take(), lines({Waiting, Waiting, Waiting}));
 }

@@ -14,7 +14,7 @@
 #include <functional>
 #include <thread>
 
-// The factory settings file stands at its fixed path, in a mount namespace of the test's own.
+// The factory settings file is at its fixed path, in the test's own mount namespace.
 
 namespace
 {
@@ -23,7 +23,7 @@ TestBuses *buses = nullptr;
 
 const char FactoryFile[] = "/mnt/factory/machine.ini";
 
-// The factory's file with this table of names.
+// Writes the factory's file with this table of names.
 bool writeNames(const QByteArray &names)
 {
     QDir().mkpath(latin1("/mnt/factory"));
@@ -97,19 +97,19 @@ void HwsdPlatformIdentityTest::versionIsReadFromTheTextsEnd_data()
     row("V00000990", 99u << 8);
     row("V00255000", 255u << 16);
     row("V99000000", 99u << 24);
-    // Nothing keeps a number within its byte: 256 is bit 24, and 999 is 0x3E7.
+    // A number is not limited to its byte: 256 is bit 24, and 999 is 0x3E7.
     row("V00256000", 0x01000000u);
     row("V01256000", 0x01000000u);
     row("V02256000", 0x03000000u);
     row("V00999000", 0x03E70000u);
     row("V99999999", 99u << 24 | 999u << 16 | 99u << 8 | 9u);
-    // What is no number counts as 0, each cut by itself.
+    // A part that is no number counts as 0; each part is read separately.
     row("Vab234567", 234u << 16 | 56u << 8 | 7u);
     row("V01x34567", 0x01u << 24 | 56u << 8 | 7u);
     row("V012345.7", 0x01u << 24 | 234u << 16 | 7u);
     row("V0123456x", 0x01u << 24 | 234u << 16 | 56u << 8);
     row("VVVVVVVVV", 0);
-    // White space around the digits of a cut is passed over.
+    // White space around the digits of a part is ignored.
     row("x1\xA0"
         "234567",
         0x01u << 24 | 234u << 16 | 56u << 8 | 7u);
@@ -259,8 +259,7 @@ void HwsdPlatformIdentityTest::descriptionWithoutANameIsThatOfCodeOrSeeprom_data
     noBoard("a text", {4, latin1("Text")});
 }
 
-// There is a name of number 0, which is what the blank makes of the second number: no code that cannot be
-// read has it.
+// A blank second number of the table reads as 0. Its name must not be given to a code that cannot be read.
 void HwsdPlatformIdentityTest::descriptionWithoutANameIsThatOfCodeOrSeeprom()
 {
     QFETCH(QVariantList, code);
@@ -333,7 +332,7 @@ void HwsdPlatformIdentityTest::blockTakesWhatFitsWithoutTerminator()
     }
 }
 
-// The service gives every caller another answer; both threads must still come out with the same text.
+// The service gives each caller another answer; both threads must still return the same text.
 void HwsdPlatformIdentityTest::threadsThatAskAtOnceGetOneText()
 {
     for (int round = 0; round < 20; ++round) {

@@ -18,7 +18,7 @@ const char Record[] = R"({"name":"eth0","label":"Plant","mac_address":"02:1a:2B:
                       R"("metric":10,"dhcp":true,"configured":true,"readonly":false,"virtual":false,)"
                       R"("hidden":false,"actual_netmask":"255.255.0.0","actual_ip_address":"10.0.0.1",)"
                       R"("actual_gateway_ip":"10.0.0.254","actual_metric":20})";
-// What is cached of it; see stateOf().
+// What the facade caches of it; see stateOf().
 const char RecordState[] = "0a000001 ffff0000 0a0000fe 021a2b3c4d5e";
 
 const char MistypedEth0[] = "Mistyped value in the configuration of interface \"eth0\" Bad cast";
@@ -34,7 +34,7 @@ QJsonObject jsonObject(const QString &text)
     return QJsonDocument::fromJson(text.toUtf8()).object();
 }
 
-// The record with what a setting replaces.
+// The record with the values that a setting replaces.
 QJsonObject recordWith(const char *address, const char *netmask, const char *gateway, bool dhcp)
 {
     QJsonObject record = jsonObject(latin1(Record));
@@ -101,7 +101,7 @@ private:
     // The record that a successful apply has written; empty when its calls were not reading, writing and
     // applying.
     static QJsonObject writtenRecord(const char *interface = "eth0");
-    // A further, awaited call tells that these are all until now.
+    // All calls so far; a further, awaited call proves that none was still under way.
     static QStringList allCalls();
 };
 
@@ -170,7 +170,7 @@ void HwsdPlatformNetworkTest::addressesAreReadFromTheirTexts_data()
     row("actual_gateway_ip", "00000000 00000000 0a010101 001a2b3c4d5e");
 }
 
-// A text that Qt would take for another address, and two that are absent, and so empty.
+// Also a text that Qt would read as another address, and two that are absent and therefore empty.
 void HwsdPlatformNetworkTest::addressesAreReadFromTheirTexts()
 {
     QFETCH(QString, key);
@@ -302,7 +302,7 @@ void HwsdPlatformNetworkTest::mistypedValueIsToldOnceUntilItIsGone()
             QVERIFY(platform().refreshNetworkState());
             QVERIFY(!platform().applyConfiguration());
         }
-        // A reading that fails in another way tells nothing about the values.
+        // A reading that fails in another way says nothing about the values.
         service().answer("getInterfaceConfig", ErrorReply);
         QVERIFY(platform().refreshNetworkState());
         answerRecord(mistyped);
@@ -328,7 +328,7 @@ void HwsdPlatformNetworkTest::mistypedValueIsToldOfEachInterface()
         QVERIFY(platform().refreshNetworkState());
     }
     QCOMPARE(messages.take(), both);
-    // That one of them is well again changes nothing for the other.
+    // The recovery of one does not affect the other.
     answerRecord(latin1(Record));
     QVERIFY(platform().refreshNetworkState());
     answerRecord(mistyped);
@@ -363,7 +363,7 @@ void HwsdPlatformNetworkTest::applyWritesTheRecordAndAppliesIt()
 void HwsdPlatformNetworkTest::applySendsTheTextsOfADhcpInterfaceBackUnchanged()
 {
     refreshFromRecord();
-    // What is staged is gone with the next refresh.
+    // The next refresh discards staged values.
     platform().setIpAddress(0x01020304u);
     refreshFromRecord();
     QVERIFY(platform().applyConfiguration());

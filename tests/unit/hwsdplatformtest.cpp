@@ -134,7 +134,7 @@ void HwsdPlatformTest::everyOperationTriesToConnectAgain()
     QCOMPARE(buses->service().waitForCalls(1), lines({RestartCall}));
 }
 
-// The link stays the same when the service goes and comes back, and is of use again.
+// The link stays the same when the service goes and comes back, and works again.
 void HwsdPlatformTest::busIsLookedForOnceOnly()
 {
     QVERIFY(buses->startSystemBus() && buses->startServiceOnSystemBus());

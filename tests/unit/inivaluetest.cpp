@@ -26,13 +26,13 @@ void IniValueTest::valueGivesText_data()
     row(" \t x y \t ", "x y");
     row(" \t ", "");
     row("\v x\f", "\v x\f");
-    // Commas are characters like others.
+    // Commas have no special meaning.
     row("501:A, 502:B,", "501:A, 502:B,");
     row("501:A , 502:B , ", "501:A , 502:B ,");
     row(R"("501:A, 502:B")", "501:A, 502:B");
     row(R"("501:A", "502:B")", "501:A, 502:B");
     row(R"("501:A" , "502:B" ,)", "501:A, 502:B,");
-    // Quotes go; what they enclose stays, and so do blanks at the end once there were any.
+    // Quotes are removed. The text in them stays, and so do blanks at the end of a value with quotes.
     row(R"("")", "");
     row(R"(" x ")", " x ");
     row(R"(" x " )", " x ");
@@ -61,12 +61,12 @@ void IniValueTest::valueGivesText_data()
     row(R"(\"a\")", "\"a\"");
     row(R"("\"a\"")", "\"a\"");
     row(R"(%41)", "%41");
-    // A blank that is meant stays.
+    // An escaped blank stays.
     row(R"(\x20x\x20)", " x ");
     row(R"(\x20 )", " ");
     row(R"(x\t )", "x\t");
     row(R"(x\t y )", "x\t y");
-    // How QSettings marks what is no text, or could be taken for such.
+    // The marks of QSettings for values that are no text or look like one of those.
     row("@", "@");
     row("@x", "@x");
     row("@@", "@");

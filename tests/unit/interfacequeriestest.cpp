@@ -11,8 +11,8 @@
 
 #include <cstring>
 
-// Everything here happens in a network namespace of the test's own. There, "eth0" and "aux0" are virtual
-// cables whose other ends are "far0" and "far1"; each test gives them what it needs.
+// Everything here happens in the test's own network namespace. In it "eth0" and "aux0" are virtual cables
+// whose other ends are "far0" and "far1"; each test configures them.
 
 namespace
 {
@@ -22,7 +22,7 @@ bool ip(const char *arguments)
     return runProgram(latin1("ip"), latin1(arguments).split(QLatin1Char(' ')));
 }
 
-// The interface chosen for a peer; "(untouched)" when the buffer was left as it was.
+// The interface chosen for a peer; "(untouched)" when the buffer was not written.
 QByteArray interfaceFor(const char *peer)
 {
     char name[256];
@@ -164,7 +164,7 @@ void InterfaceQueriesTest::ownAddressesAreThoseOfAllInterfaces()
     QVERIFY(ip("link set aux0 down"));
     for (const char *own : {"127.0.0.1", "10.1.0.1", "10.1.0.2", "192.168.7.1"})
         QVERIFY2(isOwnAddress(inet_addr(own)), own);
-    // Another host, a reversed address, the broadcast address of an own subnet, and none at all.
+    // Another host, a reversed address, the broadcast address of an own subnet, and no address.
     for (const char *foreign : {"10.1.0.3", "1.0.1.10", "10.1.255.255", "0.0.0.0"})
         QVERIFY2(!isOwnAddress(inet_addr(foreign)), foreign);
 }

@@ -23,11 +23,11 @@ void Ipv4TextTest::textIsReadAsNumberOrRefusedAsZero_data()
     row("255.255.255.255", 0xFFFFFFFFu);
     row("0.0.0.0", 0);
     row("1.2.3.4", 0x01020304u);
-    // Decimal, whatever the zeros in front.
+    // Leading zeros do not make a part octal.
     row("010.1.1.1", 0x0A010101u);
     row("1.2.3.08", 0x01020308u);
     row("192.168.000.001", 0xC0A80001u);
-    // Blanks around the whole are allowed, inside not.
+    // Blanks are allowed around the address, not inside.
     row(" 1.2.3.4 ", 0x01020304u);
     row("\t1.2.3.4\n", 0x01020304u);
     row("1. 2.3.4", 0);

@@ -167,7 +167,7 @@ void MvdpDatagramTest::settersTouchOnlyTheirField()
 void MvdpDatagramTest::identityReplyIsLiteral()
 {
     MvdpDatagram datagram = filledWith('\xEE');
-    // Type, command and tag stay as they came.
+    // Type, command and tag are those of the request.
     setHeader(datagram, "5E130603 02 03 05");
     datagram.setIdentity(exampleIdentity());
     QCOMPARE(bytesOf(datagram), identityBytes("03 05 EE"));
@@ -196,7 +196,7 @@ void MvdpDatagramTest::emptyIdentityIsZeroWhereNothingIsFixed()
 void MvdpDatagramTest::macAddressDiffersInEveryByte()
 {
     const std::uint8_t mac[6] = {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E};
-    // From the byte before to the byte behind.
+    // From the byte before the field to the byte behind it.
     for (int position = -1; position <= 6; ++position) {
         MvdpDatagram datagram;
         datagram.setMacAddress(mac);

@@ -9,7 +9,7 @@
 namespace
 {
 
-// Every field with a value of its own that is not its initial one.
+// Every field has a value that no other field has and that is not its initial one.
 NetworkInterfaceConfig fullRecord()
 {
     NetworkInterfaceConfig record;
@@ -81,7 +81,7 @@ using Record = NetworkInterfaceConfig;
 template <class Value>
 using Field = Value Record::*;
 
-// Reading goes through the keys in this order, whatever their order in the text.
+// Reading takes the keys in this order, whatever their order in the text.
 const struct {
     const char *key;
     std::variant<Field<QString>, Field<qint32>, Field<bool>> field;
@@ -221,7 +221,7 @@ void NetworkInterfaceConfigTest::recordWithoutNameIsRefused_data()
                                 << latin1("Empty interface name in json");
 }
 
-// Of the two readings only that of an object tells.
+// Only the reading of an object returns whether the record was refused.
 void NetworkInterfaceConfigTest::recordWithoutNameIsRefused()
 {
     QFETCH(QString, text);
@@ -242,7 +242,7 @@ void NetworkInterfaceConfigTest::mistypedKeyIsABadCastAfterTheFieldsBeforeIt_dat
         QTest::newRow(entry.key) << latin1(entry.key);
 }
 
-// The text is that of the full record with one value replaced.
+// The text of the full record with one value replaced.
 void NetworkInterfaceConfigTest::mistypedKeyIsABadCastAfterTheFieldsBeforeIt()
 {
     QFETCH(QString, key);

@@ -8,7 +8,7 @@
 namespace
 {
 
-// What reading leaves in a document, but for what the sections' own tests look at.
+// The content of a document, without what the sections' own tests check, for example
 // "7 panel; dns [a] [b]; bridge on [br0]; interfaces [eth0 eth1]"
 QString asText(const NetworkManagerConfig &document)
 {
@@ -24,7 +24,7 @@ QString asText(const NetworkManagerConfig &document)
 
 const char Version1[] = R"({"version":1})";
 
-// A whole document as it is written; the simulated platform service's tests have it too.
+// A whole document as it is written; the tests of the simulated platform service use it too.
 QString fullText()
 {
     QFile file(latin1(NETWORK_DOCUMENT));
@@ -141,7 +141,7 @@ void NetworkManagerConfigTest::documentWithoutVersionIsRefused()
     QCOMPARE(ofObject.warnings, QStringList(NoVersion));
     QCOMPARE(ofObject.result, latin1("false"));
 
-    // A filled document is asked for its version too.
+    // The version is checked for a document with content too.
     readText(document, Version1);
     QCOMPARE(readText(document, "{}").warnings, QStringList(NoVersion));
 }
@@ -153,7 +153,7 @@ void NetworkManagerConfigTest::filledDocumentIsNotReadAgain_data()
     const auto row = [](const char *number, const char *warning) {
         QTest::newRow(number) << latin1(number) << latin1(warning);
     };
-    // The number of the second reading is told, also when it is the same.
+    // The warning has the number of the second reading, also when it is the same.
     row("7", "Unsupported network manager version  7");
     row("8", "Unsupported network manager version  8");
     row("0", "Unsupported network manager version  0");
@@ -187,7 +187,7 @@ void NetworkManagerConfigTest::documentOfAnyVersionBut0IsFilled()
     QCOMPARE(reading.warnings, QStringList(latin1("Unsupported network manager version  -3")));
     QCOMPARE(asText(document), latin1("-3 ; dns [] []; bridge off []; interfaces []"));
 
-    // What is no number is found out first.
+    // The type of the version is checked first.
     reading = readText(document, R"({"version":"4","hostname":"a"})");
     QCOMPARE(reading.warnings, QStringList());
     QCOMPARE(reading.result, latin1("Bad cast"));
@@ -308,12 +308,12 @@ void NetworkManagerConfigTest::wrongTypeIsABadCastAfterWhatCameBefore_data()
         "1 ; dns [s] []; bridge off []; interfaces []");
     row(R"({"version":1,"dns":{"servers":[{"ip":"s"}]},"bridge":null,"interfaces":[{"name":"a"}]})",
         "1 ; dns [s] []; bridge off []; interfaces []");
-    // The new section takes the old one's place only when it was read.
+    // A new section replaces the old one only when it was read.
     row(R"({"version":1,"bridge":{"enabled":true,"list":null},"interfaces":[{"name":"a"}]})",
         "1 ; dns [] []; bridge off []; interfaces []");
     row(R"({"version":1,"bridge":{"enabled":true},"interfaces":null})",
         "1 ; dns [] []; bridge on []; interfaces []");
-    // The key is there, if not the value: what is inside an interface is not converted.
+    // Only the key's presence matters: the values inside an interface are not converted.
     row(R"({"version":1,"interfaces":[{"name":"a"},{"name":"b","label":null}]})",
         "1 ; dns [] []; bridge off []; interfaces [a]");
 }

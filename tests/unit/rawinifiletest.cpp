@@ -32,7 +32,7 @@ namespace
 
 using Entries = QMap<QString, QString>;
 
-// All entries that are read, or a note that the file is refused.
+// All entries that are read, or a note that the file was refused.
 Entries entriesOf(const QByteArray &file)
 {
     QBuffer buffer;
@@ -58,8 +58,8 @@ Entries entriesByQt(const QString &path)
     return entries;
 }
 
-// QSettings takes the slashes out of what it is asked for, so that it never finds such a key. Qt 6 also drops
-// a line end from a key, which is there only behind a backslash.
+// QSettings removes slashes from the keys that it looks up, so that it never finds a key with them. Qt 6 also
+// removes a line end from a key, which can be there only behind a backslash.
 void removeOddKeys(Entries &entries)
 {
     const QRegularExpression odd(QStringLiteral("^$|^/|//|/$|[\\r\\n]"));
@@ -84,7 +84,7 @@ void RawIniFileTest::fileGivesEntries_data()
     const auto row = [](const char *name, const char *file, const Entries &entries) {
         QTest::newRow(name) << QByteArray(file) << entries;
     };
-    // Keys are told in small letters.
+    // Keys are returned in small letters.
     const auto one = [&row](const char *name, const char *file, const char *key, const char *value) {
         row(name, file, {{latin1(key).toLower(), latin1(value)}});
     };
@@ -156,8 +156,8 @@ void RawIniFileTest::fileGivesEntries()
     QTEST(entriesOf(file), "entries");
 }
 
-// Without commas, capitals in keys and bytes above 127, where this format means to differ, and without the
-// few characters on which Qt 5 and Qt 6 do not agree.
+// Random texts without commas, capitals in keys and bytes above 127, where this format differs on purpose,
+// and without the few characters that Qt 5 and Qt 6 read differently.
 void RawIniFileTest::anyTextIsReadAsQtReadsIt()
 {
     const QList<QByteArray> pieces =
@@ -172,7 +172,7 @@ void RawIniFileTest::anyTextIsReadAsQtReadsIt()
         QByteArray text;
         for (auto count = random() % 60; count > 0; --count)
             text += pieces.at(static_cast<int>(random() % static_cast<unsigned>(pieces.size())));
-        // A name of its own: Qt keeps what it has read of a file.
+        // A new name each time, because Qt caches what it read from a file.
         const QString path = folder.filePath(QString::number(round));
         QVERIFY(writeFile(path, text));
         Entries expected = entriesByQt(path);
@@ -185,7 +185,7 @@ void RawIniFileTest::anyTextIsReadAsQtReadsIt()
         QVERIFY(read == expected);
         entryCount += static_cast<int>(expected.size());
     }
-    // The texts were worth the while.
+    // Enough of the texts had entries.
     QVERIFY(entryCount > 3000);
 }
 

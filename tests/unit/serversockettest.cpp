@@ -19,7 +19,7 @@
 #include <cstring>
 #include <memory>
 
-// In a network namespace of the test's own: the loopback, and "eth0" at 10.1.0.1, a virtual cable.
+// Runs in its own network namespace, with the loopback and "eth0" at 10.1.0.1, a virtual cable.
 
 namespace
 {
@@ -98,7 +98,7 @@ public:
     Cable &operator=(const Cable &) = delete;
     bool isReady() const { return m_ready; }
 
-    // The next such packet, from its IP header on; others are passed over.
+    // The next UDP packet to the port, from its IP header on; other packets are skipped.
     QByteArray udpPacketTo(quint16 port) const
     {
         const QByteArray wanted = QByteArray::number(port, 16).rightJustified(4, '0');
@@ -232,7 +232,7 @@ void ServerSocketTest::longDatagramIsCut()
         QCOMPARE(bytesOf(buffer.datagram), QByteArray(256, 'l'));
         QCOMPARE(QByteArray(buffer.behind, 4), QByteArray("safe"));
     }
-    // The cut part is not taken for another datagram.
+    // The bytes cut off are not received as another datagram.
     QVERIFY(receive("next"));
     QCOMPARE(bytesOf(m_buffer).left(4), QByteArray("next"));
 }
@@ -279,14 +279,14 @@ void ServerSocketTest::sentToTheGroupItCrossesSixteenRouters()
     QCOMPARE(packet.mid(20, 4), QByteArray::fromHex("E4B99CBB")); // from port 58553 to 40123
 }
 
-// A tool on the panel itself is a member of the group too.
+// A tool on the panel itself can be a member of the group too.
 void ServerSocketTest::sentToTheGroupItIsHeardHere()
 {
     QVERIFY(m_socket->send(m_buffer, Tool::address("224.0.5.128", m_tool.port())));
     QCOMPARE(m_tool.receive(), bytesOf(m_buffer));
 }
 
-// That is what sends replies to other subnets by the group.
+// Because of this refusal replies to other subnets go to the group.
 void ServerSocketTest::broadcastIsRefused()
 {
     QVERIFY(!m_socket->send(MvdpDatagram(), Tool::address("255.255.255.255", 40000)));

@@ -58,7 +58,7 @@ private slots:
 
 private:
     QDBusMessage call(const char *method, const QVariantList &arguments = {});
-    // How a structure travels: its signature, and its bytes as letters, those of an array between brackets.
+    // The wire form of a structure: its signature, and its bytes as letters, those of an array in brackets.
     QString onWire(const QVariant &structure);
 
     std::unique_ptr<PrivateBus> m_daemon;
@@ -122,7 +122,7 @@ void HwsdTypesTest::descriptionsHaveTheRecordsSignatures_data()
     QTest::newRow("systemInfo") << "com.zelt.HWSD.SystemInfo.xml" << QByteArray("(yyyayayyyayy)");
 }
 
-// The generator takes any type string beside an annotation; only people would be misled by a wrong one.
+// The generator ignores the type string beside an annotation, so only this test finds a wrong one.
 void HwsdTypesTest::descriptionsHaveTheRecordsSignatures()
 {
     QFETCH(QString, file);

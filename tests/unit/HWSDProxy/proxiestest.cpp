@@ -147,7 +147,7 @@ QString replyType(const QString &tableLine)
                                                 : QStringLiteral("QDBusPendingReply<%1>").arg(content);
 }
 
-// An argument of a type, told apart from others by its place; and how the fake service notes it.
+// An argument of a type, with a value that depends on its place; and its form in the fake service's notes.
 struct Sample {
     QVariant value;
     QString noted;

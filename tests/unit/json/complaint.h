@@ -17,7 +17,7 @@ QByteArray complaint(Use use)
     return "no exception";
 }
 
-// For the checked access that a non-const element would take for a conversion.
+// For checked access; a non-const element would convert instead.
 inline const json::UnknownElement &asConst(const json::UnknownElement &element)
 {
     return element;

@@ -22,7 +22,7 @@ std::size_t countedmemory::bytes()
     return allBytes;
 }
 
-// Replaces the library's own in the whole program; the array forms end up here too.
+// Replaces the library's own in the whole program; the array forms call it too.
 void *operator new(std::size_t size)
 {
     ++allBlocks;

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-// What operator new was asked for in this program so far, freed or not.
+// The memory that this program has requested from operator new so far, freed or not.
 namespace countedmemory
 {
 

@@ -5,7 +5,7 @@
 #include <streambuf>
 #include <string>
 
-// Gives one byte at a time and no memory of it: nothing can be put back, looked at twice or set back.
+// Provides one byte at a time: none can be put back or read again, and the position cannot be set.
 class DrippingBuffer : public std::streambuf
 {
 public:

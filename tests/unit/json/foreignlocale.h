@@ -13,7 +13,7 @@ protected:
     std::string do_grouping() const override { return "\3"; }
 };
 
-// Makes it the program's while this lives.
+// Makes that locale the program's while an object exists.
 class ForeignLocale
 {
 public:

@@ -3,7 +3,7 @@
 
 #include <string>
 
-// Each reads the text with the JSON headers as one source file has them and writes it again.
+// Each reads the text and writes it again, in a source file with its own includes and macros.
 std::string rewrittenBeforeX11(const std::string &text);
 std::string rewrittenBehindX11(const std::string &text);
 std::string rewrittenBehindMinMax(const std::string &text);

@@ -1,4 +1,4 @@
-// Who includes the JSON headers first has Xlib's macros as they are.
+// A file that includes the JSON headers first keeps Xlib's macros unchanged.
 
 // This order is what is tested.
 // clang-format off

@@ -1,6 +1,5 @@
-// Headers written for C define these. The standard library copes with them where its first header comes
-// behind them, and then takes them away; here it does not get to see them before some of what the JSON
-// headers need.
+// Headers written for C define these macros. The standard library removes them when its first header comes
+// after them. Here it does not, because a part of what the JSON headers need is included before them.
 
 #include <string>
 

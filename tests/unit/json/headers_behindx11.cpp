@@ -1,4 +1,4 @@
-// Xlib's macros True, False, None, Bool, Status and others are its interface: a file that draws has them.
+// Xlib's macros True, False, None, Bool, Status and others are its interface: a file that uses Xlib has them.
 
 // This order is what is tested.
 // clang-format off

@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-// Callers declare what they only name.
+// Callers may declare the classes that they only name.
 namespace json
 {
 class Object;
@@ -34,7 +34,8 @@ using json::UnknownElement;
 namespace
 {
 
-// Checks an expression over these operands: c and e are elements, the others what their name says.
+// Checks an expression with these operands: c and e are a const and a non-const element, the others are what
+// their names say.
 template <typename Use>
 constexpr bool usable(Use)
 {

@@ -28,7 +28,7 @@ inline QByteArray toBytes(const std::string &text)
     return QByteArray(text.data(), static_cast<int>(text.size()));
 }
 
-// A fresh value of this kind as read from the text; throws what the Reader throws.
+// A new value of this kind, read from the text; throws what the Reader throws.
 template <typename T>
 T read(const std::string &text)
 {

@@ -1,4 +1,5 @@
-// What inserting and erasing does to the other elements of an Array, and to an Array that gets no memory.
+// The effect of inserting and erasing on the other elements of an Array, and on an Array when memory runs
+// out.
 
 #include "json/jsontext.h"
 #include "support/failingmemory.h"
@@ -40,7 +41,7 @@ Array::iterator placeOf(Array &array, std::size_t index)
     return array.Begin() + static_cast<Distance>(index);
 }
 
-// References to all elements, in their order; kept in step with an Array that changes elsewhere.
+// References to all elements, in their order; updated together with an Array.
 typedef std::deque<const UnknownElement *> References;
 
 References referencesTo(const Array &array)
@@ -51,7 +52,7 @@ References referencesTo(const Array &array)
     return references;
 }
 
-// Whether the elements from `begin` to before `end` stand where these references say.
+// True when the elements from `begin` to before `end` are still at these references.
 bool stayed(const Array &array, const References &references, std::size_t begin, std::size_t end)
 {
     if (array.Size() != references.size())
@@ -84,7 +85,7 @@ private slots:
     void unchangedWhenMemoryRunsOut();
 };
 
-// That no other element moves also tells what the operations cost: the same in an Array of any length.
+// Since no other element moves, the operations cost the same in an Array of any length.
 void TestArray::neitherEndMovesOtherElements()
 {
     Array array = numbers(Many);
@@ -171,7 +172,7 @@ void TestArray::actsAsASequenceDoes()
     Array array;
     std::vector<double> model;
     for (int step = 0; step < 5000; ++step) {
-        // As many at the ends as between them; now and then the sequence is emptied.
+        // As many at the ends as between them; sometimes the sequence is emptied.
         const std::size_t ends[] = {0, model.size(), random() % (model.size() + 1)};
         const std::size_t index = ends[random() % 3];
         const Distance distance = static_cast<Distance>(index);
@@ -250,7 +251,8 @@ void TestArray::unchangedWhenMemoryRunsOut()
     QFETCH(int, size);
     QFETCH(int, index);
     Array array = numbers(size);
-    // A text fails to be copied; a number needs none, so that sooner or later the Array itself finds no room.
+    // Copying a text needs memory; a number needs none, so that the allocation of the Array itself fails at
+    // some point.
     const UnknownElement inserted[] = {UnknownElement("text"), UnknownElement(Number(1))};
     for (const UnknownElement &element : inserted) {
         bool failed = false;

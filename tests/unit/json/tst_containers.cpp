@@ -243,7 +243,7 @@ void TestContainers::objectHoldsItselfAsItWas()
     QCOMPARE(object.Size(), std::size_t(2));
 }
 
-// What a moved-from container holds is promised here, not left open.
+// The content of a moved-from container is specified here.
 // NOLINTBEGIN(bugprone-use-after-move)
 void TestContainers::movedContainersAreEmpty()
 {

@@ -1,5 +1,5 @@
-// The JSON headers in files that have macros of others, and all of these files in one program. That they
-// compile is most of the test.
+// The JSON headers in files with macros of other libraries, and all these files in one program. Most of the
+// test is that they compile.
 
 #include "json/headers.h"
 

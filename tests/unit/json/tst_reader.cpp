@@ -153,7 +153,7 @@ void TestReader::otherBuffersAreReadAlike()
     const bool atEnd = buffer.taken() == static_cast<std::size_t>(input.size());
     if (parts.first() == "scan") {
         QVERIFY(atEnd || stream.good());
-        // Digits of a code point that has too few cannot be given back.
+        // The digits of an incomplete code point cannot be given back.
         const int taken = static_cast<int>(buffer.taken());
         const int errorPlace = parts.at(2).split(':').last().toInt();
         QVERIFY(taken == errorPlace || (parts.at(1).endsWith("\\u") && taken > errorPlace));
@@ -286,7 +286,8 @@ void TestReader::parseErrorKeepsWhatWasBegun_data()
     QTest::addColumn<QByteArray>("input");
     QTest::addColumn<QByteArray>("kept");
     const char *const rows[][2] = {
-        // An Array keeps the element that it was at: all behind the bracket but its end, or behind a comma.
+        // An Array keeps the element that has begun: behind the bracket anything but its end begins one, and
+        // a comma does.
         {"[1,[2,3,}", "[\n\t1,\n\t[\n\t\t2,\n\t\t3,\n\t\tnull\n\t]\n]"},
         {"[1,]", "[\n\t1,\n\tnull\n]"},
         {"[1,", "[\n\t1,\n\tnull\n]"},
@@ -296,7 +297,7 @@ void TestReader::parseErrorKeepsWhatWasBegun_data()
         {"[1 2]", "[\n\t1\n]"},
         {"[1", "[\n\t1\n]"},
         {"[1] 2", "[\n\t1\n]"},
-        // At the end of the document nothing was begun.
+        // At the end of the document no element has begun.
         {"[", "[]"},
         {" [ ", "[]"},
         {"[[", "[\n\t[]\n]"},

@@ -1,5 +1,5 @@
-// Documents meant to hurt. Time is not measured here: what would take quadratic time is found by the
-// memory it asks for, or by this test's time limit.
+// Hostile documents. Time is not measured here: quadratic time is detected by the memory that is requested,
+// or by the test's time limit.
 
 #include "json/countedmemory.h"
 #include "json/jsontext.h"
@@ -31,7 +31,7 @@ std::string repeated(const std::string &text, int count)
     return result;
 }
 
-// What reading the text as an Array asks of operator new, a copy of the text included.
+// The memory that reading the text as an Array requests from operator new, a copy of the text included.
 struct Cost {
     explicit Cost(const std::string &text)
     {
@@ -56,7 +56,7 @@ std::string members(int count)
     return text;
 }
 
-// Sanitizers put room for their marks between all that is on the stack.
+// Sanitizers add space between all objects on the stack.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 const bool LargeFrames = true;
 #elif defined(__has_feature)
@@ -65,7 +65,7 @@ const bool LargeFrames = __has_feature(address_sanitizer) || __has_feature(threa
 const bool LargeFrames = false;
 #endif
 
-// Does what there is to do with a document on a stack as small as Reader promises to do with.
+// Runs every operation on a document with the stack size that Reader promises to be enough.
 class SmallThread : public QThread
 {
 public:
@@ -210,7 +210,7 @@ void TestReaderLimits::deepestIsReadWithLittleStack()
 
 void TestReaderLimits::largeDocumentIsReadAndRewritten()
 {
-    // Written as the Writer does it, so that it comes back byte by byte.
+    // In the Writer's format, so that the result is equal byte for byte.
     std::string text = "[";
     while (text.size() < 2000000) {
         text += text.size() > 1 ? ",\n\t{" : "\n\t{";
@@ -292,8 +292,8 @@ void TestReaderLimits::emptyContainersAreSmall()
     const int count = 300000;
     const Cost cost("[" + repeated(jsontext::toStd(item), count) + "null]");
     QCOMPARE(cost.end, QByteArray("ok"));
-    // An element and its container, each some words, the containers in part made twice; and three bytes
-    // of text in buffers that doubled as they grew.
+    // An element and its container take some words each, the containers partly twice; three bytes of text are
+    // in buffers that doubled as they grew.
     const std::size_t perItem = cost.bytes / static_cast<std::size_t>(count);
     QVERIFY2(perItem < 25 * sizeof(void *), QByteArray::number(static_cast<int>(perItem)).constData());
 }

@@ -1,4 +1,4 @@
-// What the Reader makes of number tokens.
+// The result of number tokens in the Reader.
 
 #include "json/jsontext.h"
 
@@ -119,10 +119,10 @@ void TestReaderNumbers::integersAreExact_data()
         {"-9999999999999999", -1e16},
         {"12345678901234567", 12345678901234568.0},
         {"12345678901234569", 12345678901234568.0},
-        // digit by digit these would be rounded twice, to a neighbour
+        // converted digit by digit these would be rounded twice, to a neighbour
         {"24558181542885634", 24558181542885632.0},
         {"3041535993042220792", 3041535993042220544.0},
-        // where integers stop being doubles
+        // around the largest integer up to which all are doubles
         {"9007199254740991", 9007199254740991.0},
         {"9007199254740992", 9007199254740992.0},
         {"9007199254740993", 9007199254740992.0},
@@ -138,7 +138,7 @@ void TestReaderNumbers::integersAreExact()
     QFETCH(QByteArray, token);
     QFETCH(double, expected);
     const double value = jsontext::read<Number>(toStd(token));
-    // Told apart by their sign, and without the tolerance that QCOMPARE has for doubles.
+    // Signs are compared too, and without the tolerance that QCOMPARE has for doubles.
     QVERIFY2(value == expected, QByteArray::number(value, 'g', 20).constData());
     QCOMPARE(std::signbit(value), std::signbit(expected));
 }

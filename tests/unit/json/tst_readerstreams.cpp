@@ -28,7 +28,7 @@ namespace
 
 typedef std::ios_base ios;
 
-// Gives the text and then fails as a device does.
+// Provides the text and then fails as a device does.
 class FailingBuffer : public std::streambuf
 {
 public:
@@ -45,7 +45,7 @@ private:
     std::string m_text;
 };
 
-// Shows its only byte, and fails when it is to give it away.
+// Shows its only byte, but fails when the byte is taken.
 class ClingingBuffer : public std::streambuf
 {
 protected:
@@ -53,7 +53,7 @@ protected:
     int_type uflow() override { throw std::runtime_error("device lost"); }
 };
 
-// Gives its text, and throws at what else it is asked for; what it throws is no exception of the library.
+// Provides its text and throws at any further request; what it throws is no exception of the library.
 class ThrowingBuffer : public std::streambuf
 {
 public:
@@ -72,7 +72,7 @@ private:
     std::string m_text;
 };
 
-// A string's buffer that is another class all the same: it cannot be set to another place.
+// A class derived from a string's buffer whose position cannot be set.
 class UnseekableBuffer : public std::stringbuf
 {
 public:
@@ -193,7 +193,7 @@ void TestReaderStreams::streamThatFailsToGiveIsAScanError()
     QCOMPARE(stream.rdstate(), ios::badbit);
 }
 
-// Whatever it throws, and wherever.
+// Any exception, at any place.
 void TestReaderStreams::bufferMayThrowAnything()
 {
     ThrowingBuffer buffer("[\"\\u00g\"]");
@@ -224,7 +224,7 @@ void TestReaderStreams::scanErrorLeavesTheRest()
 {
     QFETCH(QByteArray, input);
     QFETCH(QByteArray, rest);
-    // What was read before belongs to others.
+    // The text before belongs to an earlier reader.
     std::stringstream stream("before " + toStd(input));
     std::string word;
     stream >> word;
@@ -234,7 +234,7 @@ void TestReaderStreams::scanErrorLeavesTheRest()
     std::ostringstream left;
     left << stream.rdbuf();
     QCOMPARE(jsontext::toBytes(left.str()), rest);
-    // Only the place to read from has moved.
+    // Only the read position has moved.
     stream << "after!";
     QVERIFY(stream.str().compare(0, 6, "after!") == 0);
 }

@@ -1,4 +1,4 @@
-// Where the interface leaves a trap open: what src/json does there.
+// Cases that the interface leaves undefined, as src/json handles them.
 
 #include "json/complaint.h"
 #include "json/jsontext.h"
@@ -28,7 +28,7 @@ namespace
 // Deeper than the stack below allows for recursion.
 const int Deep = 10000;
 
-// Runs the test on a stack that has less than a call's room for each level of a deep tree.
+// Runs the test on a stack that is too small for one call for each level of a deep tree.
 bool passesOnSmallStack(const std::function<bool()> &test)
 {
     bool passed = false;
@@ -56,7 +56,7 @@ UnknownElement deepObjects()
     return root;
 }
 
-// Counts what it is given and forgets it: the text of a deep tree is mostly tabs.
+// Counts and discards its input: the text of a deep tree is mostly tabs.
 class CountingBuffer : public std::streambuf
 {
 public:
@@ -239,7 +239,7 @@ void TestSafety::deepTreesNeedNoStack()
         UnknownElement copy = original;
         const bool same = copy == original;
         copy = Null();
-        // As a value of its own the outermost container is taken apart by its own destructor.
+        // The outermost container is destroyed as a value, by its own destructor.
         if (objects) {
             Object container = original;
             return same && !(copy == original) && UnknownElement(container) == original;

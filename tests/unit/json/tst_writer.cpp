@@ -27,7 +27,7 @@ namespace
 
 static_assert(!std::is_default_constructible<Writer>::value, "nothing to construct");
 
-// Ambiguous between a number and a truth value, on purpose: say which.
+// Deliberately ambiguous between a number and a truth value: callers must name the type.
 template <typename T, typename = void>
 struct IsWritable : std::false_type {
 };
@@ -42,7 +42,7 @@ static_assert(IsWritable<std::string>::value, "");
 static_assert(IsWritable<Object>::value, "");
 static_assert(IsWritable<Null>::value, "");
 
-// A device that takes nothing.
+// A device that accepts no output.
 class FullBuffer : public std::streambuf
 {
 protected:
@@ -255,7 +255,7 @@ void TestWriter::textIsAString()
 
 void TestWriter::namesAreNotUnique()
 {
-    // A name changed through an iterator is the caller's matter; both members are written.
+    // A name changed through an iterator is not checked; both members are written.
     Object object;
     object["a"] = Number(1);
     object["b"] = Number(2);

@@ -32,7 +32,7 @@ void OutputTest::longDescriptionIsCutOnATerminalOnly()
     const QString cut = panelTable({panel}, {Marks()}, 80).last();
     QCOMPARE(cut.size(), 80);
     QVERIFY(cut.endsWith(QStringLiteral("x>")));
-    // A narrow terminal wraps rather than losing the description.
+    // On a narrow terminal lines wrap rather than lose the description.
     QVERIFY(panelTable({panel}, {Marks()}, 20).last().endsWith(QStringLiteral("  xxx>")));
 }
 

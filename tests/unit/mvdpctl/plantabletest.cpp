@@ -7,13 +7,13 @@
 namespace
 {
 
-// 192.168.10.0/24, by the last byte.
+// The address in 192.168.10.0/24 with this last byte.
 std::uint32_t address(std::uint8_t last)
 {
     return 0xC0A80A00u | last;
 }
 
-// The panel with this last MAC byte at one address is to have another.
+// The panel with this last MAC byte changes from one address to another.
 PlanStep step(std::uint8_t number, std::uint8_t now, std::uint8_t wanted)
 {
     PlanStep result;

@@ -1,5 +1,5 @@
-// A front end on the library alone: an observer, and calls that wait for what they ask for. In a network
-// namespace of its own, on the loopback.
+// A front end that uses the library alone: an observer, and blocking calls. It runs in its own network
+// namespace, on the loopback.
 
 #include "discovery.h"
 #include "echorun.h"
@@ -17,7 +17,7 @@ namespace
 
 const Patience Patient = {60, std::chrono::seconds(1)};
 
-// A window's part.
+// The part of a window.
 class FrontEnd : public Observer
 {
 public:

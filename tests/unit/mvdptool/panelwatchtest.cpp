@@ -50,7 +50,7 @@ void PanelWatchTest::silentPanelVanishesAfterItsRounds()
 {
     PanelWatch watch(3);
     watch.hear(testPanel(1));
-    for (int round = 0; round < 3; ++round) // the first is the one that it was heard in
+    for (int round = 0; round < 3; ++round) // it answered in the first one
         QCOMPARE(texts(watch.endRound()), QStringList());
     QCOMPARE(texts(watch.endRound()), QStringList({"vanished 1"}));
     QCOMPARE(watch.size(), std::size_t(0));

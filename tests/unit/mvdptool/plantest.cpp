@@ -7,7 +7,7 @@
 namespace
 {
 
-// 192.168.10.0/24, by the last byte.
+// The address in 192.168.10.0/24 with this last byte.
 std::uint32_t address(std::uint8_t last)
 {
     return 0xC0A80A00u | last;
@@ -37,7 +37,7 @@ bool isWhereItTells(const Panel &panel)
     return panel.source == panel.address;
 }
 
-// The last MAC byte of each step in its order: "!" behind it when it opens a circle.
+// The last MAC byte of each step in its order, with "!" behind it when the step opens a circle.
 QString orderOf(const Plan &plan)
 {
     QStringList steps;

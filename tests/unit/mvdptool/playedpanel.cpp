@@ -45,7 +45,7 @@ PlayedPanel::PlayedPanel()
 
 PlayedPanel::~PlayedPanel()
 {
-    // A datagram of one byte is the sign to stop.
+    // A datagram of one byte ends the thread.
     const sockaddr_in itself = address(INADDR_LOOPBACK);
     ::sendto(m_socket, "", 1, 0, reinterpret_cast<const sockaddr *>(&itself), sizeof itself);
     m_thread.join();

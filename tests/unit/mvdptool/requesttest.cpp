@@ -19,7 +19,7 @@ Received receivedFrom(const MvdpDatagram &datagram)
     return received;
 }
 
-// The identity reply to a request: version 4, type 2, and a MAC address.
+// The identity reply to a request, with a MAC address.
 Received replyTo(const Request &request)
 {
     Received received = receivedFrom(request.datagram);
@@ -165,7 +165,7 @@ void RequestTest::shortEchoIsComparedAsFarAsItWent()
     Request request = Request::toAll(MvdpCommand::Echo);
     request.length = 20;
     Received echo = receivedFrom(request.datagram);
-    echo.datagram.data()[20] = 0x77; // the panel's old bytes
+    echo.datagram.data()[20] = 0x77; // from the panel's previous datagram
     QCOMPARE(int(judge(request, echo)), int(Verdict::Answer));
     echo.datagram.data()[19] = 0x77;
     QCOMPARE(int(judge(request, echo)), int(Verdict::Altered));

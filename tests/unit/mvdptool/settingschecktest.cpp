@@ -112,7 +112,7 @@ void SettingsCheckTest::addressOfAnotherCableIsObjectedTo()
             {"The address 192.168.10.31 is in the subnet of eth0, but the panel is connected to eth1."}));
     for (const auto &heardOn : {std::vector<NetworkInterface>{eth0}, {eth0, eth1}, {}})
         QCOMPARE(cableObjections(0xC0A80A1F, heardOn, all), QStringList());
-    // Neither a subnet of nobody's nor the loopback's is that of a cable.
+    // A subnet of no interface and the loopback's subnet belong to no cable.
     QCOMPARE(cableObjections(0xAC100001, {eth1}, all), QStringList());
     QCOMPARE(cableObjections(0x7F000002, {eth1}, all), QStringList());
 }

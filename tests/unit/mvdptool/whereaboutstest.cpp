@@ -73,7 +73,7 @@ void WhereaboutsTest::deafnessIsTold_data()
 {
     QTest::addColumn<QString>("address");
     QTest::addColumn<QString>("gateway");
-    QTest::addColumn<QString>("subnet"); // of those who hear it; empty: this computer does
+    QTest::addColumn<QString>("subnet"); // of those who receive it; empty: this computer does
     const auto row = [](const char *name, const char *address, const char *gateway, const char *subnet) {
         QTest::newRow(name) << address << gateway << subnet;
     };

@@ -26,7 +26,7 @@ bool FirstAllocationFails::hasHappened() const
     return !nextFails;
 }
 
-// The array forms end up here too.
+// The array forms call this one.
 void *operator new(std::size_t size)
 {
     if (!nextFails.exchange(false)) {

@@ -1,8 +1,8 @@
 #ifndef FAILINGMEMORY_H
 #define FAILINGMEMORY_H
 
-// While it lives, the first operator new of the program ends in std::bad_alloc; those after it are served.
-// A program that uses it has its operator new replaced.
+// While an object exists, the program's next operator new throws std::bad_alloc once; later ones succeed. A
+// program that uses it has its operator new replaced.
 class FirstAllocationFails
 {
 public:
@@ -11,7 +11,7 @@ public:
     FirstAllocationFails(const FirstAllocationFails &) = delete;
     FirstAllocationFails &operator=(const FirstAllocationFails &) = delete;
 
-    // Whether there was one.
+    // Whether the allocation has failed.
     bool hasHappened() const;
 };
 

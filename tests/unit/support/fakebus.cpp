@@ -91,7 +91,7 @@ bool BusMonitor::start()
     m_monitor.start(
         QStringLiteral("dbus-monitor"),
         {QStringLiteral("--address"), QString::fromLatin1(m_address), QStringLiteral("--profile")});
-    // The bus tells a new monitor that it lost its own name; from then on it sees everything.
+    // A new monitor is informed that it lost its own name; it receives everything from then on.
     QByteArray heading;
     while (!heading.contains("NameLost")) {
         if (!m_monitor.waitForReadyRead(60000)) {
@@ -105,7 +105,7 @@ bool BusMonitor::start()
 
 QStringList BusMonitor::stop()
 {
-    // A call of the test's own, of a method that no bus has, marks the end of what is to be seen.
+    // The test's own call of a method that no bus has marks the end of the output.
     const QString name = QStringLiteral("bus-monitor-mark");
     QDBusConnection::connectToBus(QString::fromLatin1(m_address), name)
         .call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),

@@ -5,13 +5,13 @@
 #include <QtCore/QProcess>
 #include <QtCore/QStringList>
 
-// A bus in which something is wrong: it takes connections and answers for every service, but nobody owns a
-// name there. A process of its own, because QtDBus serves all connections of a process with one thread. The
-// process is the test's own program again: its main() begins with runIfAskedFor().
+// A faulty bus: it accepts connections and answers for every service, but reports no owner of any name. It
+// runs in its own process, because QtDBus serves all connections of a process with one thread. The process
+// runs the test's own program, whose main() must begin with runIfAskedFor().
 class FakeBus
 {
 public:
-    // Listens at address, a "unix:path=", until the object goes.
+    // Listens at address, a "unix:path=", until it is destroyed.
     explicit FakeBus(const QByteArray &address);
     ~FakeBus();
     FakeBus(const FakeBus &) = delete;
@@ -19,7 +19,7 @@ public:
 
     bool isListening() const { return m_listening; }
 
-    // Returns only when the program's arguments are not those of that process.
+    // Runs the bus and does not return when the program's arguments are those of that process.
     static void runIfAskedFor(int argc, char **argv);
 
 private:
@@ -27,8 +27,8 @@ private:
     bool m_listening;
 };
 
-// Writes down the method calls to com.zelt.HWSD on a real bus, also those that a service's D-Bus library
-// answers by itself, with the program dbus-monitor.
+// Records, with the program dbus-monitor, the method calls to com.zelt.HWSD on a real bus, including those
+// that a service's D-Bus library answers by itself.
 class BusMonitor
 {
 public:

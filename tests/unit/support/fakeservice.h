@@ -16,16 +16,16 @@ class FakeObject;
 class QDBusConnection;
 class QDBusMessage;
 
-// In place of an answer's arguments: the answer is an error. No variant on a bus is invalid.
+// As the arguments of an answer: the answer is an error. A variant from a bus is never invalid.
 const QVariantList ErrorReply = {QVariant()};
 
-// A stand-in for the platform service on a bus: objects at all paths that answer by method name as told, and
-// keep a list of what they were asked. It lives in a thread of its own, as the code under test blocks in its
-// calls, and knows nothing of the proxies and types of the service's client.
+// A replacement for the platform service on a bus: objects at all paths answer by method name as set, and
+// record their calls. It has its own thread, because the code under test blocks in its calls, and does not
+// use the proxies and types of the service's client.
 class FakeService
 {
 public:
-    // Takes the name com.zelt.HWSD on the bus at address and answers at once.
+    // Owns the name com.zelt.HWSD on the bus at address and answers when this returns.
     explicit FakeService(const QByteArray &address);
     ~FakeService();
     FakeService(const FakeService &) = delete;
@@ -33,19 +33,19 @@ public:
 
     bool isOnBus() const { return m_hasName; }
 
-    // Any thread. A method that was told nothing is answered by an error, as by a service without it.
+    // Any thread. A method without an answer returns an error, as a service without the method does.
     void answer(const char *method, const QVariantList &arguments);
     void answerInTurn(const char *method, const QList<QVariantList> &answers); // the last one from then on
     void echo(const char *method);   // answers with the call's own arguments
     void ignore(const char *method); // never answers
 
-    // The calls since the last time, oldest first, each as
-    // "/NetworkManager com.zelt.HWSD.NetworkManager.getInterfaceConfig(s:eth0)"; without those that only wake
-    // a sleeping service. The second waits until there are count of them, or so long that something is wrong.
+    // The calls since the last time, oldest first, each as "/NetworkManager
+    // com.zelt.HWSD.NetworkManager.getInterfaceConfig(s:eth0)"; without those that only wake a sleeping
+    // service. The second waits for count calls, or until a time limit.
     QStringList takeCalls();
     QStringList waitForCalls(int count);
 
-    // Puts a line of the test's own into that list.
+    // Adds a line of the test's own to that list.
     void note(const QString &line);
 
 private:
@@ -57,7 +57,7 @@ private:
         QList<QVariantList> arguments = {ErrorReply}; // of one answer after the other
     };
 
-    // Both in the service's thread.
+    // Both run in the service's thread.
     void connectTo(const QByteArray &address);
     void disconnect();
 

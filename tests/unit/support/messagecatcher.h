@@ -6,7 +6,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QtGlobal>
 
-// While it lives, warnings from any thread are kept in their order instead of being printed. One at a time.
+// While an object exists, warnings from any thread are kept in their order instead of being printed. One at a
+// time.
 class MessageCatcher
 {
 public:

@@ -18,7 +18,7 @@ QByteArray PrivateBus::address() const
 
 bool PrivateBus::start()
 {
-    // Without folders of services: nothing of the machine can be started through it.
+    // Without service folders, so that the bus cannot start anything of the machine.
     QFile configuration(m_folder.filePath(QStringLiteral("bus.conf")));
     if (!configuration.open(QIODevice::WriteOnly))
         return false;
@@ -27,7 +27,7 @@ bool PrivateBus::start()
                         "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
                         "<allow own=\"*\"/></policy></busconfig>\n");
     configuration.close();
-    // Through setpriv, so that the daemon ends with the test even when that crashes.
+    // Through setpriv, so that the daemon also ends when the test crashes.
     m_daemon.start(QStringLiteral("setpriv"),
                    {QStringLiteral("--pdeathsig"), QStringLiteral("KILL"), QStringLiteral("dbus-daemon"),
                     QStringLiteral("--config-file=") + configuration.fileName(),

@@ -6,9 +6,8 @@
 
 #include <memory>
 
-// The system bus and the session bus of this process, both its own and both not running at first, and the
-// fake platform service. Make it in main(), before anything asks for a bus: D-Bus reads the addresses once
-// only.
+// The private system bus and session bus of this process, both not running at first, and the fake platform
+// service. Make it in main(), before anything uses a bus: D-Bus reads the addresses only once.
 class TestBuses
 {
 public:

@@ -6,7 +6,7 @@
 
 #include <initializer_list>
 
-// Texts of tests as their literals have them.
+// Shorthands for the text literals of tests.
 
 inline QString latin1(const char *text)
 {

@@ -1,4 +1,4 @@
-// The receiver of the wink requests: which notice it makes, and when that is seen.
+// The receiver of the wink requests: which notice it makes, and when the notice is visible.
 
 #include "winkwidget/eventgrabber.h"
 
@@ -20,7 +20,7 @@
 namespace
 {
 
-// Far more than anything here takes; a test that passes never waits for it.
+// Much longer than anything here takes; a test that passes never waits so long.
 const int Patience = 60000;
 
 const char NoDisplay[] = "Cannot open the X display: no wink notice is shown";
@@ -45,7 +45,7 @@ QString noticeAddress()
     return notices().first()->findChild<QLabel *>(QStringLiteral("lbl_IP"))->text();
 }
 
-// True when the grabber says that the event ends with it.
+// True when the grabber reports that the event needs no further handling.
 bool wink()
 {
     QEvent event(QEvent::User);
@@ -193,7 +193,7 @@ void EventGrabberTest::otherEvents_getTheDefaultTreatment()
     QCOMPARE(QCoreApplication::sendEvent(EventGrabber::instance(), &toGrabber), expected);
     QCOMPARE(toGrabber.isAccepted(), toPlain.isAccepted());
     QCOMPARE(notices().size(), 0);
-    // Queued calls come as events too.
+    // Queued calls are events too.
     QVERIFY(QMetaObject::invokeMethod(EventGrabber::instance(), "onTimeOut", Qt::QueuedConnection));
     QCoreApplication::processEvents();
     const QPointer<EventGrabber> grabber = EventGrabber::instance();
@@ -301,7 +301,7 @@ void EventGrabberTest::displayThatComesLater_isFound()
 
 int main(int argc, char **argv)
 {
-    // There is no bus at all: the notice's description stays empty.
+    // Without a bus the notice's description stays empty.
     TestBuses buses;
     QApplication application(argc, argv);
     // The notice comes and goes here.

@@ -41,7 +41,7 @@ QString itemText(QLayoutItem &item)
     return text;
 }
 
-// What a layout of this kind says about the place of an item.
+// The place of an item in a layout of this kind.
 QString placeText(QLayout &layout, int index)
 {
     if (auto *grid = qobject_cast<QGridLayout *>(&layout)) {
@@ -106,7 +106,7 @@ QString fontText(const QLabel &label)
     if (font.family() != plain.family())
         parts.append(font.family());
     parts.append(QStringLiteral("%1 pt").arg(font.pointSize()));
-    // The majors count weights differently: 75 of 99, and 700 of 1000.
+    // Qt 5 and Qt 6 count weights differently: 75 of 99, and 700 of 1000.
     const int boldWeight = QT_VERSION_MAJOR < 6 ? 75 : 700;
     if (font.weight() == boldWeight && font.bold())
         parts.append(QStringLiteral("bold"));

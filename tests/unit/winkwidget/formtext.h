@@ -9,10 +9,10 @@ class QLayout;
 class QObject;
 class QWidget;
 
-// What stands in a form, as text that compares with a table in a test.
+// The content of a form as text, to be compared with a table in a test.
 
-// "QLabel label_2 in frame" for each object below the window, sorted. Layouts inside layouts count as in
-// these.
+// "QLabel label_2 in frame" for each object below the window, sorted. Layouts inside a layout are listed as
+// in that layout.
 QStringList objectTexts(const QWidget &window);
 
 // One line for each item in the layout's own order: "label", "verticalLayout" or, for a spacer,

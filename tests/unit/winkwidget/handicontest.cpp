@@ -1,4 +1,4 @@
-// The hand of the notice, as it is compiled into the program.
+// The picture of the hand, as it is compiled into the program.
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -69,7 +69,7 @@ void HandIconTest::headerFields_data()
     QTest::newRow("offset of the pixels") << 10 << 4 << 54u;
     QTest::newRow("size of the second header") << 14 << 4 << 40u;
     QTest::newRow("width") << 18 << 4 << 128u;
-    // A negative height would mean rows from the top down.
+    // A negative height would mean that the first row is the top one.
     QTest::newRow("height") << 22 << 4 << 128u;
     QTest::newRow("planes") << 26 << 2 << 1u;
     QTest::newRow("bits per pixel") << 28 << 2 << 24u;
@@ -98,7 +98,7 @@ void HandIconTest::qtReadsIt()
     QCOMPARE(pixmap.size(), QSize(Size, Size));
 }
 
-// Not a blank, not a smear: white all around, and in it a good share of colour within a dark outline.
+// White all around, and inside a sufficient share of colour within a dark outline.
 void HandIconTest::pictureIsAHandOnWhite()
 {
     const QImage image(iconPath());

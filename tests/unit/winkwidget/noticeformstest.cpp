@@ -1,4 +1,4 @@
-// Both forms against tables: what stands in them, where, how it looks, and where translations are looked for.
+// Both forms against tables: content, layout, appearance, and the context of translations.
 
 #include "formtext.h"
 #include "notices.h"
@@ -20,7 +20,7 @@
 namespace
 {
 
-// Answers for one context, and notes what it was asked for there.
+// Translates the texts of one context, and records them.
 class ContextTranslator : public QTranslator
 {
 public:
@@ -84,13 +84,13 @@ private:
 
 void NoticeFormsTest::initTestCase()
 {
-    // The place on the screen is another test's matter.
+    // Another test covers the place on the screen.
     qunsetenv("DISPLAY");
 }
 
 void NoticeFormsTest::init()
 {
-    // There is no platform service here, and its client says so.
+    // The platform service is absent, which causes warnings.
     m_catcher = std::make_unique<MessageCatcher>();
 }
 
@@ -119,7 +119,7 @@ void NoticeFormsTest::windowProperties_data()
     row(Landscape, "sizePolicy", QSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred));
     row(Portrait, "objectName", QStringLiteral("winkVerWidget"));
     row(Portrait, "size", QSize(330, 235));
-    // Three pixels between the heights, on purpose.
+    // The heights differ by three pixels on purpose.
     row(Portrait, "minimumSize", QSize(330, 232));
     row(Portrait, "maximumSize", QSize(330, 235));
     row(Portrait, "styleSheet", whiteBackground);
@@ -231,7 +231,7 @@ void NoticeFormsTest::outerLayoutHasNoMargins()
     const std::unique_ptr<QWidget> window = newNotice(form);
     QVERIFY(window->layout());
     QCOMPARE(marginsText(*window->layout()), QStringLiteral("0,0,0,0"));
-    // The one inside the frame keeps the style's.
+    // The inner layout has the style's margins.
     QVERIFY(marginsText(*window->findChild<QFrame *>(QStringLiteral("frame"))->layout()) !=
             QStringLiteral("0,0,0,0"));
 }
@@ -276,8 +276,8 @@ void NoticeFormsTest::labels_data()
     row(Landscape, "lbl_IP", "12 pt, bold", "Left|VCenter", none);
     row(Portrait, "label", "", "Left|VCenter", none);
     row(Portrait, "label_2", "14 pt, bold", "HCenter|VCenter", none);
-    // One caption names a family and the other does not, and they stand at different heights: so it was
-    // drawn.
+    // Only one of the two captions names a font family, and their heights differ; the form was drawn like
+    // this.
     row(Portrait, "label_3", "Abyssinica SIL, 12 pt, bold", "Right|VCenter", none);
     row(Portrait, "lbl_DeviceName", "12 pt, bold", "Left|VCenter", none);
     row(Portrait, "label_5", "12 pt, bold", "Right|Top", none);
@@ -329,7 +329,7 @@ void NoticeFormsTest::textsComeFromTheFormsContext()
     const std::unique_ptr<QWidget> window = newNotice(form);
     QCoreApplication::removeTranslator(&translator);
 
-    // Two are placeholders, which the window fills in at once.
+    // Two are placeholders, which the window replaces at once.
     QCOMPARE(translator.asked(),
              lines({"500/600", "555.555.555.555", "Device:", "Form", "IP Address:", "WINK Command Active"}));
     QCOMPARE(window->windowTitle(), QStringLiteral("<Form>"));

@@ -1,4 +1,4 @@
-// The two windows as classes: what they are made of, what they show, where they stand and how they blink.
+// The two windows as classes: structure, content, place and blinking.
 
 #include "hwsdplatform.h"
 #include "notices.h"
@@ -18,7 +18,7 @@
 namespace
 {
 
-// Far more than anything here takes; a test that passes never waits for it.
+// Much longer than anything here takes; a test that passes never waits so long.
 const int Patience = 60000;
 
 TestBuses *buses = nullptr;
@@ -97,7 +97,7 @@ void NoticeWindowsTest::metaObject()
     QCOMPARE(metaObject->enumeratorCount(), metaObject->enumeratorOffset());
 }
 
-// A misspelt slot is a warning of Qt's at run time.
+// Qt warns of a misspelt slot only at run time.
 void NoticeWindowsTest::construction_connectsWithoutComplaint()
 {
     QFETCH(QString, form);
@@ -136,7 +136,7 @@ void NoticeWindowsTest::place_isTheMiddleOfTheScreen_data()
     QTest::newRow("landscape 481x800") << Landscape << QSize(481, 800) << QPoint(30, 324);
     QTest::newRow("portrait 480x800") << Portrait << QSize(480, 800) << QPoint(75, 282);
     QTest::newRow("portrait 320x240") << Portrait << QSize(320, 240) << QPoint(-5, 2);
-    // Halves of odd negative numbers go towards zero: -11 / 2 and -5 / 2.
+    // Halves of odd negative numbers are rounded towards zero: -11 / 2 and -5 / 2.
     QTest::newRow("portrait 319x230") << Portrait << QSize(319, 230) << QPoint(-5, -2);
     QTest::newRow("landscape 319x100") << Landscape << QSize(319, 100) << QPoint(-50, -25);
 }
@@ -223,7 +223,7 @@ void NoticeWindowsTest::blinkTimer_runsOnWhileHidden()
     window->hide();
     const int before = spy.count();
     QTRY_VERIFY_WITH_TIMEOUT(spy.count() >= before + 2, Patience);
-    // In a hidden window nothing is visible, so that each step there can only show the icon.
+    // Nothing is visible in a hidden window, so that each step there can only show the icon.
     QVERIFY(!window->isVisible());
     QVERIFY(!icon.isHidden());
 }

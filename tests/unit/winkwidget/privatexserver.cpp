@@ -14,8 +14,8 @@ PrivateXServer::~PrivateXServer()
 bool PrivateXServer::start(int width, int height)
 {
     m_server.setProcessChannelMode(QProcess::SeparateChannels);
-    // The kill signal comes with this process's end, whatever that is. The number of the display is printed
-    // when the server listens.
+    // The kill signal is sent when this process ends in any way. The number of the display is printed when
+    // the server listens.
     m_server.start(QStringLiteral("setpriv"),
                    {QStringLiteral("--pdeathsig"), QStringLiteral("KILL"), QStringLiteral("--"),
                     QStringLiteral("Xvfb"), QStringLiteral("-displayfd"), QStringLiteral("1"),

@@ -4,7 +4,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QProcess>
 
-// An X display with a screen of the size asked for that nobody sees; it ends with this object.
+// An X display with an invisible screen of the given size; it ends with this object.
 class PrivateXServer
 {
 public:
@@ -16,7 +16,7 @@ public:
     // ":" and a number.
     QByteArray display() const { return m_display; }
 
-    // Makes it the display that the environment names.
+    // Sets DISPLAY to it.
     void use() const { qputenv("DISPLAY", m_display); }
 
 private:

@@ -1,4 +1,4 @@
-// Every text of both notices against the room that it has, with the fonts that panels are likely to have.
+// Every text of both notices in its available space, with the fonts that panels are likely to have.
 
 #include "hwsdplatform.h"
 #include "modelcodes.h"
@@ -23,7 +23,7 @@ TestBuses *buses = nullptr;
 const char *const Fonts[] = {"DejaVu Sans", "Liberation Sans", "FreeSans"};
 const char *const Labels[] = {"label_2", "label_3", "lbl_DeviceName", "label_5", "lbl_IP"};
 const quint32 WidestAddress = 0xFFFFFFFF;
-// Four bytes, little-endian, of a code that names no model: the description is then the EEPROM's text.
+// Four bytes, little-endian, of a code without a model; the description is then the EEPROM's text.
 const QByteArray NoModel = QByteArray::fromHex("f7010000");
 const int Narrowest = 60;
 
@@ -58,11 +58,11 @@ int widthOfText(const QLabel &label)
 
 int stretchOf(const QLabel &label)
 {
-    // Not set is 0 from Qt 6 on.
+    // From Qt 6 on, 0 means that it is not set.
     return label.font().stretch() == 0 ? 100 : label.font().stretch();
 }
 
-// What is wrong with the places of the labels; empty when each is inside the frame and none covers another.
+// The fault in the places of the labels; empty when each is inside the frame and none covers another.
 QString faultOfPlaces(const QWidget &window)
 {
     const QRect room = window.findChild<QFrame *>(QStringLiteral("frame"))->contentsRect();
@@ -77,7 +77,7 @@ QString faultOfPlaces(const QWidget &window)
     return {};
 }
 
-// What is wrong with the texts; empty when each label shows its whole text in a legible width.
+// The fault in the texts; empty when each label shows its whole text in a legible width.
 QString faultOfTexts(const QWidget &window)
 {
     for (const char *name : Labels) {
@@ -137,7 +137,7 @@ void TextFitTest::addFontsAndForms()
 
 void TextFitTest::initTestCase()
 {
-    // The place on the screen is another test's matter.
+    // Another test covers the place on the screen.
     qunsetenv("DISPLAY");
     for (const char *font : Fonts)
         QCOMPARE(QFontInfo(QFont(QString::fromLatin1(font))).family(), QString::fromLatin1(font));
@@ -167,7 +167,7 @@ std::unique_ptr<QWidget> TextFitTest::shownNotice(const QString &form)
 
 std::unique_ptr<QWidget> TextFitTest::noticeOf(const QByteArray &description, const QString &form)
 {
-    // What a facade knows of its panel it keeps.
+    // A facade keeps what it has read of its panel.
     delete HWSDPlatform::instance();
     buses->service().answer("manufactureCode", {NoModel});
     buses->service().answer("readSlvAddr", {0, QByteArray(description + '\0')});
@@ -217,7 +217,7 @@ void TextFitTest::longerNameIsCondensedAsFarAsNeeded()
             continue;
         ++condensed;
         QCOMPARE(faultOfTexts(*window), QString());
-        // Narrower than needed it is not: a little wider would be too wide.
+        // The text is not narrower than needed: a little wider would not fit.
         QFont wider = shown.font();
         wider.setStretch(stretch + 4);
         QVERIFY(QFontMetrics(wider).horizontalAdvance(shown.text()) > shown.width());
@@ -236,7 +236,7 @@ void TextFitTest::overlongNameIsCutAndCoversNothing()
     QCOMPARE(shown.text(), QString::fromLatin1(name));
     QCOMPARE(faultOfPlaces(*window), QString());
     QCOMPARE(stretchOf(shown), Narrowest);
-    // The other texts do not suffer from it.
+    // The other texts are not condensed.
     for (const char *other : {"label_2", "label_3", "label_5", "lbl_IP"})
         QVERIFY2(widthOfText(label(*window, other)) <= label(*window, other).width(), other);
 }
@@ -249,7 +249,7 @@ void TextFitTest::shortTextsKeepTheirLetters()
     const std::unique_ptr<QWidget> window = noticeOf("Oven", form);
     for (const char *name : {"label_2", "label_3", "lbl_DeviceName"})
         QCOMPARE(stretchOf(label(*window, name)), 100);
-    // The one caption that can be wider than the form's minimum for it.
+    // Only this caption can be wider than the form's minimum for it.
     QCOMPARE(stretchOf(label(*window, "label_5")) < 100,
              form == Landscape && font == QLatin1String("DejaVu Sans"));
     QCOMPARE(label(*window, "label_2").font().pointSize(), 14);

@@ -8,21 +8,21 @@
 
 class QEvent;
 
-// Finds the timers of the code under test, which are nobody's children: it notes each QTimer of the GUI
-// thread that runs out while the spy lives.
+// Finds the timers of the code under test, which have no parent: it records each QTimer of the GUI thread
+// that times out while the spy exists.
 class TimerSpy : public QObject
 {
     Q_OBJECT
 public:
     TimerSpy();
 
-    // Those that ran out and still exist, in the order of their first time.
+    // Those that timed out and still exist, in the order of their first timeout.
     QList<QTimer *> timers() const;
 
-    // The one with this interval, in ms; null when none ran out yet, or more than one did.
+    // The one with this interval, in ms; null when none or several have timed out.
     QTimer *timer(int interval) const;
 
-    // How many times any of them has run out.
+    // How many times any of them has timed out.
     int count() const { return m_count; }
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -32,8 +32,8 @@ private:
     int m_count;
 };
 
-// Makes a running timer so long that it can be seen to start again: returns when seconds of its time are over
-// and many more are left.
+// Makes a running timer's interval so long that a restart can be detected: returns when seconds of it are
+// over and many more are left.
 void makeLongAndLetRun(QTimer &timer);
 
 #endif // TIMERSPY_H
