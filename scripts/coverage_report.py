@@ -19,7 +19,7 @@ def output_of(*command):
 
 
 def test_programs(build):
-    """What the tests run and the build made, which leaves out Python."""
+    """The programs that the tests run and that the build made; not Python."""
     folder = pathlib.Path(build).resolve()
     tests = json.loads(output_of("ctest", "--test-dir", build, "--show-only=json-v1"))["tests"]
     programs = {test["command"][0] for test in tests}
@@ -32,7 +32,7 @@ def summaries(build, profiles):
     subprocess.run(["llvm-profdata", "merge", "-sparse", "-o", merged, *profiles.glob("*.profraw")], check=True)
     first, *others = test_programs(build)
     objects = [argument for program in others for argument in ("-object", program)]
-    # What llvm-cov says on stderr is of main() and its like, which every program has its own of.
+    # On stderr llvm-cov only warns of functions such as main(), which differ between the programs.
     exported = subprocess.run(
         ["llvm-cov", "export", "-summary-only", "-instr-profile", merged, first, *objects],
         check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout

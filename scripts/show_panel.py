@@ -38,7 +38,7 @@ def mvdpctl(panel, *arguments):
 
 
 def take_picture(display):
-    """Once the notice is up and its hand is painted; a blink may hide the hand for a second at a time."""
+    """Waits until the notice shows its hand, which a blink may hide for a second at a time."""
     screen = Screen(display)
 
     def picture_with_hand():
