@@ -25,7 +25,7 @@ class Library:
         folder = pathlib.Path(entry["folder"]).resolve()
         self.public_headers = {(folder / header).resolve() for header in entry["public_headers"]}
         paths = [(folder / source).resolve() for source in entry["sources"] if source]
-        # Not what the build makes.
+        # Generated files are left out.
         self.sources = {path for path in paths if folder in path.parents}
         self.folders = {path.parent for path in self.sources}
         self.build_folder = pathlib.Path(entry["build_folder"]).resolve()
@@ -33,7 +33,7 @@ class Library:
 
 
 def headers_by_library(libraries):
-    """Each header's library, by path; and the headers that could be of several."""
+    """Each header's library, by path; and the headers that several libraries may own."""
     owners, candidates = {}, {}
     for library in libraries.values():
         owners.update((path, library) for path in library.sources if path.suffix == ".h")
@@ -93,7 +93,7 @@ def main():
     count = 0
     for library in libraries.values():
         sources = {path for path in library.sources if path.suffix == ".cpp"}
-        # Generated headers are not ours to check.
+        # Generated headers are not checked.
         sources |= {path for path, owner in owners.items() if owner is library and path.parent in library.folders}
         for source in sorted(sources):
             text = source.read_text(encoding="utf-8")

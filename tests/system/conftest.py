@@ -16,7 +16,7 @@ _panels = []
 
 
 def pytest_configure(config):
-    # Who ends a run wants its programs and folders gone as well: as if it were interrupted by hand.
+    # As an interrupt from the keyboard, so that a run that is ended removes its programs and folders.
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     if os.geteuid() == 0:
         return
@@ -29,7 +29,7 @@ def pytest_configure(config):
 
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item, call):
-    """Shows what the service said when a test fails."""
+    """Shows the service's output when a test fails."""
     report = (yield).get_result()
     if report.failed:
         for panel in _panels:

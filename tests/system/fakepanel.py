@@ -1,7 +1,7 @@
-"""A panel played by the test: it answers requests as told, or as no panel should.
+"""A simulated panel for the tool's tests: it answers requests as set, correctly or incorrectly.
 
-It stands in for the service where the configuration tool is what is tested, so that panels of any number,
-any content and any malice can be had. It answers from a thread of its own on the port of the protocol.
+It replaces the service in tests of the configuration tool, so that there can be any number of panels
+with any content, hostile content included. It answers from its own thread on the protocol's port.
 """
 
 import dataclasses
@@ -18,10 +18,10 @@ BROADCAST = "255.255.255.255"
 _IP_PKTINFO = getattr(socket, "IP_PKTINFO", 8)
 _IP_TRANSPARENT = getattr(socket, "IP_TRANSPARENT", 19)
 
-# How the panel takes a new address.
+# What the panel does with a new address.
 APPLY, REFUSE, IGNORE, SILENT, APPLY_SILENTLY = "apply", "refuse", "ignore", "silent", "apply silently"
-VANISH = "vanish"  # says it took the address and is not heard again
-TELL_ONLY, TELL_SILENTLY = "tell only", "tell silently"  # tells the new address, goes on answering from the old one
+VANISH = "vanish"  # confirms the address and never answers again
+TELL_ONLY, TELL_SILENTLY = "tell only", "tell silently"  # reports the new address, answers from the old one
 
 _ONLY_TELLING = (TELL_ONLY, TELL_SILENTLY)
 _UNANSWERED = (SILENT, APPLY_SILENTLY, TELL_SILENTLY)
@@ -46,14 +46,14 @@ class Identity:
 
     @property
     def answers_from(self):
-        """Empty: the kernel chooses."""
+        """The source address of replies; empty: the kernel chooses."""
         return self.source or (self.address if self.address != "0.0.0.0" else "")
 
 
 def _bound_socket(interface, port):
     sock = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
     sock.setsockopt(socket.SOL_SOCKET, socket.SO_BROADCAST, 1)
-    # With this a broadcast needs no route.
+    # Bound to the device, a broadcast needs no route.
     sock.setsockopt(socket.SOL_SOCKET, socket.SO_BINDTODEVICE, interface.encode())
     membership = struct.pack("4s4si", socket.inet_aton(mvdp.GROUP), bytes(4), socket.if_nametoindex(interface))
     sock.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, membership)
@@ -108,7 +108,7 @@ class FakePanel:
         wait_for(lambda: command in self.commands(), f"command {command}")
 
     def send(self, data, destination, source="", *, foreign_port=False):
-        """Sends whatever bytes to an (address, port)."""
+        """Sends any bytes to an (address, port)."""
         information = struct.pack("i4s4s", 0, socket.inet_aton(source or "0.0.0.0"), bytes(4))
         control = [(socket.IPPROTO_IP, _IP_PKTINFO, information)] if source else []
         (self._foreign if foreign_port else self._sock).sendmsg([data], control, 0, destination)
@@ -130,7 +130,7 @@ class FakePanel:
         return bool(select.select([self._stop], [], [], 0)[0])
 
     def send_answer(self, answer, source, sender):
-        """What becomes of an answer unless `deliver` says otherwise."""
+        """Sends an answer, unless `deliver` is set."""
         address = {"unicast": sender[0], "broadcast": BROADCAST, "group": mvdp.GROUP}[self.way]
         junk, self.before = self.before, []
         for each in junk:

@@ -16,7 +16,7 @@ STARTED_AT_ONCE = 4
 
 
 def address_of(number):
-    """Of panel 0, 1, ...: 192.168.9.0 on, in the subnet of the tool."""
+    """The address of panel 0, 1, ...: from 192.168.9.0 on, in the subnet of the tool."""
     return f"192.168.{9 + number // 256}.{number % 256}"
 
 
@@ -36,11 +36,11 @@ class Fleet:
         self.panels = []
         self._follows = follows
         self._namespaces = []
-        # The programs of a panel get a signal when the thread that started them goes: these stay until the end.
+        # The programs of a panel get a signal when the thread that started them ends, so these threads stay.
         self._starters = concurrent.futures.ThreadPoolExecutor(STARTED_AT_ONCE)
         try:
             self.switch = self._add_namespace("switch")
-            # Forwards the group like a broadcast, as a switch does that knows nothing of groups.
+            # Forwards the group like a broadcast, as a switch without multicast snooping does.
             self.switch.ip("link add br0 type bridge mcast_snooping 0", "link set br0 up")
             self.tool = self._add_namespace("tool")
             (lay_tool_wire or _plain_cable)(self.tool, self.switch)
@@ -76,7 +76,7 @@ class Fleet:
         return sorted((mac_of(number), address_of(number)) for number in range(len(self.panels)))
 
     def mvdpctl(self, *arguments):
-        """Runs the configuration tool at the tool's place; its exit code and what it says."""
+        """Runs the configuration tool in the tool's namespace; its exit code and output."""
         completed = self.tool.run([build_folder() / "tools" / "mvdpctl" / "mvdpctl", *arguments], input=b"",
                                   capture_output=True, timeout=4 * PATIENCE, env={**os.environ, "LC_ALL": "C.UTF-8"})
         return completed.returncode, completed.stdout.decode(), completed.stderr.decode()
@@ -88,11 +88,11 @@ class Fleet:
         return sorted((panel["mac"], panel["address"]) for panel in json.loads(out)["panels"])
 
     def address_in_force(self, number):
-        """Where panel `number` is by what its platform service says."""
+        """The address of panel `number` by its platform service."""
         return self.panels[number].sim.interface()["actual_ip_address"]
 
     def memory_kib(self):
-        """The memory of each panel's service, in the order of the panels. Pss: what is shared counts in equal parts."""
+        """The memory of each panel's service, in the order of the panels. Pss: shared memory counts in equal parts."""
         def pss(process):
             with open(f"/proc/{process.pid}/smaps_rollup", encoding="ascii") as rollup:
                 return next(int(line.split()[1]) for line in rollup if line.startswith("Pss:"))

@@ -109,6 +109,6 @@ def client_fixture(bus):
 
 @pytest.fixture(scope="module", name="shared")
 def shared_fixture():
-    """Calls one simulation for all tests that do not mind what others did to the panel."""
+    """Calls a simulation shared by all tests that do not depend on the panel's state."""
     with PrivateBus() as own, HwsdSim(own.address, environment=WARNINGS_END_IT):
         yield connect(own)

@@ -1,4 +1,4 @@
-"""The simulated platform service in the hands of a test."""
+"""Runs and controls the simulated platform service."""
 
 import json
 import os
@@ -17,7 +17,7 @@ from waiting import PATIENCE, wait_for
 SERVICE_NAME = "com.zelt.HWSD"
 CONTROL = DBusAddress("/org/mvdpserver/HwsdSim", bus_name="org.mvdpserver.HwsdSim",
                       interface="org.mvdpserver.HwsdSim1")
-# For tests of the program itself: it has no warnings of its own, so that one of Qt's tells of a mistake in it.
+# For tests of the program itself: it prints no warnings of its own, so that a warning of Qt shows a mistake in it.
 WARNINGS_END_IT = {"QT_FATAL_WARNINGS": "1"}
 
 
@@ -136,7 +136,7 @@ class HwsdSim:
     def pause(self):
         """The service keeps its name but answers nothing at all, not even Ping, until resume()."""
         self.process.send_signal(signal.SIGSTOP)
-        # The signal alone may leave it time for one more answer.
+        # After the signal alone the service could still send one more answer.
         os.waitid(os.P_PID, self.process.pid, os.WSTOPPED)
 
     def resume(self):

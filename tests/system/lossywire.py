@@ -22,7 +22,7 @@ _ETHTOOL_STXCSUM = 0x17
 class LossyWire:
     """Joins interfaces of two namespaces. Each frame, either way, is lost with the probability `loss`, else delivered
     after a random time of at most `delay` seconds (so frames overtake each other), and with the probability
-    `duplicate` once more. The choices come from `seed`; which frame meets which is up to the machine.
+    `duplicate` once more. The choices come from `seed`; which frame gets which choice depends on the machine.
 
     All three may be changed while it runs. `lost` and `doubled` count frames.
     """
@@ -36,7 +36,7 @@ class LossyWire:
         self._wire = Namespace("wire")
         for namespace, interface, end in ((first, first_interface, "end0"), (second, second_interface, "end1")):
             join(namespace, interface, self._wire, end)
-            # A checksum that the interface is to fill in later would never be: there is none behind it.
+            # Without offload: no hardware behind this interface would fill in the checksum.
             namespace.call(_write_checksums, interface)
         self._ends = [self._wire.call(_open_end, end) for end in ("end0", "end1")]
         self._stop, self._stopped = socket.socketpair()
@@ -78,7 +78,7 @@ class LossyWire:
 
 def _open_end(interface):
     sock = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(_ETH_P_ALL))
-    # What is delivered here must not come back as if it had arrived.
+    # Frames that are delivered here must not be captured again as arrivals.
     sock.setsockopt(_SOL_PACKET, _PACKET_IGNORE_OUTGOING, 1)
     sock.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4 << 20)
     sock.bind((interface, _ETH_P_ALL))

@@ -15,7 +15,7 @@ import sys
 
 CAPTURE = pathlib.Path(__file__).resolve().parent / "captures" / "mvdp.pcap"
 
-# Who is on the wire: hardware address, IPv4 address.
+# The hosts on the wire: hardware address, IPv4 address.
 TOOL = ("02 00 00 00 00 01", "192.168.10.1")
 PANEL = ("00 1a 2b 3c 4d 5e", "192.168.10.5")
 PANEL2 = ("00 1a 2b 3c 4d 5f", "192.168.10.6")
@@ -60,7 +60,7 @@ LEFT_OVER = "51 4d 34 31 33"  # of an earlier description
 
 @dataclasses.dataclass
 class Frame:
-    """One frame: its name in the tests, who sends it to whom from which port to which, its payload.
+    """One frame: its name in the tests, sender, receiver, their ports, and its payload.
 
     With `protocol` it is not UDP: the payload is that of the Ethernet type ("arp") or IP protocol ("icmp").
     """
@@ -117,7 +117,7 @@ COMMANDS = [
     from_panel("restore reply", request("5e130603 07 02 0f 00", NOWHERE + MAC)),
 ]
 
-# What a panel answers to less than 256 bytes, and bytes where there should be none.
+# A panel's answers to less than 256 bytes, and bytes that should be zero.
 STALE = [
     from_tool("short echo", request("5e130603 02 01 02 20", size=20)),
     from_panel("stale echo reply", request("5e130603 02 01 02 20", NOWHERE + MAC + "58 02 0f 27 8d 01")),
@@ -185,7 +185,7 @@ ELSEWHERE = [
     Frame("ARP request", TOOL, 0, EVERYBODY, 0,
           bytes.fromhex("00 01 08 00 06 04 00 01  02 00 00 00 00 01 c0 a8 0a 01  00 00 00 00 00 00 c0 a8 0a 05"),
           "arp"),
-    # A tool that has gone: its machine sends the beginning of the late reply back.
+    # A tool that has ended: its machine returns the beginning of the late reply.
     Frame("ICMP port unreachable", TOOL, 0, PANEL, 0,
           bytes.fromhex("03 03 00 00 00 00 00 00"
                         "45 00 01 1c 00 00 40 00 40 11 a4 7a c0 a8 0a 05 c0 a8 0a 01"

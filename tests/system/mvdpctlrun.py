@@ -1,4 +1,4 @@
-"""Runs mvdpctl across a wire from panels that the test plays. Test modules import the fixtures by name."""
+"""Runs mvdpctl across a wire from simulated panels. Test modules import the fixtures by name."""
 
 import csv
 import fcntl
@@ -32,7 +32,7 @@ DONE, NO_ANSWER, USAGE, REFUSED, TROUBLE = range(5)
 PATIENT = ["--timeout", "60"]
 # For commands that search for all panels: it goes on until one answers, and ends soon after.
 SEARCHING = ["--rounds", "100"]
-# For commands that are to wait in vain.
+# For commands that get no answer.
 HASTY = ["--timeout", "0.2", "--rounds", "2"]
 # The table of discover where the usual panel is found.
 HEADINGS = "MAC ADDRESS        ADDRESS          GATEWAY       VERSION     DESCRIPTION"
@@ -66,7 +66,7 @@ class Result:
         self.code = completed.returncode
         self.out = completed.stdout.decode()
         self.err = completed.stderr.decode()
-        # Neither may ever steer a terminal.
+        # Neither may contain control characters.
         assert not re.search(r"[\x00-\x09\x0b-\x1f\x7f-\x9f]", self.out + self.err)
         assert self.code in range(5), f"ended with {self.code}: {self.err}"
 
@@ -97,7 +97,7 @@ def fixture_mvdpctl(wire):
 
 
 class Terminal:
-    """The tool on a terminal of so many columns, with whoever sits in front of it."""
+    """The tool on a terminal of so many columns, with its user's input."""
 
     def __init__(self, namespace, *arguments, columns=80):
         self._terminal, theirs = pty.openpty()
@@ -129,7 +129,7 @@ class Terminal:
         while self._read():
             pass
         os.close(self._terminal)
-        # A line of progress is taken back by going to its start and erasing it.
+        # A line of progress is erased from its start.
         lines = [line.split("\r\x1b[K")[-1] for line in self.bytes.decode().split("\r\n")]
         assert not re.search(r"[\x00-\x1f\x7f-\x9f]", "".join(lines)), lines
         return self.process.wait(PATIENCE), lines[:-1] if lines[-1] == "" else lines
@@ -142,7 +142,7 @@ def process_state(process):
 
 
 class Watch:
-    """The tool at watch; its lines as they come."""
+    """A running `mvdpctl watch`; its lines as they come."""
 
     def __init__(self, namespace, *arguments, timeout="0.5"):
         ours, theirs = socket.socketpair()
@@ -163,7 +163,7 @@ class Watch:
         return json.loads(self.line())
 
     def end(self, number=signal.SIGINT):
-        """Interrupts it; the code, and what it said on standard error."""
+        """Interrupts it; the code, and its standard error."""
         self.process.send_signal(number)
         rest = self._lines.read()
         assert rest == "", f"more events: {rest}"

@@ -160,7 +160,7 @@ def join(first, first_interface, second, second_interface, *, first_mac=None, se
     second.ip(f"link set {second_interface} up")
     first.wait_running(first_interface)
     second.wait_running(second_interface)
-    # A peer that the routing table does not lead back to must still be heard.
+    # Packets from a peer without a route back must still be received.
     for namespace, interface in ((first, first_interface), (second, second_interface)):
         namespace.call(_accept_any_source, interface)
 
@@ -198,7 +198,7 @@ def _udp_socket(address, port, group):
         address = ""
     sock.bind((address, port))
     if port == 0 and sock.getsockname()[1] == mvdp.PORT:
-        # The kernel picks any free port, now and then the panels' own: requests would pass for replies.
+        # The kernel picks any free port, sometimes the panels' own: requests would look like replies.
         with sock:
             return _udp_socket(address, port, group)
     return sock

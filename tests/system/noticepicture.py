@@ -1,4 +1,4 @@
-"""What must be seen in a picture of the notice."""
+"""The content that a picture of the notice must have."""
 
 import pathlib
 
@@ -25,7 +25,7 @@ def text_lines(picture, area):
 
 
 def ink(picture, line, left, right):
-    """(left, right) of what is written in a part of a line, or None."""
+    """(left, right) of the text in a part of a line, or None."""
     top, bottom = line
     inked = [x for x in range(left, right) if picture.has_dark(x, top, x + 1, bottom)]
     return (inked[0], inked[-1] + 1) if inked else None

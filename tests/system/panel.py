@@ -23,7 +23,7 @@ TOOL_ADDRESS = "192.168.10.1"
 # On the same wire, but on a subnet that is none of the panel's.
 FAR_ADDRESS = "10.9.0.2"
 
-# What a reset leads to; still on the tool's subnet, so that a tool hears the panel afterwards.
+# The settings after a reset; on the tool's subnet, so that a tool receives the panel's answers afterwards.
 FACTORY_ADDRESS = "192.168.10.9"
 STATE = {"factory": {"interfaces": {"eth0": {"ip_address": FACTORY_ADDRESS}}}}
 
@@ -208,7 +208,7 @@ class Panel:
                 self._put_eth0_back(sim.interface())
 
     def _put_eth0_back(self, record):
-        """The real interface as the platform service's record has it."""
+        """Sets the real interface as in the platform service's record."""
         prefix = bin(int.from_bytes(socket.inet_aton(record["actual_netmask"]), "big")).count("1")
         self.namespace.ip("address flush dev eth0")
         self.namespace.address("eth0", f"{record['actual_ip_address']}/{prefix}")
@@ -236,7 +236,7 @@ class Panel:
     # The service
 
     def environment(self):
-        """The service's whole environment: nothing of the caller's desktop gets in."""
+        """The service's whole environment: nothing of the caller's desktop is passed on."""
         environment = {"PATH": os.environ.get("PATH", "/usr/bin:/bin"), "HOME": str(self.folder / "home"),
                        "XDG_RUNTIME_DIR": str(self.folder / "runtime"), "LC_ALL": "C.UTF-8",
                        "DBUS_SYSTEM_BUS_ADDRESS": self.system_bus.address,
@@ -307,7 +307,7 @@ class Panel:
         self.process = None
 
     def restart_service(self, *arguments, **options):
-        """A service that knows nothing yet."""
+        """Starts a new service, with empty caches."""
         self.stop_service()
         self.start_service(*arguments, **options)
 
@@ -328,7 +328,7 @@ class Panel:
         return Tool(self.tool.udp_socket(address), panel_address)
 
     def calls(self, kind=None):
-        """(member, argument, ...) of every call that the platform service got, without Qt's own questions."""
+        """(member, argument, ...) of every call that the platform service got, without Qt's own calls."""
         sim = self.sims[kind] if kind else self.sim
         return [(call["member"], *call["arguments"]) for call in sim.calls()
                 if not call["interface"].startswith("org.freedesktop.DBus.")]

@@ -25,7 +25,7 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Con
 </busconfig>
 """
 
-# Whatever becomes of the tests, the daemon does not outlive them.
+# The daemon ends with the tests, however they end.
 ENDS_WITH_US = ["setpriv", "--pdeathsig", "KILL", "--"]
 
 

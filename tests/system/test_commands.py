@@ -1,4 +1,4 @@
-"""The road of each command: its calls in their order, its marker file, its answer."""
+"""Each command from request to answer: its calls in their order, its marker file, its reply."""
 
 import json
 import os
@@ -14,13 +14,13 @@ ROADS = {Command.DISCOVER: [REFRESH, REFRESH], Command.ECHO: [REFRESH], Command.
          Command.RESTORE_RELATIVE: [REFRESH, RESET, RESTART, REFRESH], Command.WINK: [REFRESH, REFRESH],
          Command.RESET_NETWORK: [REFRESH, RESET, RESTART], Command.RESTORE: [REFRESH, RESET, RESTART],
          Command.RESTART: [REFRESH, RESTART, REFRESH]}
-# The one byte of the request that its answer has otherwise.
+# The only byte of the request that differs in its answer.
 TYPE_OF_SAME_DATAGRAM = {Command.ECHO: b"\x01", Command.RESET_NETWORK: b"\x02", Command.RESTORE: b"\x02"}
 MARKERS = {Command.RESTORE_RELATIVE: ["work/mntdatahmi\restorecdsdefault.bin"],
            Command.RESTORE: ["mnt/data/hmi/restorecdsdefault.bin"]}
 
 NEW = {"address": "192.168.10.20", "netmask": "255.255.254.0", "gateway": "192.168.11.254"}
-# Every byte that is not interpreted has a value of its own.
+# Every byte that is not interpreted has a different value.
 NOISE = bytes(range(26, 256))
 
 
@@ -36,7 +36,7 @@ def request(command, **fields):
 
 
 def calls_of(panel, tool, datagram):
-    """The reply to a datagram and all calls that it made, also those whose answer is not waited for."""
+    """The reply to a datagram and all calls that it made, including those whose answer is not waited for."""
     reply = tool.ask(datagram)
     tool.settle()
     *calls, settling = panel.calls()
@@ -53,7 +53,7 @@ def test_a_command_makes_its_calls_and_is_answered(panel, tool, command):
     if command in TYPE_OF_SAME_DATAGRAM:
         assert reply.data == datagram[:5] + TYPE_OF_SAME_DATAGRAM[command] + datagram[6:]
     else:
-        # Two of the identity replies tell what is in force after a reset.
+        # Two of the identity replies report the settings in force after a reset.
         settings = {"address": FACTORY_ADDRESS, "gateway": "0.0.0.0"} if RESET in calls else {}
         assert reply.data == panel.expected_identity(command=command, tag=0xA7, **settings)
     assert panel.sim.restarts() == calls.count(RESTART)

@@ -7,7 +7,7 @@ REFRESH = ("getInterfaceConfig", "eth0")
 
 
 def test_discovery_is_answered_byte_for_byte(tool):
-    """All other tests take their bytes from mvdp.py; these literals hold it and the service to the layout."""
+    """All other tests take their bytes from mvdp.py; these literals check it and the service against the layout."""
     request = bytes.fromhex("5e130603 02 01 01 5a") + bytes(248)
     assert tool.ask(request).data == bytes.fromhex(
         "5e130603"      # magic

@@ -343,7 +343,7 @@ class TestPreferences:
         found = tshark.fields(CAPTURE, ["frame.number", PROTOCOL], "-o", "mvdp.port:50001")
         protocols = {name: found[number - 1][PROTOCOL] for name, number in NUMBERS.items()}
         assert protocols["unknown command on another port"] == "MVDP"
-        # That port is one like any other now.
+        # That port has no special meaning now.
         assert protocols["discover reply"] == "MVDP"
         assert protocols["bad magic"] == "UDP"
 

@@ -1,4 +1,4 @@
-"""The Wireshark dissector on datagrams that nobody would send in earnest. `tshark.run` fails on a Lua error."""
+"""The Wireshark dissector on malformed and unusual datagrams. `tshark.run` fails on a Lua error."""
 
 import random
 
@@ -76,7 +76,7 @@ def test_text_of_every_byte(tmp_path):
 
 @pytest.mark.parametrize("longest", [42, 43, 46, 49, 50, 60, 64, 68, 76, 86, 150, 297])
 def test_captures_that_keep_the_beginning_of_each_packet(tmp_path, longest):
-    """What was not captured is neither missed nor remarked on as missing."""
+    """Bytes that were not captured are not remarked on as missing."""
     whole = {frame.name for group in (make_capture.DISCOVERIES, make_capture.COMMANDS) for frame in group}
     packets = [make_capture.packet(frame) for frame in make_capture.FRAMES]
     dissected(tmp_path, packets, longest)

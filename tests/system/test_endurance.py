@@ -15,14 +15,14 @@ from panel import MAC
 from waiting import wait_for
 
 DISCOVER = mvdp.request(Command.DISCOVER)
-# Fills Qt's, the bus library's and the allocator's own pools before the first measurement.
+# Fills the pools of Qt, the bus library and the allocator before the first measurement.
 WARM_UP = 300
 ROUNDS = 1000
-# The allocator may still take a page now and then, for a moment at which more than ever before is in use.
+# The allocator may still take a page now and then, when more memory than before is in use for a moment.
 # 1000 rounds that each leak a connection, a pending call or a reply's text cost a megabyte and more.
 ALLOWED_GROWTH_KB = 256
-# Nothing holds the bus back when it tells of restarts: on a loaded machine many wait for their turn, and the
-# allocator keeps the room that they took. Left to lie, as many as are sent would cost ten times this.
+# The bus's signals of restarts have no flow control: on a loaded machine many wait in queues, and the
+# allocator keeps the memory that they took. If none of them were freed, they would take ten times this.
 RESTARTS = 3000
 ALLOWED_BACKLOG_KB = 1024
 # A sanitizer keeps what was freed for a while, to find its use: 8 MB of it, as the panel starts it.
@@ -72,7 +72,7 @@ def test_discoveries_cost_nothing_for_good(make_panel):
 
 
 def test_restarts_of_the_platform_service_cost_nothing_for_good(make_panel):
-    """Each tells every proxy, also when no datagram comes that could tidy up."""
+    """Each is signalled to every proxy, also when no datagram comes that could free anything."""
     panel = make_panel()
     panel.tool_at().ask(DISCOVER)
     panel.stop_sim()

@@ -21,7 +21,7 @@ def test_discovery_finds_every_panel(fleet, run):
 
 
 def test_a_plan_gives_every_panel_its_address(fleet, tmp_path):
-    """Each takes the address of its neighbour in the row above: all addresses are new, and unique."""
+    """Each gets a new address that no other panel has."""
     plan = tmp_path / "row.csv"
     new = [address_of(number + 256) for number in range(SIZE)]
     plan.write_text("mac,address\n" + "".join(f"{mac_of(n)},{new[n]}\n" for n in range(SIZE)), encoding="ascii")

@@ -102,8 +102,8 @@ def answer_everything(panel):
 @pytest.mark.parametrize("methods", [METHODS[:1], METHODS[1:]], ids=["the-record", "all-others"])
 @pytest.mark.parametrize("signature", SIGNATURES)
 def test_replies_of_any_form_are_survived(panel, methods, signature):
-    """The record by itself: without it no setting goes on. Of two settings only the first is answered oddly, so that
-    the second is applied."""
+    """The record has a separate case, because no setting goes on without it. Of two settings only the first gets the
+    odd reply, so that the second is applied."""
     prepare_to_be_asked(panel)
     for method in methods:
         calls = 1 if method == "setInterfaceConfigJSON" else 0

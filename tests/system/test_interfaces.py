@@ -1,4 +1,4 @@
-"""The interface that reaches the sender is the one that is asked about, set and told of."""
+"""The interface that reaches the sender is the one whose settings are read, set and reported."""
 
 import pytest
 

@@ -36,7 +36,7 @@ def test_discovery_is_complete(fleet, wires, run):
 
 @pytest.mark.parametrize("loss, seen", [(LOSS, True), (0.6, None), (0.9, False)])
 def test_success_is_never_told_of_what_did_not_happen(fleet, wires, loss, seen):
-    """Whoever is told of success has it. At a fifth lost some succeed, at nine tenths some fail: else this shows
+    """Every reported success is true. At a fifth lost some succeed, at nine tenths some fail; else the test shows
     nothing."""
     results = set()
     for number in range(SIZE):

@@ -54,7 +54,7 @@ def test_silence_of_a_panel_in_a_foreign_subnet_is_explained(wire, fake, mvdpctl
     assert result.code == TROUBLE
     assert f"there is no route to {FAR_ADDRESS}\n" in result.err
     assert "its address, which is on no subnet of this computer" in result.err
-    # Past the routing table it is reached.
+    # It is reached although the routing table has no route.
     fake.unanswered = set()
     assert mvdpctl("echo", MAC, "--interface", "eth0", "--count", "1", *PATIENT).code == DONE
     fake.unanswered = {Command.ECHO}
@@ -155,7 +155,7 @@ def test_settings_of_a_second_interface_are_applied(fake, mvdpctl):
 def test_lost_reply_to_applied_settings_does_no_harm(fake, mvdpctl):
     fake.on_set = fakepanel.APPLY_SILENTLY
     assert mvdpctl("set", MAC, *NEW, "--yes", "--timeout", "1", "--rounds", "3").code == DONE
-    # One way at a time, so that no request is carried out thrice.
+    # One way at a time, so that no request is carried out several times.
     sent_to = [destination for destination, command in zip(fake.destinations, fake.commands())
                if command == Command.SET_ADDRESS]
     assert sent_to == ["255.255.255.255", mvdp.GROUP, PANEL_ADDRESS]

@@ -136,7 +136,7 @@ def test_panel_without_a_gateway_is_lost_with_a_warning_only(panel, ctl):
     assert forced.code == NO_ANSWER
     assert f"mvdpctl: warning: {alone}" in forced.err
     assert f"mvdpctl: {alone}: give this one such an address on eth0, and see with 'mvdpctl discover'.\n" in forced.err
-    # What it was before is no news of it.
+    # Its earlier state is not shown.
     assert "cable" not in forced.err and ADDRESS not in forced.out
     assert panel.sim.interface()["actual_ip_address"] == "192.168.11.31"
 

@@ -81,7 +81,7 @@ def test_discovered_table_is_a_plan(fake, mvdpctl, tmp_path):
         assert (result.code, results(result)) == (DONE, [(MAC, "already so")])
 
 
-# Addresses that panels take from each other
+# Panels that exchange addresses
 
 def test_addresses_are_given_up_before_they_are_taken(fake, mvdpctl, plan):
     fake.panels = at(11, 12, 13)

@@ -107,7 +107,7 @@ def start_service_without_addresses(panel, launch):
     launcher = programs / "dbus-launch"
     launcher.write_text(f"#!/bin/sh\necho once >> '{panel.folder / LAUNCHES}'\n{launch}\n", encoding="ascii")
     launcher.chmod(0o755)
-    # The machine's own bus and launcher, if it has them, are out of sight.
+    # The machine's own bus and launcher, if any, are hidden.
     hide = ("mount -t tmpfs none /run && if [ -e /usr/bin/dbus-launch ]; then mount --bind "
             f"'{launcher}' /usr/bin/dbus-launch; fi && exec \"$@\"")
     panel.start_service(prefix=["unshare", "--mount", "--", "sh", "-c", hide, "sh"],
@@ -153,7 +153,7 @@ def test_a_held_connection_works_when_the_service_comes(make_panel):
     assert panel.warnings()[8:] == [NOT_UP_YET] * 3
 
     panel.start_sim("system")
-    # The description was decided when nobody could be asked.
+    # The description was decided while no service was there.
     assert tool.ask(DISCOVER).data == panel.expected_identity(description=b"HMI 0")
     assert tool.ask(mvdp.request(Command.RESTART, mac=MAC)).packet_type == mvdp.REPLY
     wait_for(lambda: panel.sim.restarts() == 1, "the restart")
@@ -177,7 +177,7 @@ def test_a_restarted_service_is_found_by_the_next_datagram(make_panel):
     tool = panel.tool_at()
     assert tool.ask(DISCOVER).data == panel.expected_identity()
     panel.stop_sim()
-    # What was known is answered on.
+    # The cached values are still in the answers.
     assert tool.ask(DISCOVER).data == panel.expected_identity()
     panel.start_sim(state={"interfaces": {"eth0": {"actual_ip_address": "192.168.10.66"}}})
     assert tool.ask(DISCOVER).data == panel.expected_identity(address="192.168.10.66")

@@ -29,7 +29,7 @@ def answers(panel, source, destination=ADDRESS):
 
 
 def heard_by(sock, destination):
-    """The answer to a discovery, as the socket that asked hears it from the panel."""
+    """The answer to a discovery, as the requesting socket receives it from the panel."""
     sock.settimeout(PATIENCE)
     sock.sendto(DISCOVER, (destination, mvdp.PORT))
     data, sender = sock.recvfrom(4096)
@@ -111,7 +111,7 @@ def test_without_any_route_a_far_answer_is_lost_and_the_service_goes_on(make_pan
     panel = make_panel(lay_wires=lay_wire_without_routes)
     assert answers(panel, FAR_ADDRESS) == []
     assert panel.sim.call_count("info") == 1
-    # Nor is the group joined where there is no way to it.
+    # Nor is the group joined without a route to it.
     assert answers(panel, TOOL_ADDRESS, mvdp.GROUP) == []
     assert panel.tool_at().ask(DISCOVER).data == panel.expected_identity(gateway=GATEWAY)
 

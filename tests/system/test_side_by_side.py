@@ -17,7 +17,7 @@ from panel import ADDRESS, FAR_ADDRESS, MAC, TOOL_ADDRESS, Xvfb
 from xscreen import Screen
 
 SECONDS = float(os.environ.get("MVDP_STRESS_SECONDS", "5"))
-# What a service answers to that has not seen the platform service yet.
+# The MAC address from a service that has not reached the platform service yet.
 NO_MAC = "00:00:00:00:00:00"
 
 
@@ -48,7 +48,7 @@ def platform_is_there(stage):
 
 
 def platform_takes_its_time(stage):
-    """Both threads ask for the description, and only one of them can be the first to know."""
+    """Both threads ask for the description, and only one of them can be the first to get it."""
     stage.panel.sim.set_fault("manufactureCode", "delay", ms=30)
     stage.panel.start_service()
     stage.talk()

@@ -109,7 +109,7 @@ def picture_with_hand(tool, screen, window):
 
 
 def keep_winking(tool, condition, what):
-    """Waits while the notice is kept up: it might go before a slow machine has looked."""
+    """Waits while it repeats the wink, because the notice may disappear before a slow machine has looked."""
     def winked_condition():
         wink(tool)
         return condition()
@@ -187,7 +187,7 @@ def test_the_notice_shows_all_texts_and_a_hand_that_blinks(winked, size):
 
 @pytest.mark.parametrize("size", ["800x480", "480x800"], ids=["landscape", "portrait"])
 def test_a_part_that_goes_missing_is_noticed(winked, size):
-    """The test of the test above."""
+    """Checks that the test above can fail."""
     _, tool, screen, window = winked(size)
     picture = picture_with_hand(tool, screen, window)
     parts = read_notice(picture).parts

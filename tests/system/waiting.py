@@ -1,4 +1,4 @@
-"""Waiting for conditions: nothing in these tests sleeps for a fixed time and hopes."""
+"""Waiting for conditions: no test sleeps for a fixed time instead."""
 
 import time
 

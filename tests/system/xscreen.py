@@ -1,4 +1,4 @@
-"""What the X server says is on the screen: windows, their order and their coming and going, and pictures.
+"""The screen by the X server: windows, their order, their appearing and disappearing, and pictures.
 
 Nothing here asks the program that made the windows.
 """
@@ -229,7 +229,7 @@ class Screen:
         kinds = {X.MapNotify: "shown", X.UnmapNotify: "hidden"}
         while self._display.pending_events():
             event = self._display.next_event()
-            # The server's own word alone: a program that hides a window sends a second one of its making.
+            # Only the server's own event: a program that hides a window sends a second one itself.
             if event.type in kinds and not event.send_event:
                 return kinds[event.type]
         return None
