@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 
 #include <cstddef>
+#include <cstdint>
 
 // Sixteen bytes a line with their offsets. A run of equal lines is shown once and then as "*".
 QString hexLines(const std::uint8_t *bytes, std::size_t size);

@@ -10,8 +10,11 @@
 #include "writer.h"
 
 #include <QtCore/QJsonObject>
+#include <QtCore/QString>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 
 // --to, of every command that talks to one panel.
 inline constexpr Option ToOption = {"to", "ADDRESS", "Reach the panel at this address, as through a router."};

@@ -4,7 +4,11 @@
 #include "observer.h"
 #include "terminal.h"
 
+#include <QtCore/QString>
+
+#include <cstddef>
 #include <functional>
+#include <vector>
 
 // Prints the engine's reports on a terminal.
 class TerminalObserver : public Observer

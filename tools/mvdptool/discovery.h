@@ -4,7 +4,10 @@
 #include "exchange.h"
 #include "panel.h"
 
+#include <QtCore/QString>
+
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <vector>

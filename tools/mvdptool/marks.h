@@ -4,8 +4,10 @@
 #include "interfaces.h"
 #include "panel.h"
 
+#include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <cstddef>
 #include <vector>
 
 // Conspicuous facts about one panel among those that were found.

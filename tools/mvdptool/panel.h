@@ -7,6 +7,7 @@
 
 #include <QtCore/QString>
 
+#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <utility>

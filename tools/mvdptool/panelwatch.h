@@ -5,6 +5,7 @@
 
 #include <QtCore/QString>
 
+#include <cstddef>
 #include <optional>
 #include <vector>
 

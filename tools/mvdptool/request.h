@@ -6,6 +6,7 @@
 #include "transport.h"
 
 #include <cstddef>
+#include <cstdint>
 
 // A request, and the conditions for its answers.
 struct Request {

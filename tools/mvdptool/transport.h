@@ -8,6 +8,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>

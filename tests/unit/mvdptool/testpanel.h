@@ -4,6 +4,10 @@
 #include "panel.h"
 #include "settingscheck.h"
 
+#include <QtCore/QString>
+
+#include <cstdint>
+
 // 192.168.10.5/24 behind 192.168.10.1, version 1.234.56.7, answering from its own address.
 inline Panel testPanel(std::uint8_t lastMacByte = 1, std::uint32_t address = 0xC0A80A05)
 {
