@@ -21,10 +21,11 @@ _IP_TRANSPARENT = getattr(socket, "IP_TRANSPARENT", 19)
 # What the panel does with a new address.
 APPLY, REFUSE, IGNORE, SILENT, APPLY_SILENTLY = "apply", "refuse", "ignore", "silent", "apply silently"
 VANISH = "vanish"  # confirms the address and never answers again
+VANISH_SILENTLY = "vanish silently"  # never answers again
 TELL_ONLY, TELL_SILENTLY = "tell only", "tell silently"  # reports the new address, answers from the old one
 
 _ONLY_TELLING = (TELL_ONLY, TELL_SILENTLY)
-_UNANSWERED = (SILENT, APPLY_SILENTLY, TELL_SILENTLY)
+_UNANSWERED = (SILENT, APPLY_SILENTLY, TELL_SILENTLY, VANISH_SILENTLY)
 
 
 @dataclasses.dataclass
@@ -161,6 +162,6 @@ class FakePanel:
                 ".".join(str(octet) for octet in reversed(request[start:start + 4])) for start in (8, 12, 16))
         answer = panel.reply(Command.SET_ADDRESS,
                              packet_type=mvdp.NOT_APPLIED if on_set == REFUSE else mvdp.REPLY)
-        if on_set == VANISH:
+        if on_set in (VANISH, VANISH_SILENTLY):
             self.panels = [each for each in self.panels if each is not panel]
         return [] if on_set in _UNANSWERED else [(answer, panel.answers_from)]

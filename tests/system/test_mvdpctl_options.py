@@ -26,6 +26,7 @@ SETTINGS = ["--address", "192.168.10.7"]
     ["set", MAC, *SETTINGS], ["set", "--from", "/nonexistent.csv", "--yes"], ["set", "--from", "x.csv", MAC, "--yes"],
     ["set", "--from", "x.csv", "--netmask", "24", "--yes"], ["wink", "", "--yes"],
     ["restore-defaults", MAC, "--marker", "both", "--yes"], ["raw", "256"], ["raw", "-1"], ["raw", "one"],
+    ["raw", "1", "--length", "0"], ["raw", "1", "--length", "257"],
     ["raw", "1", "--hex", "5"], ["raw", "1", "--hex", "xx"], ["raw", "1", "--hex", "255:0102"],
     ["raw", "1", "--hex", "-1:01"], ["raw", "1", "--hex", ""]])
 def test_usage_errors_send_nothing(fake, mvdpctl, arguments):

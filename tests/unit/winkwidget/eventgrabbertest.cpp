@@ -45,6 +45,24 @@ QString noticeAddress()
     return notices().first()->findChild<QLabel *>(QStringLiteral("lbl_IP"))->text();
 }
 
+// Counts how often a widget is hidden.
+class HideCounter : public QObject
+{
+public:
+    explicit HideCounter(QWidget &widget) { widget.installEventFilter(this); }
+    int count() const { return m_count; }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Hide)
+            ++m_count;
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    int m_count = 0;
+};
+
 // True when the grabber reports that the event needs no further handling.
 bool wink()
 {
@@ -224,9 +242,13 @@ void EventGrabberTest::hideTimer_restartsWithEachWink()
     QTimer &timer = *spy.timer(5000);
     wink();
     makeLongAndLetRun(timer);
+    const HideCounter hides(*notices().first());
     const int before = timer.remainingTime();
     wink();
     QVERIFY(timer.remainingTime() > before);
+    // The notice does not flicker.
+    QVERIFY(noticeIsVisible());
+    QCOMPARE(hides.count(), 0);
 }
 
 void EventGrabberTest::winkAfterHiding_showsTheSameNoticeAsItWas()
