@@ -76,8 +76,9 @@ def test_settings_are_read_sent_applied_and_read_again(panel, tool, settings):
     assert (record["actual_ip_address"], record["dhcp"]) == (settings["address"], False)
 
 
-@pytest.mark.parametrize("datagram", [b"x" * 300, mvdp.request(255), mvdp.request(4, mac="00:00:00:00:00:01")],
-                         ids=["foreign", "unknown-command", "other-panel"])
+@pytest.mark.parametrize("datagram", [b"x" * 300, mvdp.request(1, packet_type=mvdp.REPLY), mvdp.request(255),
+                                      mvdp.request(4, mac="00:00:00:00:00:01")],
+                         ids=["foreign", "reply", "unknown-command", "other-panel"])
 def test_what_is_dropped_has_been_refreshed_for(panel, tool, datagram):
     """The settings are read before the header is looked at."""
     tool.expect_silence(datagram)
