@@ -1,6 +1,7 @@
 """mvdpctl sets many panels by a plan in a file."""
 
 import json
+import re
 import signal
 
 import pytest
@@ -53,6 +54,14 @@ def test_plan_is_carried_out(fake, mvdpctl, tmp_path):
     assert f"{MAC}  192.168.10.11/24        -> 192.168.10.20/24\n" in result.err
     assert result.err.endswith("3 of 3 panels are as planned.\n")
     assert addresses(fake) == [20, 21, 22]
+
+
+def test_verbose_shows_the_panel_in_hand_alone(fake, mvdpctl, plan):
+    fake.panels = at(11, 12)
+    shown = mvdpctl("set", "--from", plan(21, 22), "--yes", "--verbose", *SEARCHING).err
+    first, second = re.split(r"^(?=> .*\n.* command 5 )", shown, flags=re.MULTILINE)[1:]
+    assert f"MAC address {MAC}\n" in first and f"MAC address {MAC2}\n" not in first
+    assert f"MAC address {MAC2}\n" in second and f"MAC address {MAC}\n" not in second
 
 
 def test_one_failure_does_not_stop_the_rest(fake, mvdpctl, plan):
