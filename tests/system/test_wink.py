@@ -252,26 +252,22 @@ def test_under_a_window_manager_the_notice_is_frameless_and_stays_on_top(make_sc
 
 
 @pytest.mark.parametrize("manager", [False, True], ids=["no-window-manager", "window-manager"])
-@pytest.mark.parametrize("before", ["never-shown", "hidden", "shown"])
-def test_each_wink_brings_the_notice_above_a_program_that_fills_the_screen(
-        make_screen, make_panel, tmp_path, manager, before):
+def test_each_wink_brings_the_notice_above_a_program_that_fills_the_screen(make_screen, make_panel, tmp_path, manager):
     display = make_screen("800x480")
     screen = display.screen
     if manager:
         display.start_window_manager(tmp_path)
     panel = make_panel(display=display.name)
     tool = panel.tool_at()
-    if before != "never-shown":
-        shown_notice(panel, tool, screen)
-    if before == "hidden":
-        screen.wait_for_no_window(panel.process.pid)
-    other = screen.open_window(0, 0, 800, 480, full_screen=True)
-    screen.raise_window(other)
-    wait_for(lambda: screen.picture().is_filled(screen.COLOUR), "the program to fill the screen")
+    for before in ("never shown", "shown", "hidden"):
+        if before == "hidden":
+            screen.wait_for_no_window(panel.process.pid)
+        screen.raise_window(screen.open_window(0, 0, 800, 480, full_screen=True))
+        wait_for(lambda: screen.picture().is_filled(screen.COLOUR), f"a program to fill the screen, {before}")
 
-    window = shown_notice(panel, tool, screen)
-    keep_winking(tool, lambda: screen.geometry(window) == (190, 164, *LANDSCAPE), "the notice in the middle")
-    read_notice(picture_with_hand(tool, screen, window))
+        window = shown_notice(panel, tool, screen)
+        keep_winking(tool, lambda: screen.geometry(window) == (190, 164, *LANDSCAPE), "the notice in the middle")
+        read_notice(picture_with_hand(tool, screen, window))
 
 
 # Without a display
