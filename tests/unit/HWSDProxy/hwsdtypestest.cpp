@@ -110,6 +110,7 @@ QString HwsdTypesTest::onWire(const QVariant &structure)
                     ? QLatin1Char(' ') + QString(QLatin1Char(char(field.toUInt())))
                     : QStringLiteral(" [%1]").arg(QString::fromLatin1(field.toByteArray()));
     }
+    argument.endStructure();
     return text;
 }
 
