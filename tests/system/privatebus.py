@@ -14,6 +14,11 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Con
   <keep_umask/>
   <listen>unix:path={socket}</listen>
   <auth>EXTERNAL</auth>
+{policies}
+</busconfig>
+"""
+
+ALLOW_EVERYTHING = """
   <policy context="default">
     <allow user="*"/>
     <allow own="*"/>
@@ -21,9 +26,7 @@ CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Con
     <allow send_requested_reply="true" send_type="method_return"/>
     <allow send_requested_reply="true" send_type="error"/>
     <allow receive_sender="*" eavesdrop="true"/>
-  </policy>
-</busconfig>
-"""
+  </policy>"""
 
 # The daemon ends with the tests, however they end.
 ENDS_WITH_US = ["setpriv", "--pdeathsig", "KILL", "--"]
@@ -33,18 +36,20 @@ class PrivateBus:
     """A bus on a Unix socket in a folder of its own: anybody may own any name, nothing is activated.
 
     `address` is its D-Bus address, the same after a restart. `bus_type` is "session" or "system"; a program
-    finds it through DBUS_SESSION_BUS_ADDRESS or DBUS_SYSTEM_BUS_ADDRESS.
+    finds it through DBUS_SESSION_BUS_ADDRESS or DBUS_SYSTEM_BUS_ADDRESS. `policies` are XML elements in place of the
+    one that allows everything. `prefix` is a command to run the daemon under.
     """
 
-    def __init__(self, bus_type="session", start=True):
+    def __init__(self, bus_type="session", start=True, policies=ALLOW_EVERYTHING, prefix=()):
         self._folder = tempfile.mkdtemp(prefix="mvdp-bus-")
         self._socket = os.path.join(self._folder, "bus")
         self._configuration = os.path.join(self._folder, "bus.conf")
         self._messages = os.path.join(self._folder, "messages")
+        self._prefix = list(prefix)
         self._daemon = None
         self.address = "unix:path=" + self._socket
         with open(self._configuration, "w", encoding="ascii") as configuration:
-            configuration.write(CONFIGURATION.format(bus_type=bus_type, socket=self._socket))
+            configuration.write(CONFIGURATION.format(bus_type=bus_type, socket=self._socket, policies=policies))
         if start:
             self.start()
 
@@ -58,8 +63,8 @@ class PrivateBus:
             return
         self._remove_socket()
         read_end, write_end = os.pipe()
-        command = ENDS_WITH_US + ["dbus-daemon", "--nofork", f"--print-address={write_end}",
-                                  "--config-file=" + self._configuration]
+        command = [*ENDS_WITH_US, *self._prefix, "dbus-daemon", "--nofork", f"--print-address={write_end}",
+                   "--config-file=" + self._configuration]
         try:
             with open(self._messages, "w", encoding="utf-8") as messages:
                 self._daemon = subprocess.Popen(command, pass_fds=[write_end], stdin=subprocess.DEVNULL,
