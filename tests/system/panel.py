@@ -3,6 +3,7 @@
 
 import os
 import pathlib
+import shlex
 import shutil
 import signal
 import socket
@@ -40,6 +41,12 @@ SANITIZER_REPORTS = ("ERROR: AddressSanitizer", "runtime error:", "ERROR: LeakSa
 
 def server_path():
     return build_folder() / "src" / "mvdpserver"
+
+
+def server_command():
+    """What starts the service. The launcher is for a service that this machine cannot start by itself: built for
+    another processor, or with the libraries of another system."""
+    return [*shlex.split(os.environ.get("MVDP_SERVER_LAUNCHER", "")), server_path()]
 
 
 class Xvfb:
@@ -260,7 +267,7 @@ class Panel:
         self.stderr_path = self.folder / f"stderr.{self._starts}"
         with open(self.stdout_path, "wb") as out, open(self.stderr_path, "wb") as err:
             self.process = self.namespace.popen(
-                [*prefix, server_path(), *arguments], cwd=self.working_folder, stdin=subprocess.DEVNULL,
+                [*prefix, *server_command(), *arguments], cwd=self.working_folder, stdin=subprocess.DEVNULL,
                 stdout=out, stderr=err, env=dict(self.environment(), **(environment or {})))
         if wait:
             self.wait_listening()

@@ -4,7 +4,7 @@ import pytest
 
 import mvdp
 from mvdp import Command
-from panel import server_path
+from panel import server_command
 from waiting import PATIENCE, wait_for
 
 BANNER = "MVDP Version 1.0.0.11"
@@ -38,7 +38,7 @@ def test_without_a_platform_service_nothing_is_asked_before_the_first_datagram(m
 def test_a_second_service_goes_on_without_the_port(panel):
     log = panel.folder / "second"
     with open(log, "wb") as output:
-        second = panel.namespace.popen([server_path()], env=panel.environment(), stdout=output, stderr=output)
+        second = panel.namespace.popen(server_command(), env=panel.environment(), stdout=output, stderr=output)
     wait_for(lambda: b"Cannot listen on UDP port 58553" in log.read_bytes(), "the second service to warn")
     assert panel.tool_at().ask(mvdp.request(Command.DISCOVER)).packet_type == mvdp.REPLY
     assert second.poll() is None
