@@ -44,10 +44,9 @@ if(MVDP_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# tests/layers checks what the libraries of the global property MVDP_LIBRARIES link.
+# tests/layers checks what the libraries of the global property MVDP_LIBRARIES link. A library's own property
+# MVDP_PUBLIC_HEADERS names the headers that other libraries may include; all, if it is not set.
 set_property(GLOBAL PROPERTY GLOBAL_DEPENDS_NO_CYCLES ON)
-define_property(TARGET PROPERTY MVDP_PUBLIC_HEADERS
-    BRIEF_DOCS "The headers that other libraries may include; all, if it is not set")
 
 function(mvdp_own_code target)
     get_target_property(type ${target} TYPE)
@@ -61,6 +60,10 @@ function(mvdp_own_code target)
     endif()
     if(MVDP_WERROR)
         set_target_properties(${target} PROPERTIES COMPILE_WARNING_AS_ERROR ON)
+        # The property is younger than the oldest CMake that builds the service.
+        if(CMAKE_VERSION VERSION_LESS 3.24 AND gcc_options)
+            target_compile_options(${target} PRIVATE -Werror)
+        endif()
     endif()
     # Conversions of text to bytes must name the encoding: the protocol's is Latin-1.
     target_compile_definitions(${target} PRIVATE QT_NO_CAST_TO_ASCII)
