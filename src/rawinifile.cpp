@@ -113,8 +113,7 @@ QString nameFromFile(const QByteArray &name)
 }
 
 // The prefix of the keys in a section. Keys in the section "General" have none; a group of that name is
-// written
-// "%General".
+// written "%General".
 QString prefixOfSection(const QByteArray &line)
 {
     const int bracket = static_cast<int>(line.indexOf(']'));
@@ -122,7 +121,8 @@ QString prefixOfSection(const QByteArray &line)
     const QByteArray lowered = name.toLower();
     if (lowered == "general")
         return QString();
-    const QString group = lowered == "%general" ? QString::fromLatin1(name.mid(1)) : nameFromFile(name);
+    const QString group =
+        lowered == "%general" ? QString::fromLatin1(name.constData() + 1) : nameFromFile(name);
     return group + QLatin1Char('/');
 }
 
