@@ -1,5 +1,5 @@
 # mvdp::Json: the JSON DOM headers, <json/elements.h>, <json/reader.h> and <json/writer.h>.
-# They are those in src/, or with MVDP_SYSTEM_JSON an installed copy with the same interface.
+# They are those in src/, or with MVDP_SYSTEM_JSON an installed library with the same interface (src/json/README.md).
 
 option(MVDP_SYSTEM_JSON "Use installed JSON headers in place of src/json" OFF)
 
