@@ -56,7 +56,7 @@ void sendReply(const ServerSocket &socket, const MvdpDatagram &datagram, const s
 
 void runServerLoop()
 {
-    const ServerSocket socket;
+    ServerSocket socket;
     // One buffer for all datagrams: what a short one does not overwrite stays from the one before.
     MvdpDatagram datagram;
     sockaddr_in sender;

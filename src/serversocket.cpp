@@ -1,7 +1,9 @@
 #include "serversocket.h"
 
 #include "mvdpdatagram.h"
+#include "portowner.h"
 
+#include <QtCore/QByteArray>
 #include <QtCore/QDebug>
 #include <QtCore/QString>
 #include <QtCore/QtGlobal>
@@ -19,10 +21,22 @@ namespace
 // Enough for a plant's network; datagrams do not travel far beyond it.
 const unsigned char MulticastTtl = 16;
 
-void warnOfFailure(const char *what)
+// error is the system's number; culprit says who is in the way, if that is known.
+void warnOfFailure(const char *what, int error, const QByteArray &culprit = QByteArray())
 {
-    const QString reason = QString::fromLocal8Bit(std::strerror(errno));
-    qWarning() << "Cannot" << what << reason;
+    const QString reason = QString::fromLocal8Bit(std::strerror(error));
+    if (culprit.isEmpty())
+        qWarning() << "Cannot" << what << reason;
+    else
+        qWarning() << "Cannot" << what << reason << "by" << culprit.constData();
+}
+
+int openSocket()
+{
+    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+    if (descriptor < 0)
+        warnOfFailure("open a UDP socket:", errno);
+    return descriptor;
 }
 
 void bindToPort(int descriptor)
@@ -32,43 +46,31 @@ void bindToPort(int descriptor)
     local.sin_family = AF_INET;
     local.sin_port = htons(MvdpDatagram::Port);
     local.sin_addr.s_addr = htonl(INADDR_ANY);
-    if (::bind(descriptor, reinterpret_cast<const sockaddr *>(&local), sizeof local) != 0)
-        warnOfFailure("listen on UDP port 58553:");
-}
-
-void joinGroup(int descriptor)
-{
-    ip_mreq membership;
-    membership.imr_multiaddr.s_addr = htonl(MvdpDatagram::MulticastGroup);
-    membership.imr_interface.s_addr = htonl(INADDR_ANY);
-    if (::setsockopt(descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) != 0)
-        warnOfFailure("join multicast group 224.0.5.128:");
-}
-
-int openSocket()
-{
-    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-    if (descriptor < 0) {
-        warnOfFailure("open a UDP socket:");
-        return descriptor;
-    }
-    // One byte on purpose, here and for SO_BROADCAST: the kernel refuses values of these options that are
-    // shorter than an int. Therefore no second server can share the port. Broadcasts fail, so that replies to
-    // other subnets leave by the multicast group, which routers can forward.
-    const unsigned char on = 1;
-    ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    bindToPort(descriptor);
-    ::setsockopt(descriptor, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
-    joinGroup(descriptor);
-    ::setsockopt(descriptor, IPPROTO_IP, IP_MULTICAST_TTL, &MulticastTtl, sizeof MulticastTtl);
-    return descriptor;
+    if (::bind(descriptor, reinterpret_cast<const sockaddr *>(&local), sizeof local) == 0)
+        return;
+    const int error = errno;
+    const QByteArray owner = error == EADDRINUSE ? portOwner(MvdpDatagram::Port) : QByteArray();
+    warnOfFailure("listen on UDP port 58553:", error, owner);
 }
 
 } // namespace
 
 ServerSocket::ServerSocket()
     : m_descriptor(openSocket())
+    , m_membership(m_descriptor)
 {
+    if (m_descriptor < 0)
+        return;
+    // One byte on purpose, here and for SO_BROADCAST: the kernel refuses values of these options that are
+    // shorter than an int. Therefore no second server can share the port. Broadcasts fail, so that replies to
+    // other subnets leave by the multicast group, which routers can forward.
+    const unsigned char on = 1;
+    ::setsockopt(m_descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    bindToPort(m_descriptor);
+    ::setsockopt(m_descriptor, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    if (!m_membership.join())
+        warnOfFailure("join multicast group 224.0.5.128:", errno);
+    ::setsockopt(m_descriptor, IPPROTO_IP, IP_MULTICAST_TTL, &MulticastTtl, sizeof MulticastTtl);
 }
 
 ServerSocket::~ServerSocket()
@@ -77,8 +79,9 @@ ServerSocket::~ServerSocket()
         ::close(m_descriptor);
 }
 
-bool ServerSocket::receive(MvdpDatagram &datagram, sockaddr_in &sender) const
+bool ServerSocket::receive(MvdpDatagram &datagram, sockaddr_in &sender)
 {
+    m_membership.joinUntilReadable();
     socklen_t length = sizeof sender;
     const ssize_t received = ::recvfrom(m_descriptor, datagram.data(), MvdpDatagram::Size, 0,
                                         reinterpret_cast<sockaddr *>(&sender), &length);

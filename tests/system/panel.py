@@ -289,6 +289,18 @@ class Panel:
             self._group_route = found.returncode == 0
         return self._group_route
 
+    def wait_in_group(self):
+        """Returns when the service is a member of the group, whatever it was at its start."""
+        wait_for(lambda: GROUP_IN_PROC in self._proc("net/igmp"), "mvdpserver to join the group")
+
+    def watches_network(self):
+        """Whether the service holds a socket on which the kernel tells of changes of the network."""
+        # Columns: address, protocol (0 is routing), port identity, groups; the inode is the last.
+        lines = [line.split() for line in self._proc("net/netlink").splitlines()[1:]]
+        watching = {f"socket:[{fields[-1]}]" for fields in lines if fields[1] == "0" and int(fields[3], 16)}
+        folder = pathlib.Path(f"/proc/{self.process.pid}/fd")
+        return any(os.readlink(link) in watching for link in folder.iterdir())
+
     def _proc(self, name):
         try:
             return pathlib.Path(f"/proc/{self.process.pid}/{name}").read_text(encoding="ascii")

@@ -1,5 +1,7 @@
 """The command line and what the process is made of."""
 
+import pathlib
+
 import pytest
 
 import mvdp
@@ -35,11 +37,16 @@ def test_without_a_platform_service_nothing_is_asked_before_the_first_datagram(m
     assert panel.warnings() == []
 
 
-def test_a_second_service_goes_on_without_the_port(panel):
+def test_a_second_service_names_the_first_and_goes_on_without_the_port(panel):
+    # A launcher's name, where one starts the service.
+    name = pathlib.Path(f"/proc/{panel.process.pid}/comm").read_text(encoding="ascii").strip()
     log = panel.folder / "second"
     with open(log, "wb") as output:
         second = panel.namespace.popen(server_command(), env=panel.environment(), stdout=output, stderr=output)
-    wait_for(lambda: b"Cannot listen on UDP port 58553" in log.read_bytes(), "the second service to warn")
+    wait_for(lambda: log.read_text(encoding="utf-8").endswith("\n"), "the second service to warn")
+    assert log.read_text(encoding="utf-8").splitlines() == [
+        'Cannot listen on UDP port 58553: "Address already in use" '
+        f"by process {panel.process.pid} ({name}) of user 0"]
     assert panel.tool_at().ask(mvdp.request(Command.DISCOVER)).packet_type == mvdp.REPLY
     assert second.poll() is None
     second.kill()

@@ -1,0 +1,112 @@
+#include "groupmembership.h"
+
+#include "mvdpdatagram.h"
+
+#include <QtCore/QDebug>
+
+#include <arpa/inet.h>
+#include <linux/rtnetlink.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace
+{
+
+// How often to try where changes of the network cannot be watched.
+const int RetryMs = 1000;
+
+// A socket that is readable after each change of a link or of an IPv4 address, route or rule; -1 when there
+// is none to be had.
+int watchNetwork()
+{
+    const int changes = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
+    if (changes < 0)
+        return -1;
+    sockaddr_nl local;
+    std::memset(&local, 0, sizeof local);
+    local.nl_family = AF_NETLINK;
+    local.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV4_ROUTE | RTMGRP_IPV4_RULE;
+    if (::bind(changes, reinterpret_cast<const sockaddr *>(&local), sizeof local) == 0)
+        return changes;
+    ::close(changes);
+    return -1;
+}
+
+} // namespace
+
+GroupMembership::GroupMembership(int socket)
+    : m_socket(socket)
+    , m_pending(false)
+    , m_changes(-1)
+{
+}
+
+GroupMembership::~GroupMembership()
+{
+    stopWatching();
+}
+
+bool GroupMembership::join()
+{
+    if (tryToJoin())
+        return true;
+    m_pending = true;
+    m_changes = watchNetwork();
+    // Once more: the network may have changed before it was watched.
+    if (!tryToJoin())
+        return false;
+    stopWatching();
+    return true;
+}
+
+// Each round takes one change at most and then looks for a datagram, so that a flood of either does not keep
+// the other waiting.
+void GroupMembership::joinUntilReadable()
+{
+    while (m_pending) {
+        pollfd watched[] = {{m_socket, POLLIN, 0}, {m_changes, POLLIN, 0}};
+        if (::poll(watched, 2, m_changes < 0 ? RetryMs : -1) < 0 && errno != EINTR)
+            return;
+        const bool isTimeToTry = m_changes < 0 || watched[1].revents != 0;
+        if (watched[1].revents != 0)
+            takeChange();
+        if (isTimeToTry && tryToJoin()) {
+            qWarning() << "Joined multicast group 224.0.5.128";
+            stopWatching();
+        }
+        if (watched[0].revents != 0)
+            return;
+    }
+}
+
+bool GroupMembership::tryToJoin() const
+{
+    ip_mreq membership;
+    membership.imr_multiaddr.s_addr = htonl(MvdpDatagram::MulticastGroup);
+    membership.imr_interface.s_addr = htonl(INADDR_ANY);
+    return ::setsockopt(m_socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0;
+}
+
+// What has changed does not matter, nor that changes were lost because they came too fast (ENOBUFS).
+void GroupMembership::takeChange()
+{
+    char ignored;
+    if (::recv(m_changes, &ignored, sizeof ignored, 0) >= 0 || errno == ENOBUFS || errno == EAGAIN ||
+        errno == EINTR)
+        return;
+    ::close(m_changes);
+    m_changes = -1;
+}
+
+void GroupMembership::stopWatching()
+{
+    m_pending = false;
+    if (m_changes >= 0)
+        ::close(m_changes);
+    m_changes = -1;
+}

@@ -1,0 +1,34 @@
+#ifndef GROUPMEMBERSHIP_H
+#define GROUPMEMBERSHIP_H
+
+// The membership of a UDP socket in the protocol's multicast group. The kernel refuses it while no route
+// leads to the group, as on a panel that starts before its network. It is then tried again with each change
+// of the network. Server thread only.
+class GroupMembership
+{
+public:
+    // Does not own the socket.
+    explicit GroupMembership(int socket);
+    ~GroupMembership();
+
+    // False when the kernel refuses, with its reason in errno. The network is watched from then on.
+    bool join();
+
+    // Returns when a datagram or an error waits on the socket; at once when nothing is watched. Meanwhile
+    // joins the group as soon as the kernel allows it. A warning then says so, and the watching ends.
+    void joinUntilReadable();
+
+private:
+    GroupMembership(const GroupMembership &);
+    GroupMembership &operator=(const GroupMembership &);
+
+    bool tryToJoin() const;
+    void takeChange();
+    void stopWatching();
+
+    const int m_socket;
+    bool m_pending;
+    int m_changes; // netlink socket that tells of changes; -1 for none
+};
+
+#endif // GROUPMEMBERSHIP_H
