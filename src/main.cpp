@@ -1,5 +1,5 @@
-#include "desktopscaling.h"
 #include "mvdpserverobj.h"
+#include "toolkitsetup.h"
 #include "winkwidget/eventgrabber.h"
 
 #include <QtCore/QString>
@@ -47,6 +47,7 @@ void leaveWithoutDestructors()
 int main(int argc, char **argv)
 {
     disableDesktopScaling();
+    disableOpenGl();
     QApplication application(argc, argv);
     disableFontScaling();
     leaveWithoutDestructors();

@@ -1,5 +1,7 @@
 """The wink notice, as the X server and an operator see it."""
 
+import pathlib
+import re
 import subprocess
 import time
 
@@ -165,6 +167,14 @@ def test_on_a_screen_of_many_dots_per_inch_the_letters_keep_their_pixels_too(
         return seen
 
     assert picture(dense, environment).same_as(picture(plain, {}))
+
+
+def test_the_notice_needs_no_opengl(winked):
+    """A renderer in software would take more memory than all the rest."""
+    panel, _, _, _ = winked(environment={"QT_XCB_GL_INTEGRATION": "xcb_glx"})
+    maps = pathlib.Path(f"/proc/{panel.process.pid}/maps").read_text(encoding="utf-8")
+    loaded = {line.split("/")[-1] for line in maps.splitlines() if "/" in line}
+    assert not [name for name in loaded if re.search("glx-integration|egl-integration|_dri|LLVM|gallium", name)]
 
 
 # What it shows

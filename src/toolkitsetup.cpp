@@ -1,4 +1,4 @@
-#include "desktopscaling.h"
+#include "toolkitsetup.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QCoreApplication>
@@ -35,4 +35,9 @@ void disableFontScaling()
     QX11Info::setAppDpiX(QX11Info::appScreen(), DotsPerInch);
     QX11Info::setAppDpiY(QX11Info::appScreen(), DotsPerInch);
 #endif
+}
+
+void disableOpenGl()
+{
+    qputenv("QT_XCB_GL_INTEGRATION", "none");
 }
