@@ -7,7 +7,7 @@ import pytest
 from hwsdsim import build_folder
 
 COMPONENTS = {
-    "server": ["sbin/mvdpserver"],
+    "server": ["sbin/mvdpserver", "share/man/man8/mvdpserver.8"],
     "tool": [
         "bin/mvdpctl",
         "share/bash-completion/completions/mvdpctl",
