@@ -20,8 +20,8 @@ namespace
 // How often to try where changes of the network cannot be watched.
 const int RetryMs = 1000;
 
-// A socket that is readable after each change of a link or of an IPv4 address, route or rule; -1 when there
-// is none to be had.
+// A socket that is readable after each change of a link or of an IPv4 route or rule; -1 when there is none to
+// be had. Addresses matter by their routes alone.
 int watchNetwork()
 {
     const int changes = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
@@ -30,7 +30,7 @@ int watchNetwork()
     sockaddr_nl local;
     std::memset(&local, 0, sizeof local);
     local.nl_family = AF_NETLINK;
-    local.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV4_ROUTE | RTMGRP_IPV4_RULE;
+    local.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV4_RULE;
     if (::bind(changes, reinterpret_cast<const sockaddr *>(&local), sizeof local) == 0)
         return changes;
     ::close(changes);

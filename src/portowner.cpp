@@ -13,8 +13,8 @@
 namespace
 {
 
-// So many processes and descriptors are looked at in a tenth of a second; a panel has a few hundred.
-const int MostLookedAt = 50000;
+// Processes and descriptors; a panel has a few hundred.
+const int MostLookedAt = 20000;
 
 struct PortHolder {
     unsigned long inode; // of the socket; 0 for none
@@ -135,7 +135,7 @@ QByteArray portOwner(quint16 port, const QByteArray &procFolder)
     if (holder.inode == 0)
         return QByteArray();
     const QByteArray process = processWithSocket(holder.inode, procFolder);
-    const QByteArray user = "user " + QByteArray::number(static_cast<qulonglong>(holder.user));
+    QByteArray user = "user " + QByteArray::number(static_cast<qulonglong>(holder.user));
     if (process.isEmpty())
         return user;
     return "process " + process + " (" + nameOf(process, procFolder) + ") of " + user;
