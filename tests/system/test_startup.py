@@ -1,6 +1,7 @@
 """The command line and what the process is made of."""
 
 import pathlib
+import subprocess
 
 import pytest
 
@@ -22,6 +23,23 @@ def test_the_version_is_printed_without_a_line_end_and_the_service_starts(panel,
     panel.restart_service(arguments, prefix=UNBUFFERED)
     assert panel.tool_at().ask(mvdp.request(Command.DISCOVER)).packet_type == mvdp.REPLY
     assert panel.stdout() == output
+
+
+def test_the_manuals_way_to_ask_for_the_version_needs_no_screen(make_panel):
+    manual = (pathlib.Path(__file__).resolve().parents[2] / "src" / "mvdpserver.8").read_text(encoding="ascii")
+    (line,) = [line for line in manual.splitlines() if line.startswith("QT_QPA_PLATFORM=offscreen ")]
+    # Without the limit that a reader has: a slow machine may take longer.
+    command = line.replace("\\-", "-").replace(" timeout 2 ", " ").removesuffix(" 2>/dev/null").split()
+    panel = make_panel(system_bus=False, sim=None, start=False)
+    environment = panel.environment()
+    del environment["QT_QPA_PLATFORM"]
+    environment["PATH"] = f"{server_path().parent}:{environment['PATH']}"
+    process = panel.namespace.popen(["env", *command], env=environment, stdout=subprocess.PIPE,
+                                    stderr=subprocess.DEVNULL)
+    with process.stdout:
+        assert process.stdout.read(len(BANNER)) == BANNER.encode()
+    process.kill()
+    process.wait()
 
 
 def test_a_missing_screen_is_reported_by_qt_and_ends_the_start(make_panel):
