@@ -14,8 +14,8 @@ public:
     // False when the kernel refuses, with its reason in errno. The network is watched from then on.
     bool join();
 
-    // Returns when a datagram or an error waits on the socket; at once when nothing is watched. Meanwhile
-    // joins the group as soon as the kernel allows it. A warning then says so, and the watching ends.
+    // Returns at once when nothing is watched. Else waits until a datagram or an error is there to be
+    // received, or until the kernel lets the group be joined; a warning then says so, and the watching ends.
     void joinUntilReadable();
 
 private:
