@@ -14,10 +14,12 @@
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -81,6 +83,20 @@ private:
 
 } // namespace
 
+// Set by a test: runs once, just before the network is watched.
+static std::function<void()> beforeWatching;
+
+// Stands in for the C library's.
+int bind(int socket, const sockaddr *address, socklen_t length) noexcept
+{
+    if (address->sa_family == AF_NETLINK && beforeWatching) {
+        const std::function<void()> action = beforeWatching;
+        beforeWatching = nullptr;
+        action();
+    }
+    return static_cast<int>(::syscall(SYS_bind, socket, address, length));
+}
+
 class GroupMembershipTest : public QObject
 {
     Q_OBJECT
@@ -91,6 +107,7 @@ private slots:
 
     void withARouteItIsJoinedAtOnceAndNothingIsWatched();
     void withoutARouteTheReasonIsTold();
+    void changeJustBeforeTheWatchIsNotMissed();
     void changeThatMattersJoins_data();
     void changeThatMattersJoins();
     void changeThatDoesNotMatterIsSilent();
@@ -180,6 +197,16 @@ void GroupMembershipTest::withoutARouteTheReasonIsTold()
     QCOMPARE(errno, ENODEV);
     QVERIFY(!isInGroup());
     QCOMPARE(openDescriptors(), m_descriptors + 1);
+}
+
+void GroupMembershipTest::changeJustBeforeTheWatchIsNotMissed()
+{
+    bool changed = false;
+    beforeWatching = [&changed]() { changed = ip("route add 224.0.0.0/4 dev eth0"); };
+    QVERIFY(m_membership->join());
+    QVERIFY(changed);
+    QVERIFY(isInGroup());
+    QCOMPARE(openDescriptors(), m_descriptors);
 }
 
 void GroupMembershipTest::changeThatMattersJoins_data()

@@ -11,6 +11,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -91,7 +92,7 @@ bool listenAt(int socket, const Address &address)
 
 QByteArray thisProcess()
 {
-    return "process " + QByteArray::number(::getpid()) + " (portownertest) of user " +
+    return "process " + QByteArray::number(::getpid()) + " (test of owners) of user " +
            QByteArray::number(::geteuid());
 }
 
@@ -261,6 +262,7 @@ void PortOwnerTest::amongVeryManyDescriptorsTheUserIsLeft()
 int main(int argc, char **argv)
 {
     enterOwnNetworkNamespace();
+    ::prctl(PR_SET_NAME, "test of owners");
     QCoreApplication application(argc, argv);
     PortOwnerTest test;
     return QTest::qExec(&test, argc, argv);

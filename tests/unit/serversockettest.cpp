@@ -13,6 +13,7 @@
 #include <linux/if_packet.h>
 #include <net/ethernet.h>
 #include <net/if.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -212,7 +213,7 @@ void ServerSocketTest::portIsNotShared()
     const QStringList told = messages.take();
     QCOMPARE(told.size(), 1);
     QCOMPARE(told.first(), latin1("Cannot listen on UDP port 58553: \"Address already in use\" by process %1 "
-                                  "(serversockettes) of user %2")
+                                  "(test of sockets) of user %2")
                                .arg(::getpid())
                                .arg(::geteuid()));
     QVERIFY(receive("x"));
@@ -301,6 +302,7 @@ void ServerSocketTest::broadcastIsRefused()
 int main(int argc, char **argv)
 {
     enterOwnNetworkNamespace();
+    ::prctl(PR_SET_NAME, "test of sockets");
     QCoreApplication application(argc, argv);
     ServerSocketTest test;
     return QTest::qExec(&test, argc, argv);
