@@ -28,6 +28,7 @@ DISPLAY_UNIT = """[Unit]
 Description=The panel's X server
 [Service]
 ExecStart=/usr/bin/Xvfb :0 -screen 0 800x480x24 -listen tcp
+ExecStartPost=/bin/sh -c 'until [ -S /tmp/.X11-unix/X0 ]; do sleep 0.1; done'
 """
 DEVICE_NAMES = "[Brand]\noptions\\devicename=506:Line 3 panel\n"
 HIGHEST_EXPOSURE = 2.0
@@ -71,6 +72,15 @@ class Machine:
         if not os.path.isdir("/run/systemd/system"):
             command.append("--keep-unit")  # there is nobody to ask for a unit
         self.process = self.panel.popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT)
+        self._wait_until_up()
+
+    def reboot(self):
+        before = self.init
+        self.run("systemctl", "reboot", check=False)
+        wait_for(lambda: self._find_init() not in (None, before), "the container to end")
+        self._wait_until_up()
+
+    def _wait_until_up(self):
         self.init = wait_for(self._find_init, "the container's first process")
         wait_for(self._is_up, "the container to boot")
 
@@ -260,6 +270,11 @@ def try_endings(machine):
         machine.run(*command)
         wait_for(lambda: machine.property("MainPID") not in (pid, "0") and machine.listens(), f"a new service {what}")
         check(True, what)
+    machine.reboot()
+    wait_for(machine.listens, "the service after a restart of the machine")
+    check(machine.property("NRestarts") == "0", "when the machine starts: after the display, at the first try")
+    log = machine.run("journalctl", "--boot", "--unit", UNIT, "--output=cat").stdout.splitlines()
+    check([line for line in log if "mvdpserver.service" not in line] == [], "and with nothing to say")
 
 
 def try_init_script(machine):
