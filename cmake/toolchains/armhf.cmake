@@ -1,0 +1,4 @@
+# 32-bit ARM, hard float, as Debian's armhf: see debian.cmake.
+set(CMAKE_SYSTEM_PROCESSOR arm)
+set(triplet arm-linux-gnueabihf)
+include("${CMAKE_CURRENT_LIST_DIR}/debian.cmake")

@@ -1,0 +1,4 @@
+# Big-endian, as Debian's s390x: see debian.cmake. No panel has it; the wire format is tested on it.
+set(CMAKE_SYSTEM_PROCESSOR s390x)
+set(triplet s390x-linux-gnu)
+include("${CMAKE_CURRENT_LIST_DIR}/debian.cmake")
