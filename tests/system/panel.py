@@ -39,14 +39,9 @@ SANITIZER_REPORTS = ("ERROR: AddressSanitizer", "runtime error:", "ERROR: LeakSa
                      "WARNING: ThreadSanitizer")
 
 
-def server_path():
-    return build_folder() / "src" / "mvdpserver"
-
-
 def server_command():
-    """What starts the service. The launcher is for a service that this machine cannot start by itself: built for
-    another processor, or with the libraries of another system."""
-    return [*shlex.split(os.environ.get("MVDP_SERVER_LAUNCHER", "")), server_path()]
+    """How the service is started; MVDP_SERVER, a command line, names another one, for example in an emulator."""
+    return shlex.split(os.environ.get("MVDP_SERVER", "")) or [build_folder() / "src" / "mvdpserver"]
 
 
 class Xvfb:
