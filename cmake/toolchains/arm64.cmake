@@ -1,4 +1,5 @@
 # 64-bit ARM, as Debian's arm64: see debian.cmake.
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(triplet aarch64-linux-gnu)
+set(emulator qemu-aarch64)
 include("${CMAKE_CURRENT_LIST_DIR}/debian.cmake")

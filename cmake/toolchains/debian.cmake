@@ -21,7 +21,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# The tests' programs run in qemu's user emulation. It does not map every question about a file to the sysroot: 64-bit
-# programs find Qt's plug-ins only when told.
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${CMAKE_SYSTEM_PROCESSOR} -L "${CMAKE_SYSROOT}" -E
-    "QT_PLUGIN_PATH=${CMAKE_SYSROOT}/usr/lib/${triplet}/qt6/plugins:${CMAKE_SYSROOT}/usr/lib/${triplet}/qt5/plugins")
+set(CMAKE_CROSSCOMPILING_EMULATOR
+    /usr/bin/python3 "${CMAKE_CURRENT_LIST_DIR}/../../tests/emulate.py" ${emulator} "${CMAKE_SYSROOT}")

@@ -1,6 +1,7 @@
 #include "fakebus.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QStringList>
 #include <QtCore/QtDebug>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
@@ -64,8 +65,15 @@ void FakeBus::runIfAskedFor(int argc, char **argv)
 FakeBus::FakeBus(const QByteArray &address)
     : m_listening(false)
 {
-    m_process.start(QCoreApplication::applicationFilePath(),
-                    {QLatin1String(FakeBusOption), QString::fromLocal8Bit(address)});
+    // The kernel cannot start an emulated program by itself; tests/emulate.py tells how.
+    QStringList command;
+    for (const QByteArray &word : qgetenv("MVDP_EMULATOR").split('\n')) {
+        if (!word.isEmpty())
+            command.append(QString::fromLocal8Bit(word));
+    }
+    command << QCoreApplication::applicationFilePath() << QLatin1String(FakeBusOption)
+            << QString::fromLocal8Bit(address);
+    m_process.start(command.takeFirst(), command);
     m_listening = m_process.waitForReadyRead(60000) && m_process.readAllStandardOutput() == ListeningLine;
 }
 
