@@ -30,10 +30,11 @@ def test_the_manuals_way_to_ask_for_the_version_needs_no_screen(make_panel):
     (line,) = [line for line in manual.splitlines() if line.startswith("QT_QPA_PLATFORM=offscreen ")]
     # Without the limit that a reader has: a slow machine may take longer.
     command = line.replace("\\-", "-").replace(" timeout 2 ", " ").removesuffix(" 2>/dev/null").split()
+    place = command.index("mvdpserver")
+    command[place:place + 1] = server_command()
     panel = make_panel(system_bus=False, sim=None, start=False)
     environment = panel.environment()
     del environment["QT_QPA_PLATFORM"]
-    environment["PATH"] = f"{server_path().parent}:{environment['PATH']}"
     process = panel.namespace.popen(["env", *command], env=environment, stdout=subprocess.PIPE,
                                     stderr=subprocess.DEVNULL)
     with process.stdout:
