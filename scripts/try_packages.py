@@ -67,22 +67,26 @@ class Machine:
         self.panel.address("eth0", f"{ADDRESS}/24")
         self.panel.route(f"default via {GATEWAY}")
         self.tool.address("eth0", f"{TOOL_ADDRESS}/24")
-        command = ["systemd-nspawn", "--quiet", "--boot", "--register=no", "--machine=panel", "--directory", root,
-                   f"--network-namespace-path={self.panel.path}"]
+        self._command = ["systemd-nspawn", "--quiet", "--boot", "--register=no", "--machine=panel", "--directory", root,
+                         f"--network-namespace-path={self.panel.path}"]
         if not os.path.isdir("/run/systemd/system"):
-            command.append("--keep-unit")  # there is nobody to ask for a unit
-        self.process = self.panel.popen(command, stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT)
-        self._wait_until_up()
+            self._command.append("--keep-unit")  # there is nobody to ask for a unit
+        self._log = log
+        self.boot()
 
-    def reboot(self):
-        before = self.init
-        self.run("systemctl", "reboot", check=False)
-        wait_for(lambda: self._find_init() not in (None, before), "the container to end")
-        self._wait_until_up()
-
-    def _wait_until_up(self):
+    def boot(self):
+        self.process = self.panel.popen(self._command, stdin=subprocess.DEVNULL, stdout=self._log,
+                                        stderr=subprocess.STDOUT)
         self.init = wait_for(self._find_init, "the container's first process")
         wait_for(self._is_up, "the container to boot")
+
+    def power_off(self):
+        self.process.terminate()
+        try:
+            self.process.wait(60)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
 
     def _find_init(self):
         assert self.process.poll() is None, "the container ended"
@@ -110,9 +114,10 @@ class Machine:
         return self.run("systemctl", "show", "--value", f"--property={name}", unit).stdout.strip()
 
     def files(self):
-        """Everything on its disk, but what any installation changes."""
+        """Everything on its disk, but what any installation and each start changes."""
         listing = self.run("find", "/", "-xdev", "-not", "-path", "/var/log/*", "-not", "-path", "/var/cache/*",
-                           "-not", "-path", "/var/lib/dpkg/*", "-not", "-path", "/var/lib/apt/*")
+                           "-not", "-path", "/var/lib/dpkg/*", "-not", "-path", "/var/lib/apt/*",
+                           "-not", "-path", "*-systemd-logind.service-*")
         return set(listing.stdout.splitlines())
 
     def listens(self):
@@ -120,11 +125,7 @@ class Machine:
         return UDP_PORT_IN_PROC in self.run("cat", "/proc/net/udp").stdout
 
     def close(self):
-        self.process.terminate()  # which is to power off
-        try:
-            self.process.wait(30)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
+        self.power_off()
         self.panel.close()
         self.tool.close()
 
@@ -270,7 +271,8 @@ def try_endings(machine):
         machine.run(*command)
         wait_for(lambda: machine.property("MainPID") not in (pid, "0") and machine.listens(), f"a new service {what}")
         check(True, what)
-    machine.reboot()
+    machine.power_off()
+    machine.boot()
     wait_for(machine.listens, "the service after a restart of the machine")
     check(machine.property("NRestarts") == "0", "when the machine starts: after the display, at the first try")
     log = machine.run("journalctl", "--boot", "--unit", UNIT, "--output=cat").stdout.splitlines()
