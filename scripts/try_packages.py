@@ -281,19 +281,28 @@ def try_endings(machine):
 
 def try_init_script(machine):
     say("The init script, without systemd's part in it")
-    machine.run("systemctl", "stop", UNIT)
-    check(not machine.listens(), "the unit is stopped")
     # Or Debian's functions hand over to systemd.
     script = ["env", "SYSTEMCTL_SKIP_REDIRECT=yes", "/etc/init.d/mvdpserver"]
+
+    def pids():
+        return machine.run("pidof", PROGRAM, check=False).stdout.split()
+
+    machine.run("systemctl", "stop", UNIT)
+    check(not machine.listens(), "the unit is stopped")
+    (machine.root / "run-of-another").write_text("1\n")
+    machine.run("mv", "/run-of-another", "/run/mvdpserver.pid")
+    check(machine.run(*script, "status", check=False).returncode == 3, "another process's number is not ours")
     machine.run(*script, "start")
     wait_for(machine.listens, "the service to listen")
     machine.run(*script, "status")
-    pid = machine.run("pidof", "-s", PROGRAM).stdout.strip()
+    (pid,) = pids()
     check(machine.run("stat", "--format=%U", f"/proc/{pid}").stdout == "mvdpserver\n", "it runs as the user mvdpserver")
     machine.run("sh", "-c", f"kill -KILL {pid}")
-    wait_for(lambda: machine.run("pidof", "-s", PROGRAM, check=False).stdout.strip() not in ("", pid)
-             and machine.listens(), "a new service")
+    wait_for(lambda: pids() not in ([], [pid]) and machine.listens(), "a new service")
     check(True, "it comes back when it is killed")
+    machine.run("sh", "-c", 'for i in 1 2 3; do "$@" restart & done; wait', "-", *script)
+    wait_for(machine.listens, "the service to listen")
+    check(len(pids()) == 1, "three restarts at once leave one")
     machine.run(*script, "stop")
     left = machine.run("find", "/proc", "-maxdepth", "1", "-user", "mvdpserver").stdout
     check(left == "" and machine.run(*script, "status", check=False).returncode == 3, "it stops as a whole")
@@ -306,6 +315,7 @@ def try_purge(machine, before):
     check(not left, f"no file is left behind {left}")
     accounts = machine.run("cat", "/etc/passwd", "/etc/group").stdout
     check("mvdp" not in accounts and "hwsd" not in accounts, "no user is left behind")
+    check(machine.run("stat", "--format=%G", "/mnt/data/hmi").stdout == "root\n", "no right is left to their numbers")
     check(machine.run("pidof", "mvdpserver", "hwsd-sim", check=False).stdout == "", "no process is left behind")
 
 
