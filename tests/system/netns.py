@@ -24,7 +24,6 @@ import struct
 import subprocess
 import threading
 
-import mvdp
 from waiting import PATIENCE, wait_for
 
 _CLONE_NEWNS = 0x00020000
@@ -66,6 +65,10 @@ class Namespace:
         if mnt:
             _checked(_libc.mount(None, b"/", None, _MS_REC | _MS_PRIVATE, None), "making mounts private")
             _bind_mount(mnt, "/mnt")
+        # The ports that the kernel picks. Outside are the panels' own, since requests from there would look like
+        # replies, and those by which Wireshark takes a datagram for a traceroute.
+        with open("/proc/sys/net/ipv4/ip_local_port_range", "w", encoding="ascii") as setting:
+            setting.write("40000 58000")
         return f"/proc/{os.getpid()}/task/{threading.get_native_id()}/ns/net"
 
     def call(self, function, *args, **kwargs):
@@ -197,10 +200,6 @@ def _udp_socket(address, port, group):
         # Bound to its own address a socket would not hear the group.
         address = ""
     sock.bind((address, port))
-    if port == 0 and sock.getsockname()[1] == mvdp.PORT:
-        # The kernel picks any free port, sometimes the panels' own: requests would look like replies.
-        with sock:
-            return _udp_socket(address, port, group)
     return sock
 
 
