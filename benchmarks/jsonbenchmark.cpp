@@ -1,14 +1,12 @@
 // How long it takes to parse and to write the platform service's JSON: by src/json, and by two libraries that
-// others use, from the same texts in the same run. The record of one interface also as the service does it,
-// from a QString to NetworkInterfaceConfig and back.
+// others use, from the same texts in the same run.
 //
 // The names are OPERATION/DOCUMENT/BY. Beside the time stand the bytes of JSON text a second and the blocks
 // asked of the heap for one parse or write. Takes the options of Google Benchmark.
 
-#include "allocationcount.h"
+#include "countedmeasure.h"
 #include "jsondocuments.h"
 #include "jsonlibraries.h"
-#include "networkinterfaceconfig.h"
 
 #include <benchmark/benchmark.h>
 
@@ -21,22 +19,17 @@ namespace
 
 // Times the action, which returns the number of bytes of JSON text that it read or wrote.
 template <typename Action>
-void measure(benchmark::State &state, Action action)
+void measureBytes(benchmark::State &state, Action action)
 {
-    action(); // what is set up only once stays out of the count
-    const std::size_t before = allocationCount();
-    const std::size_t bytes = action();
-    state.counters["allocations"] = static_cast<double>(allocationCount() - before);
-
-    for (auto _ : state)
-        action();
+    std::size_t bytes = 0;
+    measure(state, [&bytes, &action] { bytes = action(); });
     state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
 }
 
 template <typename Library>
 void parse(benchmark::State &state, const std::string &text)
 {
-    measure(state, [&text] {
+    measureBytes(state, [&text] {
         typename Library::Tree tree;
         Library::parse(text, tree);
         benchmark::DoNotOptimize(tree);
@@ -49,31 +42,10 @@ void write(benchmark::State &state, const std::string &text)
 {
     typename Library::Tree tree;
     Library::parse(text, tree);
-    measure(state, [&tree] {
+    measureBytes(state, [&tree] {
         std::string written = Library::write(tree);
         benchmark::DoNotOptimize(written);
         return written.size();
-    });
-}
-
-void parseRecord(benchmark::State &state, const QString &text)
-{
-    measure(state, [&text] {
-        NetworkInterfaceConfig record;
-        record.fromJsonString(text);
-        benchmark::DoNotOptimize(record);
-        return static_cast<std::size_t>(text.size());
-    });
-}
-
-void writeRecord(benchmark::State &state, const QString &text)
-{
-    NetworkInterfaceConfig record;
-    record.fromJsonString(text);
-    measure(state, [&record] {
-        QString written = record.toJsonString();
-        benchmark::DoNotOptimize(written);
-        return static_cast<std::size_t>(written.size());
     });
 }
 
@@ -94,13 +66,6 @@ void checkEqual(const std::string &text)
         throw std::runtime_error("the libraries do not read the same in a text");
 }
 
-void checkRecord(const QString &text)
-{
-    NetworkInterfaceConfig record;
-    if (!record.fromJsonString(text) || record.toJsonString() != text)
-        throw std::runtime_error("the record does not come back as it was read");
-}
-
 void addDocument(const std::string &name, const std::string &text)
 {
     checkEqual(text);
@@ -117,10 +82,6 @@ void addDocument(const std::string &name, const std::string &text)
 void addAll()
 {
     addDocument("record", interfaceText());
-    const QString record = QString::fromStdString(interfaceText());
-    checkRecord(record);
-    benchmark::RegisterBenchmark("parse/record/service", parseRecord, record);
-    benchmark::RegisterBenchmark("write/record/service", writeRecord, record);
     for (const int interfaces : {1, 16, 256})
         addDocument("document of " + std::to_string(interfaces), documentText(interfaces));
 }

@@ -25,14 +25,13 @@ def print_times(runs, operation):
         own, nlohmann, rapid = (runs[f"{operation}/{document}/{library}"] for library in LIBRARIES)
         print(f"{document:24}{own['cpu_time']:12.0f}{nlohmann['cpu_time']:13.0f}{rapid['cpu_time']:14.0f}"
               f"{own['cpu_time'] / nlohmann['cpu_time']:14.2f}{1e9 / own['bytes_per_second']:13.2f}")
-    service = runs[f"{operation}/record/service"]["cpu_time"]
-    print(f"{'record, by the service':24}{service:12.0f}\n")
+    print()
 
 
 def print_allocations(runs):
-    print(f"{'allocations, record':24}" + "".join(f"{name:>13}" for name in [*LIBRARIES, "service"]))
+    print(f"{'allocations, record':24}" + "".join(f"{name:>13}" for name in LIBRARIES))
     for operation in ["parse", "write"]:
-        counts = (runs[f"{operation}/record/{name}"]["allocations"] for name in [*LIBRARIES, "service"])
+        counts = (runs[f"{operation}/record/{name}"]["allocations"] for name in LIBRARIES)
         print(f"{operation:24}" + "".join(f"{count:13.0f}" for count in counts))
 
 
