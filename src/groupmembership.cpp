@@ -1,6 +1,7 @@
 #include "groupmembership.h"
 
 #include "mvdpdatagram.h"
+#include "networkchanges.h"
 
 #include <QtCore/QDebug>
 
@@ -12,30 +13,12 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 namespace
 {
 
 // How often to try where changes of the network cannot be watched.
 const int RetryMs = 1000;
-
-// A socket that is readable after each change of a link or of an IPv4 route or rule; -1 when there is none to
-// be had. Addresses matter by their routes alone.
-int watchNetwork()
-{
-    const int changes = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
-    if (changes < 0)
-        return -1;
-    sockaddr_nl local;
-    std::memset(&local, 0, sizeof local);
-    local.nl_family = AF_NETLINK;
-    local.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV4_RULE;
-    if (::bind(changes, reinterpret_cast<const sockaddr *>(&local), sizeof local) == 0)
-        return changes;
-    ::close(changes);
-    return -1;
-}
 
 } // namespace
 
@@ -56,7 +39,8 @@ bool GroupMembership::join()
     if (tryToJoin())
         return true;
     m_pending = true;
-    m_changes = watchNetwork();
+    // Addresses matter by their routes alone.
+    m_changes = openNetworkChanges(RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV4_RULE);
     // Once more: the network may have changed before it was watched.
     if (!tryToJoin())
         return false;

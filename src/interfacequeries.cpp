@@ -1,7 +1,8 @@
 #include "interfacequeries.h"
 
+#include "localaddresses.h"
+
 #include <arpa/inet.h>
-#include <ifaddrs.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -31,12 +32,12 @@ sockaddr_in socketAddress(quint32 address, quint16 port)
     return result;
 }
 
-// Lets the kernel choose a route and reads back the source address that it took.
+// Lets the kernel choose a route to a peer (host byte order) and reads back the source address that it took.
 Route routeTo(quint32 peer)
 {
     Route route = {false, INADDR_LOOPBACK};
     const int probe = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in destination = socketAddress(peer, ProbePort);
+    const sockaddr_in destination = socketAddress(htonl(peer), ProbePort);
     sockaddr_in source = socketAddress(INADDR_ANY, 0);
     socklen_t length = sizeof source;
     if (::connect(probe, reinterpret_cast<const sockaddr *>(&destination), sizeof destination) == 0 &&
@@ -56,42 +57,38 @@ quint32 hostOrderAddress(const sockaddr *address)
     return ntohl(ipv4.sin_addr.s_addr);
 }
 
-bool hasIpv4(const ifaddrs &entry)
+bool subnetHolds(const LocalAddress &local, quint32 peer)
 {
-    return entry.ifa_addr && entry.ifa_addr->sa_family == AF_INET;
-}
-
-bool isUpWithIpv4(const ifaddrs &entry)
-{
-    return hasIpv4(entry) && (entry.ifa_flags & IFF_UP);
-}
-
-bool subnetHolds(const ifaddrs &entry, quint32 peer)
-{
-    // The kernel gives every IPv4 address a mask. An address without one counts as a subnet of its own.
-    const quint32 mask = entry.ifa_netmask ? hostOrderAddress(entry.ifa_netmask) : 0xFFFFFFFFu;
-    const quint32 network = hostOrderAddress(entry.ifa_addr) & mask;
-    const quint32 broadcast = ~mask | network;
+    const quint32 network = local.address & local.netmask;
+    const quint32 broadcast = ~local.netmask | network;
     return network <= peer && peer <= broadcast;
 }
 
-bool isSourceOf(const ifaddrs &entry, const Route &route)
+bool isSourceOf(const LocalAddress &local, const Route &route)
 {
-    const quint32 address = hostOrderAddress(entry.ifa_addr);
-    return route.found ? address == route.sourceAddress : address != INADDR_LOOPBACK;
+    return route.found ? local.address == route.sourceAddress : local.address != INADDR_LOOPBACK;
 }
 
-const ifaddrs *chooseInterface(const ifaddrs *list, quint32 peer, const Route &route)
+// Both in host byte order; null when no interface fits.
+const LocalAddress *chooseAddress(const std::vector<LocalAddress> &addresses, quint32 peer)
 {
-    for (const ifaddrs *entry = list; entry; entry = entry->ifa_next) {
-        if (isUpWithIpv4(*entry) && subnetHolds(*entry, peer))
-            return entry;
+    for (const LocalAddress &local : addresses) {
+        if (local.isUp && subnetHolds(local, peer))
+            return &local;
     }
-    for (const ifaddrs *entry = list; entry; entry = entry->ifa_next) {
-        if (isUpWithIpv4(*entry) && isSourceOf(*entry, route))
-            return entry;
+    const Route route = routeTo(peer);
+    for (const LocalAddress &local : addresses) {
+        if (local.isUp && isSourceOf(local, route))
+            return &local;
     }
     return nullptr;
+}
+
+// For the server thread.
+const std::vector<LocalAddress> &localAddresses()
+{
+    static LocalAddresses addresses;
+    return addresses.current();
 }
 
 // Issues one interface request for "eth0".
@@ -127,28 +124,19 @@ quint32 ethSetAddress(unsigned long request, quint32 value)
 
 quint32 findInterfaceForPeer(quint32 peer, char *name)
 {
-    const Route route = routeTo(peer);
-    ifaddrs *list = nullptr;
-    if (::getifaddrs(&list) != 0)
-        return 1;
-    if (const ifaddrs *chosen = chooseInterface(list, ntohl(peer), route))
-        std::strncpy(name, chosen->ifa_name, IF_NAMESIZE);
-    ::freeifaddrs(list);
+    if (const LocalAddress *chosen = chooseAddress(localAddresses(), ntohl(peer)))
+        std::memcpy(name, chosen->interfaceName, sizeof chosen->interfaceName);
     return 1;
 }
 
 bool isOwnAddress(quint32 address)
 {
-    ifaddrs *list = nullptr;
-    if (::getifaddrs(&list) != 0)
-        return false;
     const quint32 wanted = ntohl(address);
-    const ifaddrs *entry = list;
-    while (entry && !(hasIpv4(*entry) && hostOrderAddress(entry->ifa_addr) == wanted))
-        entry = entry->ifa_next;
-    const bool found = entry != nullptr;
-    ::freeifaddrs(list);
-    return found;
+    for (const LocalAddress &local : localAddresses()) {
+        if (local.address == wanted)
+            return true;
+    }
+    return false;
 }
 
 quint32 ethMacAddress(unsigned char *mac)

@@ -1,11 +1,15 @@
 """The interface that reaches the sender is the one whose settings are read, set and reported."""
 
+import fcntl
+import socket
+import struct
+
 import pytest
 
 import mvdp
 from mvdp import Command
 from netns import join
-from panel import ADDRESS, MAC, NETMASK, TOOL_ADDRESS, Tool
+from panel import ADDRESS, FAR_ADDRESS, MAC, NETMASK, TOOL_ADDRESS, Tool
 
 DISCOVER = mvdp.request(Command.DISCOVER)
 SECOND_MAC = "00:1a:2b:3c:4d:5f"
@@ -52,6 +56,44 @@ def test_settings_are_those_of_the_answering_interface(panel):
     assert reply.data == panel.expected_identity(command=Command.SET_ADDRESS, mac=SECOND_MAC, **new)
     assert [call[1] for call in panel.calls() if call[0] == "setInterfaceConfigJSON"] == ["eth1"]
     assert panel.sim.interface("eth0")["actual_ip_address"] == ADDRESS
+
+
+SIOCSIFFLAGS, SIOCSIFADDR = 0x8914, 0x8916
+IFF_UP = 1
+ELSEWHERE = "172.20.0.5"
+BESIDE_FAR = "10.9.0.5"
+
+
+def change_interface(request, name, value):
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sock:
+        fcntl.ioctl(sock, request, struct.pack("16s16s", name.encode(), value))
+
+
+def set_address(name, address):
+    change_interface(SIOCSIFADDR, name, struct.pack("=HH4s", socket.AF_INET, 0, socket.inet_aton(address)))
+
+
+def set_up(name, is_up):
+    change_interface(SIOCSIFFLAGS, name, struct.pack("=H", IFF_UP if is_up else 0))
+
+
+def test_change_right_before_a_datagram_is_seen_a_thousand_times(make_panel):
+    panel = make_panel(lay_wires=lay_two_wires, state={"interfaces": {"eth1": SECOND_RECORD}})
+    panel.tool.address("eth0", f"{FAR_ADDRESS}/24")
+    far, near = panel.tool_at(FAR_ADDRESS), panel.tool_at()
+    # The far peer is on the subnet of eth1, or else on none, so that the first interface is taken.
+    changes = [(set_address, BESIDE_FAR, "eth1"), (set_up, False, "eth0"), (set_up, True, "eth1"),
+               (set_address, ELSEWHERE, "eth0")]
+    echo = mvdp.request(Command.ECHO)
+    panel.sim.clear_calls()
+    for _ in range(250):
+        for change, value, _ in changes:
+            panel.namespace.call(change, "eth1", value)
+            far.send(echo)
+            near.settle()
+    asked = [call[1] for call in panel.calls() if call[0] == "getInterfaceConfig"]
+    assert asked[0::2] == [name for _, _, name in changes] * 250
+    assert asked[1::2] == ["eth0"] * 1000
 
 
 def lay_unaddressed_wire(panel):

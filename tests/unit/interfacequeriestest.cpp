@@ -1,6 +1,8 @@
 #include "interfacequeries.h"
 
+#include "support/descriptors.h"
 #include "support/namespaces.h"
+#include "support/network.h"
 #include "support/texts.h"
 
 #include <QtTest/QtTest>
@@ -16,11 +18,6 @@
 
 namespace
 {
-
-bool ip(const char *arguments)
-{
-    return runProgram(latin1("ip"), latin1(arguments).split(QLatin1Char(' ')));
-}
 
 // The interface chosen for a peer; "(untouched)" when the buffer was not written.
 QByteArray interfaceFor(const char *peer)
@@ -171,16 +168,16 @@ void InterfaceQueriesTest::ownAddressesAreThoseOfAllInterfaces()
 
 void InterfaceQueriesTest::descriptorsAreClosed()
 {
-    const int before = ::dup(0);
-    ::close(before);
+    interfaceFor("10.1.0.9"); // leaves one open, which tells of changes
+    const int before = openDescriptors();
     interfaceFor("10.1.0.9");
     ethIpAddress();
     ethSetIpAddress(0x0A010001u);
+    interfaceFor("10.1.0.9");
     QVERIFY(ip("link del eth0"));
     ethIpAddress();
-    const int after = ::dup(0);
-    ::close(after);
-    QCOMPARE(after, before);
+    interfaceFor("10.1.0.9");
+    QCOMPARE(openDescriptors(), before);
 }
 
 void InterfaceQueriesTest::ethQueriesTellTheSettings()

@@ -1,5 +1,6 @@
 #include "portowner.h"
 
+#include "support/descriptors.h"
 #include "support/namespaces.h"
 #include "support/texts.h"
 
@@ -78,11 +79,6 @@ public:
 private:
     const QTemporaryDir m_folder;
 };
-
-int openDescriptors()
-{
-    return static_cast<int>(QDir(latin1("/proc/self/fd")).count());
-}
 
 template <class Address>
 bool listenAt(int socket, const Address &address)
