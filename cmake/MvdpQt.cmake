@@ -1,7 +1,7 @@
 # Finds one major version of Qt and provides targets that do not depend on which one it is:
 #   mvdp::QtCore mvdp::QtNetwork mvdp::QtDBus mvdp::QtWidgets mvdp::QtTest
 # Sets MVDP_QT_MAJOR and MVDP_QDBUSXML2CPP (the proxy generator's program). Without MVDP_SERVICE only Core, Network and
-# Test are provided.
+# Test are provided; without MVDP_TOOLS no Network.
 
 set(MVDP_QT "" CACHE STRING "Qt major version (6, 5 or 4); empty takes the newest found")
 set_property(CACHE MVDP_QT PROPERTY STRINGS "" 6 5 4)
@@ -14,7 +14,10 @@ else()
     message(FATAL_ERROR "MVDP_QT is '${MVDP_QT}'; it takes 6, 5 or 4")
 endif()
 
-set(modules Core Network)
+set(modules Core)
+if(NOT DEFINED MVDP_TOOLS OR MVDP_TOOLS)
+    list(APPEND modules Network)
+endif()
 if(MVDP_SERVICE)
     list(APPEND modules DBus Gui Widgets)
 endif()
@@ -22,7 +25,7 @@ endif()
 set(MVDP_QT_MAJOR "")
 foreach(major IN LISTS candidates)
     if(major EQUAL 4)
-        find_package(Qt4 4.8 QUIET COMPONENTS QtCore QtGui QtNetwork QtDBus)
+        find_package(Qt4 4.8 QUIET COMPONENTS QtCore QtGui QtDBus)
         set(found ${QT4_FOUND})
     else()
         find_package(Qt${major} QUIET COMPONENTS ${modules})
@@ -47,7 +50,6 @@ foreach(module Core Network DBus Widgets Test)
 endforeach()
 if(MVDP_QT_MAJOR EQUAL 4)
     target_link_libraries(mvdp_qtCore INTERFACE Qt4::QtCore)
-    target_link_libraries(mvdp_qtNetwork INTERFACE Qt4::QtNetwork)
     target_link_libraries(mvdp_qtDBus INTERFACE Qt4::QtDBus)
     target_link_libraries(mvdp_qtWidgets INTERFACE Qt4::QtGui)
     set(MVDP_QDBUSXML2CPP "${QT_DBUSXML2CPP_EXECUTABLE}")

@@ -4,6 +4,7 @@
 
 #include "hwsdlink.h"
 #include "hwsdtypes.h"
+#include "networkinterfaceconfig.h"
 #include "publishonce.h"
 
 #include <memory>

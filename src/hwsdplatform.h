@@ -8,6 +8,7 @@
 #include <QtCore/QtGlobal>
 
 #include <atomic>
+#include <memory>
 
 class NetworkInterfaceConfig;
 struct HwsdLink;
@@ -106,6 +107,8 @@ private:
     enum class RecordReading { Done, Refused, Mistyped };
     // The interface's record as the service has it. A text that is no JSON object gives an empty record.
     RecordReading readInterfaceRecord(const HwsdLink &service, NetworkInterfaceConfig &record);
+    // The record in a text. The same text comes with nearly every datagram, and is then not parsed again.
+    const NetworkInterfaceConfig &recordFromText(const QString &text);
     // Once for each message and interface until a reading goes well: the record is read with every datagram.
     void warnOfMistypedRecord(const json::Exception &error);
     void cacheMacAddress(const QString &text);
@@ -125,6 +128,9 @@ private:
     quint32 m_gateway;
     QString m_interfaceName;
     bool m_dhcp;
+    // The last record without a warning, and its text; an empty text stands for none.
+    std::unique_ptr<const NetworkInterfaceConfig> m_record;
+    QString m_recordText;
     // By interface, what was last warned of; not since a reading that went well.
     QHash<QString, QByteArray> m_toldMistyped;
 };

@@ -9,10 +9,12 @@
 #include "numbertext.h"
 
 #include <QtCore/QDebug>
-#include <QtCore/QStringList>
 #include <QtDBus/QDBusPendingReply>
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
+#include <utility>
 
 namespace
 {
@@ -26,9 +28,10 @@ const int MostInterfacesTold = 16;
 
 bool HWSDPlatform::setInterface(const char *name)
 {
-    m_interfaceName = QString::fromLatin1(name);
-    if (m_interfaceName.isEmpty())
-        m_interfaceName = QLatin1String(DefaultInterface);
+    const QLatin1String wanted(*name != '\0' ? name : DefaultInterface);
+    // The same as for the datagram before, nearly always.
+    if (m_interfaceName != wanted)
+        m_interfaceName = wanted;
     return true;
 }
 
@@ -111,13 +114,25 @@ HWSDPlatform::RecordReading HWSDPlatform::readInterfaceRecord(const HwsdLink &se
     if (reply.isError())
         return RecordReading::Refused;
     try {
-        record.fromJsonString(reply.argumentAt<0>());
+        record = recordFromText(reply.argumentAt<0>());
     } catch (const json::Exception &error) {
         warnOfMistypedRecord(error);
         return RecordReading::Mistyped;
     }
     m_toldMistyped.remove(m_interfaceName);
     return RecordReading::Done;
+}
+
+const NetworkInterfaceConfig &HWSDPlatform::recordFromText(const QString &text)
+{
+    if (!m_recordText.isEmpty() && text == m_recordText)
+        return *m_record;
+    std::unique_ptr<NetworkInterfaceConfig> record(new NetworkInterfaceConfig);
+    // One that is warned of is warned of each time.
+    const bool isComplete = record->fromJsonString(text) && !record->name.isEmpty();
+    m_record = std::move(record);
+    m_recordText = isComplete ? text : QString();
+    return *m_record;
 }
 
 void HWSDPlatform::warnOfMistypedRecord(const json::Exception &error)
@@ -131,11 +146,17 @@ void HWSDPlatform::warnOfMistypedRecord(const json::Exception &error)
     qWarning() << "Mistyped value in the configuration of interface" << m_interfaceName << JsonMessage(error);
 }
 
-// Parts beyond the sixth are dropped; a text of fewer leaves the later bytes as they were.
+// The parts between the colons, read in place, as with addresses. Those beyond the sixth are dropped; a text
+// of fewer leaves the later bytes as they were.
 void HWSDPlatform::cacheMacAddress(const QString &text)
 {
-    const QStringList parts = text.split(QLatin1Char(':'));
-    const int count = qMin(static_cast<int>(parts.size()), static_cast<int>(sizeof m_macAddress));
-    for (int i = 0; i < count; ++i)
-        m_macAddress[i] = static_cast<unsigned char>(numberFromText(parts.at(i), 16));
+    const QChar *part = text.constData();
+    const QChar *const end = part + text.size();
+    for (unsigned char &byte : m_macAddress) {
+        const QChar *const colon = std::find(part, end, QLatin1Char(':'));
+        byte = static_cast<unsigned char>(numberFromText(part, static_cast<int>(colon - part), 16));
+        if (colon == end)
+            return;
+        part = colon + 1;
+    }
 }

@@ -20,20 +20,20 @@ int digitFromCharacter(QChar character)
     return 16;
 }
 
-bool parseNumber(const QString &text, int base, int &number)
+bool parseNumber(const QChar *text, int size, int base, int &number)
 {
     int begin = 0;
-    int end = static_cast<int>(text.size());
-    while (begin < end && isWhiteSpace(text.at(begin)))
+    int end = size;
+    while (begin < end && isWhiteSpace(text[begin]))
         ++begin;
-    while (begin < end && isWhiteSpace(text.at(end - 1)))
+    while (begin < end && isWhiteSpace(text[end - 1]))
         --end;
-    const bool negative = begin < end && text.at(begin) == QLatin1Char('-');
-    if (negative || (begin < end && text.at(begin) == QLatin1Char('+')))
+    const bool negative = begin < end && text[begin] == QLatin1Char('-');
+    if (negative || (begin < end && text[begin] == QLatin1Char('+')))
         ++begin;
     // "0x" alone is not skipped; the x then makes it no number.
-    if (base == 16 && end - begin > 2 && text.at(begin) == QLatin1Char('0') &&
-        text.at(begin + 1).toLower() == QLatin1Char('x'))
+    if (base == 16 && end - begin > 2 && text[begin] == QLatin1Char('0') &&
+        text[begin + 1].toLower() == QLatin1Char('x'))
         begin += 2;
     if (begin == end)
         return false;
@@ -41,7 +41,7 @@ bool parseNumber(const QString &text, int base, int &number)
     const qint64 largest = static_cast<qint64>(std::numeric_limits<int>::max()) + (negative ? 1 : 0);
     qint64 value = 0;
     for (int i = begin; i < end; ++i) {
-        const int digit = digitFromCharacter(text.at(i));
+        const int digit = digitFromCharacter(text[i]);
         if (digit >= base)
             return false;
         value = value * base + digit;
@@ -56,8 +56,13 @@ bool parseNumber(const QString &text, int base, int &number)
 
 int numberFromText(const QString &text, int base, bool *isNumber)
 {
+    return numberFromText(text.constData(), static_cast<int>(text.size()), base, isNumber);
+}
+
+int numberFromText(const QChar *text, int size, int base, bool *isNumber)
+{
     int number = 0;
-    const bool parsed = parseNumber(text, base, number);
+    const bool parsed = parseNumber(text, size, base, number);
     if (isNumber)
         *isNumber = parsed;
     return number;

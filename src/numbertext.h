@@ -9,6 +9,8 @@
 // byte, without a digit, or with a number outside int. QString::toInt is not used because Qt 6 differs from
 // Qt 4 and 5 in white space above U+007F and in zero bytes, and these numbers are sent in replies.
 int numberFromText(const QString &text, int base = 10, bool *isNumber = nullptr);
+// The same for a part of a text, so many characters.
+int numberFromText(const QChar *text, int size, int base, bool *isNumber = nullptr);
 
 // U+00A0 is white space, and so is U+0085, which Qt 4 does not count.
 bool isWhiteSpace(QChar character);

@@ -68,6 +68,9 @@ private slots:
 
     void refreshTakesTheValuesInForce();
     void refreshAsksForTheChosenInterface();
+    void refreshTakesTheSameTextAgain();
+    void textWithAWarningIsReadAnewEachTime_data();
+    void textWithAWarningIsReadAnewEachTime();
     void addressesAreReadFromTheirTexts_data();
     void addressesAreReadFromTheirTexts();
     void macAddressIsReadFromItsText_data();
@@ -156,6 +159,58 @@ void HwsdPlatformNetworkTest::refreshAsksForTheChosenInterface()
     QVERIFY(platform().setInterface(""));
     platform().refreshNetworkState();
     QCOMPARE(service().takeCalls(), (QStringList{readCall("eth1"), readCall("eth0")}));
+}
+
+void HwsdPlatformNetworkTest::refreshTakesTheSameTextAgain()
+{
+    refreshFromRecord();
+    platform().setIpAddress(1);
+    platform().setNetmask(2);
+    platform().setGateway(3);
+    QVERIFY(platform().refreshNetworkState());
+    QCOMPARE(stateOf(platform()), latin1(RecordState));
+    service().takeCalls();
+    QVERIFY(platform().applyConfiguration());
+    QVERIFY(writtenRecord().value(latin1("dhcp")).toBool());
+
+    // A text that differs in one digit, and the first one once more.
+    QString other = latin1(Record);
+    QVERIFY(other.contains(latin1("5e")));
+    other.replace(latin1("5e"), latin1("5f"));
+    answerRecord(other);
+    QVERIFY(platform().refreshNetworkState());
+    QCOMPARE(stateOf(platform()), QString(latin1(RecordState)).replace(latin1("5e"), latin1("5f")));
+    answerRecord(latin1(Record));
+    QVERIFY(platform().refreshNetworkState());
+    QCOMPARE(stateOf(platform()), latin1(RecordState));
+}
+
+void HwsdPlatformNetworkTest::textWithAWarningIsReadAnewEachTime_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("warning");
+    QTest::newRow("empty") << QString() << latin1("Trying to parse empty network interface json!");
+    QTest::newRow("no JSON")
+        << latin1("?") << latin1("Scan error in network interface json  Unexpected character in stream: ?");
+    QTest::newRow("no name") << latin1("{}") << latin1("Cannot find interface name in json");
+    QTest::newRow("empty name") << latin1(R"({"name":""})") << latin1("Empty interface name in json");
+}
+
+void HwsdPlatformNetworkTest::textWithAWarningIsReadAnewEachTime()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, warning);
+    refreshFromRecord();
+    answerRecord(text);
+    MessageCatcher messages;
+    for (int reading = 0; reading < 2; ++reading) {
+        QVERIFY(platform().refreshNetworkState());
+        QCOMPARE(messages.take(), QStringList(warning));
+        QCOMPARE(stateOf(platform()).left(27), latin1("00000000 00000000 00000000 "));
+    }
+    answerRecord(latin1(Record));
+    QVERIFY(platform().refreshNetworkState());
+    QCOMPARE(stateOf(platform()), latin1(RecordState));
 }
 
 void HwsdPlatformNetworkTest::addressesAreReadFromTheirTexts_data()
