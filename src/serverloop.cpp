@@ -7,6 +7,7 @@
 #include "serversocket.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QtGlobal>
 
 #include <arpa/inet.h>
 
@@ -52,6 +53,15 @@ void sendReply(const ServerSocket &socket, const MvdpDatagram &datagram, const s
     socket.send(datagram, destination);
 }
 
+// In Qt 4 the connection to the bus lives on this thread, which has no event loop; answers that nobody waits
+// for are taken off here. Since Qt 5 the connection has a thread of its own.
+void takeUnawaitedAnswers()
+{
+#if QT_VERSION < 0x050000
+    QCoreApplication::processEvents();
+#endif
+}
+
 } // namespace
 
 void runServerLoop()
@@ -61,9 +71,7 @@ void runServerLoop()
     MvdpDatagram datagram;
     sockaddr_in sender;
     for (;;) {
-        // This thread has no event loop of its own. In Qt 4 the connection to the bus lives on it, with the
-        // answers that nobody waits for; they are taken off here.
-        QCoreApplication::processEvents();
+        takeUnawaitedAnswers();
         if (!socket.receive(datagram, sender) || isOurOwn(sender))
             continue;
         selectInterfaceFor(sender);
