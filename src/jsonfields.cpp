@@ -23,6 +23,16 @@ qint32 toInteger(double number)
     return static_cast<qint32>(number);
 }
 
+void readDocument(const std::string &text, json::Object &object)
+{
+#ifdef MVDP_SYSTEM_JSON
+    std::istringstream stream(text);
+    json::Reader::Read(object, stream);
+#else
+    json::Reader::ReadText(object, text);
+#endif
+}
+
 } // namespace
 
 std::string toJsonText(const QString &text)
@@ -59,9 +69,8 @@ bool readJsonObject(const QString &text, const JsonReadWarnings &warnings, json:
         qWarning() << warnings.emptyText;
         return false;
     }
-    std::istringstream stream(toJsonText(text));
     try {
-        json::Reader::Read(object, stream);
+        readDocument(toJsonText(text), object);
         return true;
     } catch (const json::Reader::ParseException &error) {
         qWarning() << warnings.parseError << JsonMessage(error);

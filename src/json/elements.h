@@ -13,7 +13,9 @@
 #include <algorithm>
 #include <cassert>
 #include <deque>
+#ifndef JSON_WITHOUT_IOSTREAM
 #include <iostream>
+#endif
 #include <list>
 #include <map>
 #include <set>

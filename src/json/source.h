@@ -17,18 +17,28 @@ namespace json
 namespace detail
 {
 
-// The bytes of a document, read from a stream once and kept for a second pass.
+// The bytes of a document, read once from a stream, or all there from the beginning, and kept for a second
+// pass.
 //
-// They are taken through the stream buffer, in general one by one, so that an error in the first pass leaves
-// the stream exactly at its place. The destructor sets the stream's state.
+// From a stream they are taken through its buffer, in general one by one, so that an error in the first pass
+// leaves the stream exactly at its place. The destructor sets the stream's state.
 class Source
 {
 public:
     // Returned in place of a byte at the end.
     enum { End = -1 };
 
+    explicit Source(const std::string &text)
+        : m_stream(nullptr)
+        , m_buffer(nullptr)
+        , m_text(text)
+        , m_position(0)
+        , m_failed(false)
+        , m_outcome(std::ios_base::goodbit)
+    {
+    }
     explicit Source(std::istream &stream)
-        : m_stream(stream)
+        : m_stream(&stream)
         , m_buffer(stream.good() ? stream.rdbuf() : nullptr)
         , m_position(0)
         , m_failed(stream.bad() || (stream.fail() && !stream.eof()) || isUnopenedFile(m_buffer))
@@ -87,9 +97,9 @@ private:
     void keep(int byte);
     void fail();
 
-    std::istream &m_stream;
-    std::streambuf *m_buffer; // null when it has ended or failed
-    std::string m_text;       // the bytes read from it so far
+    std::istream *const m_stream; // null: the text is complete
+    std::streambuf *m_buffer;     // null when it has ended or failed
+    std::string m_text;           // the bytes read from it so far
     std::size_t m_position;
     bool m_failed;
     std::ios_base::iostate m_outcome;
@@ -100,7 +110,7 @@ inline Source::~Source()
     returnRest();
     try {
         if (m_outcome != std::ios_base::goodbit)
-            m_stream.setstate(m_outcome);
+            m_stream->setstate(m_outcome);
     } catch (...) {
         // The exception is what the stream's owner asked for. The state is set all the same, and Reader
         // reports the result.
@@ -148,8 +158,8 @@ inline void Source::giveBack(std::size_t position)
 {
     m_position = position;
     // After giving back, the end of the stream has to be read again.
-    if (!m_buffer && !m_failed) {
-        m_buffer = m_stream.rdbuf();
+    if (m_stream && !m_buffer && !m_failed) {
+        m_buffer = m_stream->rdbuf();
         m_outcome = std::ios_base::goodbit;
     }
 }

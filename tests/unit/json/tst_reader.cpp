@@ -33,11 +33,12 @@ QByteArray place(const Reader::Location &location)
            QByteArray::number(location.m_nDocOffset);
 }
 
-// How reading the Object from the stream ends: kind, message and places of an error, separated by tabs.
-QByteArray placedOutcome(Object &object, std::istream &stream)
+// How a reading ends: kind, message and places of an error, separated by tabs.
+template <typename Reading>
+QByteArray placedOutcomeOf(Reading reading)
 {
     try {
-        Reader::Read(object, stream);
+        reading();
         return "ok";
     } catch (const Reader::ScanException &error) {
         return "scan\t" + QByteArray(error.what()) + '\t' + place(error.m_locError) + "\t-";
@@ -45,6 +46,11 @@ QByteArray placedOutcome(Object &object, std::istream &stream)
         return "parse\t" + QByteArray(error.what()) + '\t' + place(error.m_locTokenBegin) + '\t' +
                place(error.m_locTokenEnd);
     }
+}
+
+QByteArray placedOutcome(Object &object, std::istream &stream)
+{
+    return placedOutcomeOf([&] { Reader::Read(object, stream); });
 }
 
 } // namespace
@@ -60,6 +66,8 @@ private slots:
     void scanErrorLeavesStreamAtItsPlace();
     void otherBuffersAreReadAlike_data() { corpusIsReadAndRewritten_data(); }
     void otherBuffersAreReadAlike();
+    void textInMemoryIsReadAlike_data() { corpusIsReadAndRewritten_data(); }
+    void textInMemoryIsReadAlike();
 
     void emptyDocumentHasNoPlace_data();
     void emptyDocumentHasNoPlace();
@@ -161,6 +169,17 @@ void TestReader::otherBuffersAreReadAlike()
         QVERIFY(atEnd);
         QCOMPARE(stream.rdstate(), ios::eofbit | ios::failbit);
     }
+}
+
+void TestReader::textInMemoryIsReadAlike()
+{
+    QFETCH(QByteArray, input);
+    Object object;
+    QTEST(placedOutcomeOf([&] { Reader::ReadText(object, toStd(input)); }), "expected");
+    Object fromStream;
+    std::istringstream stream(toStd(input));
+    placedOutcome(fromStream, stream);
+    QVERIFY(object == fromStream);
 }
 
 void TestReader::emptyDocumentHasNoPlace_data()
