@@ -20,6 +20,17 @@ else()
     set(MVDP_UNOPTIMIZED "")
 endif()
 
+# mvdp_small_code(target): the service's code, which should take little of a panel's memory: it waits for the platform
+# service most of the time, and is private to its one process. Builds for debuggers and sanitizers stay as they are.
+function(mvdp_small_code target)
+    if(gcc_options)
+        set(for_debuggers $<OR:$<CONFIG:Debug>,$<CONFIG:RelWithDebInfo>>)
+        target_compile_options(${target} PRIVATE $<$<NOT:${for_debuggers}>:-Os>)
+        # So that the linker can leave out what the program does not use.
+        target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
+    endif()
+endfunction()
+
 if(MVDP_SANITIZE AND NOT gcc_options)
     message(FATAL_ERROR "MVDP_SANITIZE needs GCC or clang (this is ${CMAKE_CXX_COMPILER_ID})")
 elseif(MVDP_SANITIZE)
