@@ -152,21 +152,27 @@ def print_memory(bench, rounds):
     def print_both(when, sizes):
         row(f"resident, {when}", [size[0] for size in sizes])
         row(f"of that private, {when}", [size[1] for size in sizes], 2)
-        return sizes[0]
 
     print_both("at rest", bench.memory())
     bench.client("throughput", "discover", rounds, 16)
-    first = print_both(f"{rounds} datagrams", bench.memory())
-    more = 200 * rounds
-    bench.client("throughput", "discover", more, 16)
-    later = print_both(f"{more} more", bench.memory())
+    print_both(f"{rounds} datagrams", bench.memory())
     heading(f"switches while idle, in {IDLE_SECONDS} s", NAMES)
     print(f"{'at rest':36}" + "".join(f"{count:10}" for count in bench.idle_switches()))
+    first = bench.memory()[0]
     shown = bench.wink_and_wait()[0]
     print(f"{'after a wink':36}" + "".join(f"{count:10}" for count in bench.idle_switches()))
-    heading("the service alone, kB", ())
-    print(f"{'grown by these datagrams':36}{(later[0] - first[0]) * 1024:10.0f}")
-    print(f"{'grown by a wink':36}{(shown[0] - later[0]) * 1024:10.0f}")
+
+    heading("the service alone, kB", ["resident", "private"])
+
+    def print_growth_of_both(what, before, after):
+        print(f"{what:36}" + "".join(f"{(end - start) * 1024:10.0f}" for start, end in zip(before, after)))
+
+    print_growth_of_both("grown by a wink", first, shown)
+    more = 200 * rounds
+    bench.client("throughput", "discover", rounds, 16, targets=bench.targets()[:1])
+    first = bench.memory()[0]
+    bench.client("throughput", "discover", more, 16, targets=bench.targets()[:1])
+    print_growth_of_both(f"grown by {more} datagrams", first, bench.memory()[0])
 
 
 def print_start(bench, rounds):

@@ -30,6 +30,7 @@ STATE = {"factory": {"interfaces": {"eth0": {"ip_address": FACTORY_ADDRESS}}}}
 
 UDP_PORT_IN_PROC = f":{mvdp.PORT:04X} "
 GROUP_IN_PROC = "800500E0"
+RTMGRP_IPV4_ROUTE = 0x40
 # Sanitized programs: the reports come on stderr, where `check_alive` looks for them.
 SUPPRESSIONS = pathlib.Path(__file__).resolve().parents[1] / "tsan.supp"
 SANITIZER_ENVIRONMENT = {"ASAN_OPTIONS": "detect_leaks=0:verify_asan_link_order=0:quarantine_size_mb=8",
@@ -288,11 +289,12 @@ class Panel:
         """Returns when the service is a member of the group, whatever it was at its start."""
         wait_for(lambda: GROUP_IN_PROC in self._proc("net/igmp"), "mvdpserver to join the group")
 
-    def watches_network(self):
-        """Whether the service holds a socket on which the kernel tells of changes of the network."""
+    def watches_routes(self):
+        """Whether the service holds a socket on which the kernel tells of changes of the routes."""
         # Columns: address, protocol (0 is routing), port identity, groups; the inode is the last.
         lines = [line.split() for line in self._proc("net/netlink").splitlines()[1:]]
-        watching = {f"socket:[{fields[-1]}]" for fields in lines if fields[1] == "0" and int(fields[3], 16)}
+        watching = {f"socket:[{fields[-1]}]" for fields in lines
+                    if fields[1] == "0" and int(fields[3], 16) & RTMGRP_IPV4_ROUTE}
         folder = pathlib.Path(f"/proc/{self.process.pid}/fd")
         return any(os.readlink(link) in watching for link in folder.iterdir())
 

@@ -108,17 +108,17 @@ def test_until_then_all_else_is_answered(make_panel):
 def test_the_network_is_watched_only_until_then(make_panel):
     panel = make_panel(lay_wires=lay_addressed_wire)
     wait_for(panel.warnings, "the warning")
-    assert panel.watches_network()
+    assert panel.watches_routes()
     panel.namespace.route(GROUP_ROUTE)
     panel.wait_in_group()
-    wait_for(lambda: not panel.watches_network(), "the watch to end")
+    wait_for(lambda: not panel.watches_routes(), "the watch to end")
 
 
 def test_with_a_way_from_the_start_nothing_is_said_or_watched(make_panel):
     panel = make_panel()
     assert panel.tool_at().ask(DISCOVER, to=mvdp.GROUP).data == panel.expected_identity()
     assert panel.warnings() == []
-    assert not panel.watches_network()
+    assert not panel.watches_routes()
 
 
 def test_a_flood_of_changes_keeps_neither_datagrams_nor_the_group_waiting(make_panel):
