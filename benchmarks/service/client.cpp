@@ -218,15 +218,11 @@ double timeToFirstAnswer(const char *address, const std::string &nameSpace, cons
     const auto start = Clock::now();
     const pid_t process = startProgram(nameSpace, program, port);
     const Target target(address, static_cast<std::uint16_t>(port), process);
-    target.setPatience(StartPollTime);
-    MvdpDatagram reply;
     bool answered = false;
     while (!answered && microsecondsSince(start) < 30e6) {
-        // Nobody may listen yet, which the kernel tells at once.
-        if (!target.send(request) || !target.receive(reply))
-            ::usleep(StartPollTime);
-        else
-            answered = true;
+        target.send(request); // fails as long as nobody listens
+        ::usleep(StartPollTime);
+        answered = target.hasReceived();
     }
     const double time = microsecondsSince(start) / 1000;
     ::kill(process, SIGKILL);

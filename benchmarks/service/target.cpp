@@ -18,7 +18,8 @@ Target::Target(const char *address, std::uint16_t port, pid_t process)
     sockaddr_in destination = {};
     destination.sin_family = AF_INET;
     destination.sin_port = htons(port);
-    setPatience(10000000);
+    const timeval patience = {10, 0};
+    ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     if (::inet_pton(AF_INET, address, &destination.sin_addr) != 1 ||
         ::connect(m_socket, reinterpret_cast<const sockaddr *>(&destination), sizeof destination) != 0) {
         ::close(m_socket);
@@ -41,10 +42,10 @@ bool Target::receive(MvdpDatagram &datagram) const
     return ::recv(m_socket, datagram.data(), MvdpDatagram::Size, 0) == MvdpDatagram::Size;
 }
 
-void Target::setPatience(long microseconds) const
+bool Target::hasReceived() const
 {
-    const timeval patience = {microseconds / 1000000, microseconds % 1000000};
-    ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    MvdpDatagram datagram;
+    return ::recv(m_socket, datagram.data(), MvdpDatagram::Size, MSG_DONTWAIT) == MvdpDatagram::Size;
 }
 
 double Target::cpuTime() const

@@ -20,10 +20,11 @@ public:
 
     // False when the kernel reports that nobody listens.
     bool send(const MvdpDatagram &datagram) const;
-    // Waits for a datagram; false when none comes in time, or nobody listens.
+    // Waits for a datagram; false when none comes within 10 s, or nobody listens.
     bool receive(MvdpDatagram &datagram) const;
-    // The next receives wait for so long; 10 s at first.
-    void setPatience(long microseconds) const;
+    // Takes a datagram without waiting; false when there is none. For short waits: a timeout of the kernel is
+    // a multiple of its tick, which is up to 10 ms.
+    bool hasReceived() const;
 
     // The processor time of all its threads so far, in seconds.
     double cpuTime() const;
