@@ -11,7 +11,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
+#include <string>
+#include <thread>
 
 // Runs in its own network namespace, with "eth0" at 10.1.0.1/16 at the start of a test, and nothing else.
 
@@ -31,11 +35,12 @@ QStringList texts(const std::vector<LocalAddress> &addresses)
     return result;
 }
 
-// Gives eth0 an address, by the shortest way; false when the kernel refuses.
-bool setAddress(quint32 address)
+// Gives eth0 an address, by the shortest way; false when the kernel refuses. With a label such as "eth0:1" it
+// is one more address.
+bool setAddress(quint32 address, const std::string &label = "eth0")
 {
     ifreq request = {};
-    std::strcpy(request.ifr_name, "eth0");
+    std::strncpy(request.ifr_name, label.c_str(), sizeof request.ifr_name - 1);
     sockaddr_in value = {};
     value.sin_family = AF_INET;
     value.sin_addr.s_addr = htonl(address);
@@ -59,6 +64,7 @@ private slots:
     void changeIsSeen();
     void listIsKeptWhileNothingChanges();
     void noOldListInAThousandChanges();
+    void noOldListWhileAnotherThreadChanges();
     void tooManyChangesAreSeen();
     void withoutADescriptorNothingIsKept();
     void descriptorIsClosed();
@@ -93,7 +99,7 @@ void LocalAddressesTest::changeIsSeen_data()
     row("addr flush dev eth0", {});
     row("link set eth0 down", {first + QStringLiteral(" down")});
     row("link del eth0", {});
-    // An interface that is up keeps its name before some kernels.
+    // Down first: some kernels do not rename an interface that is up.
     row("link set eth0 down name lan0", {QStringLiteral("lan0 10.1.0.1/255.255.0.0 down")});
     // Not by its own doing.
     row("link del far0", {});
@@ -118,7 +124,7 @@ void LocalAddressesTest::listIsKeptWhileNothingChanges()
 {
     LocalAddresses addresses;
     addresses.current();
-    // What reading the messages left behind is gone with the socket.
+    // Also when it was made anew after a change.
     QVERIFY(ip("addr add 10.2.0.1/24 dev eth0"));
     const LocalAddress *kept = addresses.current().data();
     QCOMPARE(addresses.current().size(), std::size_t(2));
@@ -137,6 +143,44 @@ void LocalAddressesTest::noOldListInAThousandChanges()
         QCOMPARE(addresses.current().size(), std::size_t(1));
         QCOMPARE(addresses.current().front().address, address);
     }
+}
+
+// Of each two changes the second comes a little later than in the turn before, so that some come while the
+// first has the list made anew.
+void LocalAddressesTest::noOldListWhileAnotherThreadChanges()
+{
+    const unsigned last = 1000;
+    std::atomic<unsigned> added(0);
+    std::atomic<unsigned> readings(0);
+    std::atomic<bool> stopped(false);
+    const auto add = [](unsigned number) {
+        return setAddress(0x0A020001u + (number << 8), "eth0:" + std::to_string(number));
+    };
+    std::thread adder([&] {
+        for (unsigned i = 1; i < last && !stopped && add(i); i += 2) {
+            const auto start = std::chrono::steady_clock::now();
+            while (std::chrono::steady_clock::now() - start < std::chrono::nanoseconds(500) * i)
+                ;
+            if (!add(i + 1))
+                break;
+            added = i + 1;
+            const unsigned before = readings;
+            while (readings < before + 3 && !stopped)
+                std::this_thread::yield();
+        }
+        stopped = true;
+    });
+    LocalAddresses addresses;
+    bool isComplete = true;
+    while (isComplete && !stopped) {
+        const std::size_t least = added + 1;
+        isComplete = addresses.current().size() >= least;
+        ++readings;
+    }
+    stopped = true;
+    adder.join();
+    QVERIFY(isComplete);
+    QCOMPARE(addresses.current().size(), std::size_t(last + 1));
 }
 
 void LocalAddressesTest::tooManyChangesAreSeen()
