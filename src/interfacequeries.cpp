@@ -84,11 +84,11 @@ const LocalAddress *chooseAddress(const std::vector<LocalAddress> &addresses, qu
     return nullptr;
 }
 
-// For the server thread.
+// For the server thread. Never destroyed: that thread may still run while exit() runs destructors.
 const std::vector<LocalAddress> &localAddresses()
 {
-    static LocalAddresses addresses;
-    return addresses.current();
+    static LocalAddresses *const addresses = new LocalAddresses;
+    return addresses->current();
 }
 
 // Issues one interface request for "eth0".
