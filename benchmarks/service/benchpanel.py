@@ -30,8 +30,8 @@ class BenchPanel(Panel):
     """The service is not started yet."""
 
     def __init__(self, display=None):
-        super().__init__(sim=None, display=display, start=False)
         self.platform = None
+        super().__init__(sim=None, display=display, start=False)
         self._interfaces = FEWEST_INTERFACES
         try:
             self.start_platform(record())
@@ -41,13 +41,21 @@ class BenchPanel(Panel):
 
     def start_platform(self, text):
         """A platform service that answers with this record; it takes the place of the one before."""
-        if self.platform:
-            self.platform.kill()
-            self.platform.wait()
+        self.stop_platform()
         self.platform = self.namespace.popen([PROGRAMS / "benchmark-platform", self.system_bus.address, text],
                                              stdout=subprocess.PIPE)
         if self.platform.stdout.readline() != b"ready\n":
             raise RuntimeError("the platform service did not start")
+
+    def stop_platform(self):
+        if self.platform:
+            self.platform.kill()
+            self.platform.wait()
+
+    def close(self):
+        # Before its bus, or it would report the loss.
+        self.stop_platform()
+        super().close()
 
     def add_interfaces(self, wanted):
         """Pairs of interfaces, all up and with an address, until there are so many."""

@@ -92,7 +92,7 @@ void callPlatform(benchmark::State &state)
     });
 }
 
-// What the service does about the platform for an echo.
+// What the service does about the platform for an echo, while the record stays the same.
 void refresh(benchmark::State &state)
 {
     HWSDPlatform *platform = HWSDPlatform::instance();
@@ -118,7 +118,7 @@ int main(int argc, char **argv)
     benchmark::RegisterBenchmark("record parse", parseRecord);
     benchmark::RegisterBenchmark("record write", writeRecord);
     benchmark::RegisterBenchmark("platform call, QtDBus alone", callPlatform);
-    benchmark::RegisterBenchmark("refresh: call, parse, take over", refresh);
+    benchmark::RegisterBenchmark("refresh: call, record as before", refresh);
     try {
         benchmark::RunSpecifiedBenchmarks();
     } catch (const std::exception &error) {
