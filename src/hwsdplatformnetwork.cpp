@@ -28,7 +28,7 @@ const int MostInterfacesTold = 16;
 
 bool HWSDPlatform::setInterface(const char *name)
 {
-    const QLatin1String wanted(*name != '\0' ? name : DefaultInterface);
+    const QLatin1String wanted(name && *name ? name : DefaultInterface);
     // The same as for the datagram before, nearly always.
     if (m_interfaceName != wanted)
         m_interfaceName = wanted;
