@@ -15,7 +15,7 @@
 
 // Each library as its users use it: from text in memory to a tree and back, indented by tabs.
 
-// src/json reads from streams only, so the time to make a stream counts.
+// By the interface that the library has too. It reads from streams, so the time to make one counts.
 struct OwnJson {
     typedef json::Object Tree;
 
