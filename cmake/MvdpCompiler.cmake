@@ -20,8 +20,9 @@ else()
     set(MVDP_UNOPTIMIZED "")
 endif()
 
-# mvdp_small_code(target): the service's code, which should take little of a panel's memory: it waits for the platform
-# service most of the time, and is private to its one process. Builds for debuggers and sanitizers stay as they are.
+# mvdp_small_code(target): for the service, which should take little of a panel's memory. Its code is memory that no
+# other process shares, and speed matters less, because it waits for the platform service most of the time. Builds for
+# debuggers and sanitizers stay as they are.
 function(mvdp_small_code target)
     if(gcc_options)
         set(for_debuggers $<OR:$<CONFIG:Debug>,$<CONFIG:RelWithDebInfo>>)

@@ -50,13 +50,6 @@ Route routeTo(quint32 peer)
     return route;
 }
 
-quint32 hostOrderAddress(const sockaddr *address)
-{
-    sockaddr_in ipv4;
-    std::memcpy(&ipv4, address, sizeof ipv4);
-    return ntohl(ipv4.sin_addr.s_addr);
-}
-
 bool subnetHolds(const LocalAddress &local, quint32 peer)
 {
     const quint32 network = local.address & local.netmask;

@@ -23,6 +23,7 @@ qint32 toInteger(double number)
     return static_cast<qint32>(number);
 }
 
+// An installed library reads streams alone.
 void readDocument(const std::string &text, json::Object &object)
 {
 #ifdef MVDP_SYSTEM_JSON

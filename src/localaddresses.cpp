@@ -15,13 +15,6 @@
 namespace
 {
 
-quint32 hostOrderAddress(const sockaddr *address)
-{
-    sockaddr_in ipv4;
-    std::memcpy(&ipv4, address, sizeof ipv4);
-    return ntohl(ipv4.sin_addr.s_addr);
-}
-
 LocalAddress localAddress(const ifaddrs &entry)
 {
     LocalAddress result;
@@ -35,6 +28,13 @@ LocalAddress localAddress(const ifaddrs &entry)
 }
 
 } // namespace
+
+quint32 hostOrderAddress(const sockaddr *address)
+{
+    sockaddr_in ipv4;
+    std::memcpy(&ipv4, address, sizeof ipv4);
+    return ntohl(ipv4.sin_addr.s_addr);
+}
 
 LocalAddresses::LocalAddresses()
     : m_changes(-1)

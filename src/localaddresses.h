@@ -7,6 +7,11 @@
 
 #include <vector>
 
+struct sockaddr;
+
+// The address in an IPv4 socket address, in host byte order.
+quint32 hostOrderAddress(const sockaddr *address);
+
 // One IPv4 address of this device.
 struct LocalAddress {
     quint32 address; // both in host byte order

@@ -49,9 +49,9 @@ public:
     // Takes a document of any kind.
     static void Read(UnknownElement &element, std::istream &stream) { readDocument(element, stream); }
 
-    // The same from text in memory, for any of these targets. Not part of the interface that the library has:
-    // making a stream takes a good part of the time of reading a short text, and the first one half a
-    // megabyte of memory, for the tables of the standard library's locale.
+    // The same from text in memory, for any of these targets. Not part of the interface that the library has.
+    // A program's first stream takes up to half a megabyte of memory, for the tables of the standard
+    // library's locale.
     template <typename T>
     static void ReadText(T &target, const std::string &text)
     {

@@ -7,7 +7,7 @@
 // parentheses.
 //
 // JSON_WITHOUT_IOSTREAM leaves out the one that makes the standard streams, with their locale, at the start
-// of each program: half a megabyte of memory that a program may have no other use for.
+// of each program: up to half a megabyte of memory that a program may have no other use for.
 
 #pragma push_macro("min")
 #pragma push_macro("max")
