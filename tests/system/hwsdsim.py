@@ -19,6 +19,8 @@ CONTROL = DBusAddress("/org/mvdpserver/HwsdSim", bus_name="org.mvdpserver.HwsdSi
                       interface="org.mvdpserver.HwsdSim1")
 # For tests of the program itself: it prints no warnings of its own, so that a warning of Qt shows a mistake in it.
 WARNINGS_END_IT = {"QT_FATAL_WARNINGS": "1"}
+# It has one thread. What the thread sanitizer would report is how it and Qt's thread for the bus end.
+NO_THREAD_REPORTS = {"TSAN_OPTIONS": "report_bugs=0"}
 
 
 def build_folder():
@@ -58,7 +60,7 @@ class HwsdSim:
         if popen is None:
             popen, command = subprocess.Popen, ENDS_WITH_US + command
         self.process = popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True,
-                             env=dict(os.environ, **(environment or {})))
+                             env={**os.environ, **NO_THREAD_REPORTS, **(environment or {})})
         line = self.process.stdout.readline()
         if not line.startswith("hwsd-sim: ready on "):
             code = self.stop()

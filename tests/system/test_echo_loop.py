@@ -28,7 +28,7 @@ def fixture_fleet():
 
 
 def send_loop(fleet):
-    """A request from the panels' own port, from afar, is answered to the group. The other panel is a member of it."""
+    """A request from the panels' port and another subnet is answered to the group; the other panel hears it."""
     with fleet.tool.udp_socket(FAR_ADDRESS, mvdp.PORT) as sock:
         sock.sendto(ECHO, (address_of(0), mvdp.PORT))
 
@@ -49,7 +49,8 @@ def load_rules(panel):
 
 def dropped(panel, rule):
     """How many packets the rule with this text has dropped."""
-    listed = panel.namespace.run(["/usr/sbin/nft", "list", "table", "inet", "mvdpserver"], capture_output=True, text=True)
+    command = ["/usr/sbin/nft", "list", "table", "inet", "mvdpserver"]
+    listed = panel.namespace.run(command, capture_output=True, text=True)
     (count,) = re.findall(rf"{rule}.* counter packets (\d+) ", listed.stdout)
     return int(count)
 

@@ -7,6 +7,7 @@
 #include <QtCore/QThread>
 #include <QtTest/QTest>
 
+#include <atomic>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -31,7 +32,8 @@ const int Deep = 10000;
 // Runs the test on a stack that is too small for one call for each level of a deep tree.
 bool passesOnSmallStack(const std::function<bool()> &test)
 {
-    bool passed = false;
+    // Atomic because the thread sanitizer does not see that Qt has waited for the thread.
+    std::atomic<bool> passed{false};
     const std::unique_ptr<QThread> thread(QThread::create([&test, &passed] { passed = test(); }));
     thread->setStackSize(256 * 1024);
     thread->start();

@@ -1,10 +1,11 @@
 #include "fakeservice.h"
 
-#include <QtCore/QDeadlineTimer>
 #include <QtDBus/QDBusArgument>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusVirtualObject>
+
+#include <chrono>
 
 namespace
 {
@@ -97,7 +98,7 @@ void FakeService::disconnect()
 
 void FakeService::tell(const char *method, Manner manner, const QList<QVariantList> &arguments)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     Reply &reply = m_replies[QLatin1String(method)];
     reply.manner = manner;
     reply.arguments = arguments;
@@ -125,9 +126,9 @@ void FakeService::ignore(const char *method)
 
 void FakeService::note(const QString &line)
 {
-    const QMutexLocker lock(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_calls.append(line);
-    m_called.wakeAll();
+    m_called.notify_all();
 }
 
 QStringList FakeService::takeCalls()
@@ -137,10 +138,8 @@ QStringList FakeService::takeCalls()
 
 QStringList FakeService::waitForCalls(int count)
 {
-    const QMutexLocker lock(&m_mutex);
-    const QDeadlineTimer limit(60000);
-    while (m_calls.size() < count && m_called.wait(&m_mutex, limit)) {
-    }
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_called.wait_for(lock, std::chrono::minutes(1), [this, count] { return m_calls.size() >= count; });
     QStringList taken = m_calls;
     m_calls.clear();
     return taken;
@@ -152,7 +151,7 @@ void FakeService::handle(const QDBusMessage &call, const QDBusConnection &connec
         note(callText(call));
     Reply reply;
     {
-        const QMutexLocker lock(&m_mutex);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         Reply &told = m_replies[call.member()];
         reply = told;
         if (told.arguments.size() > 1)
