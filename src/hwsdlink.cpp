@@ -63,7 +63,8 @@ QDBusConnection openBus(QDBusConnection::BusType type, const QString &name)
     std::atomic<bool> &launchFailed =
         type == QDBusConnection::SystemBus ? systemLaunchFailed : sessionLaunchFailed;
     const BusState state = busState(type);
-    if (state == BusState::NotListening || (state == BusState::NotNamed && launchFailed))
+    if (state == BusState::NotListening || state == BusState::Silent ||
+        (state == BusState::NotNamed && launchFailed))
         return QDBusConnection(QString());
     QDBusConnection connection = QDBusConnection::connectToBus(type, name);
     if (connection.isConnected())

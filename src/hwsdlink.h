@@ -44,8 +44,8 @@ struct HwsdLink {
     ~HwsdLink();
 
     // Finds the bus on which the service answers and makes the proxies there. Null, with warnings, when there
-    // is no bus or the service answers on neither. Blocks for up to 40 s when a service hangs, and for up to
-    // 10 s more for each bus that hangs.
+    // is no bus or the service answers on neither. Blocks for up to 40 s when a service hangs. For each bus
+    // that hangs it blocks for up to 5 s more, or 30 s where the bus falls silent in the middle.
     static std::unique_ptr<HwsdLink> open();
 
     // Moves the proxies to the GUI thread. Qt sends each proxy an event when the service appears or

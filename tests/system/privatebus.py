@@ -2,6 +2,7 @@
 
 import os
 import shutil
+import signal
 import subprocess
 import tempfile
 
@@ -79,6 +80,14 @@ class PrivateBus:
             with open(self._messages, encoding="utf-8") as messages:
                 raise RuntimeError("dbus-daemon did not start: " + messages.read())
 
+    def pause(self):
+        """The daemon hangs until resume(): the kernel takes connections for it, and nothing is answered."""
+        self._daemon.send_signal(signal.SIGSTOP)
+        os.waitid(os.P_PID, self._daemon.pid, os.WSTOPPED)
+
+    def resume(self):
+        self._daemon.send_signal(signal.SIGCONT)
+
     def stop(self):
         """Ends the daemon; whoever is connected loses the bus. start() brings it back at the same address."""
         self._end_daemon()
@@ -100,6 +109,7 @@ class PrivateBus:
             return
         if self._daemon.poll() is None:
             self._daemon.terminate()
+            self.resume()
             try:
                 self._daemon.wait(PATIENCE)
             except subprocess.TimeoutExpired:

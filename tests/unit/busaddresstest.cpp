@@ -10,38 +10,87 @@
 
 #include <cstddef>
 #include <cstring>
+#include <map>
 #include <memory>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace
 {
 
-// A local socket that is bound to a name and, if asked to, takes connections. An abstract name has no zero
-// byte behind it, as the bus library binds it.
+// A local socket that is bound to a name. An abstract name has no zero byte behind it, as the bus library
+// binds it.
 class LocalSocket
 {
 public:
     enum Kind { Path, Abstract };
-    LocalSocket(const QByteArray &name, Kind kind, bool listening)
+    enum Manner {
+        Deaf,      // does not listen
+        Silent,    // listens, with room for two connections, and accepts none
+        Answering, // accepts connections and answers the first thing that comes
+        Closing,   // accepts connections and closes them
+    };
+    LocalSocket(const QByteArray &name, Kind kind, Manner manner)
         : m_descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+        , m_size(static_cast<socklen_t>(offsetof(sockaddr_un, sun_path)) +
+                 static_cast<socklen_t>(name.size()) + 1)
     {
-        sockaddr_un address;
-        std::memset(&address, 0, sizeof address);
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path + (kind == Abstract ? 1 : 0), name.constData(),
+        std::memset(&m_address, 0, sizeof m_address);
+        m_address.sun_family = AF_UNIX;
+        std::memcpy(m_address.sun_path + (kind == Abstract ? 1 : 0), name.constData(),
                     static_cast<size_t>(name.size()));
-        const size_t size = offsetof(sockaddr_un, sun_path) + static_cast<size_t>(name.size()) + 1;
-        m_ready =
-            ::bind(m_descriptor, reinterpret_cast<sockaddr *>(&address), static_cast<socklen_t>(size)) == 0 &&
-            (!listening || ::listen(m_descriptor, 1) == 0);
+        m_ready = ::bind(m_descriptor, reinterpret_cast<sockaddr *>(&m_address), m_size) == 0 &&
+                  (manner == Deaf || ::listen(m_descriptor, 1) == 0);
+        if (manner == Answering || manner == Closing)
+            m_thread = std::thread([this, manner]() { serve(manner == Answering); });
     }
-    ~LocalSocket() { ::close(m_descriptor); }
+    ~LocalSocket()
+    {
+        // Wakes the thread.
+        ::shutdown(m_descriptor, SHUT_RDWR);
+        if (m_thread.joinable())
+            m_thread.join();
+        ::close(m_descriptor);
+        for (const int client : m_clients)
+            ::close(client);
+    }
     LocalSocket(const LocalSocket &) = delete;
     LocalSocket &operator=(const LocalSocket &) = delete;
     bool isReady() const { return m_ready; }
 
+    // Connects to it until there is no room for one more; false when there always is.
+    bool fillQueue()
+    {
+        while (m_clients.size() < 100) {
+            m_clients.push_back(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+            if (::connect(m_clients.back(), reinterpret_cast<sockaddr *>(&m_address), m_size) != 0)
+                return true;
+        }
+        return false;
+    }
+
 private:
+    void serve(bool answering) const
+    {
+        const char answer[] = "REJECTED EXTERNAL\r\n";
+        for (;;) {
+            const int connection = ::accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC);
+            if (connection < 0)
+                return;
+            char question[100];
+            if (answering && ::recv(connection, question, sizeof question, 0) > 0)
+                ::send(connection, answer, sizeof answer - 1, MSG_NOSIGNAL);
+            ::close(connection);
+        }
+    }
+
     const int m_descriptor;
+    sockaddr_un m_address;
+    const socklen_t m_size;
     bool m_ready;
+    std::vector<int> m_clients;
+    std::thread m_thread;
 };
 
 class Variable
@@ -86,7 +135,7 @@ private slots:
 
     void addressIsTriedOrLeftToTrying_data();
     void addressIsTriedOrLeftToTrying();
-    void abstractNameThatListensIsFound();
+    void abstractNameThatAnswersIsFound();
     void fullQueueOfConnectionsIsNoListener();
     void nameTooLongForASocketIsNotListening();
     void descriptorsAreClosed();
@@ -102,19 +151,22 @@ private:
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<LocalSocket> m_listening;
-    std::unique_ptr<LocalSocket> m_deaf;
+    std::map<const char *, std::unique_ptr<LocalSocket>> m_sockets;
 };
 
-// In each test "bus" and "a b,c;d" accept connections, "deaf" is a socket that does not listen, and "absent"
-// does not exist.
+// In each test "bus" and "a b,c;d" answer, "silent", "closing" and "deaf" do what they are called, and
+// "absent" does not exist.
 void BusAddressTest::init()
 {
     m_folder.reset(new QTemporaryDir);
-    m_listening.reset(new LocalSocket(path("bus"), LocalSocket::Path, true));
-    m_deaf.reset(new LocalSocket(path("deaf"), LocalSocket::Path, false));
-    QVERIFY(m_listening->isReady());
-    QVERIFY(m_deaf->isReady());
+    const std::pair<const char *, LocalSocket::Manner> sockets[] = {{"bus", LocalSocket::Answering},
+                                                                    {"silent", LocalSocket::Silent},
+                                                                    {"closing", LocalSocket::Closing},
+                                                                    {"deaf", LocalSocket::Deaf}};
+    for (const auto &[name, manner] : sockets) {
+        m_sockets[name] = std::make_unique<LocalSocket>(path(name), LocalSocket::Path, manner);
+        QVERIFY(m_sockets[name]->isReady());
+    }
     QVERIFY(QFile::link(m_folder->filePath(QStringLiteral("bus")),
                         m_folder->filePath(QStringLiteral("a b,c;d"))));
     QFile file(m_folder->filePath(QStringLiteral("file")));
@@ -123,8 +175,7 @@ void BusAddressTest::init()
 
 void BusAddressTest::cleanup()
 {
-    m_listening.reset();
-    m_deaf.reset();
+    m_sockets.clear();
     m_folder.reset();
 }
 
@@ -135,28 +186,31 @@ void BusAddressTest::addressIsTriedOrLeftToTrying_data()
     const auto row = [](const char *address, BusState state) {
         QTest::newRow(*address ? address : "empty") << QByteArray(address) << state;
     };
-    row("unix:path=$/bus", BusState::Listening);
+    row("unix:path=$/bus", BusState::Answering);
     row("unix:path=$/deaf", BusState::NotListening);
+    row("unix:path=$/closing", BusState::NotListening);
     row("unix:path=$/absent", BusState::NotListening);
     row("unix:path=$/file", BusState::NotListening);
     row("unix:path=$", BusState::NotListening);
     row("unix:path=", BusState::NotListening);
     row("", BusState::NotListening);
     // Further settings stand before or after the path.
-    row("unix:path=$/bus,guid=0123456789abcdef0123456789abcdef", BusState::Listening);
-    row("unix:guid=0123456789abcdef0123456789abcdef,path=$/bus", BusState::Listening);
+    row("unix:path=$/bus,guid=0123456789abcdef0123456789abcdef", BusState::Answering);
+    row("unix:guid=0123456789abcdef0123456789abcdef,path=$/bus", BusState::Answering);
     row("unix:guid=0123456789abcdef0123456789abcdef,path=$/deaf", BusState::NotListening);
     // Characters that would end a name are percent-encoded.
-    row("unix:path=$/a%20b%2cc%3Bd", BusState::Listening);
-    row("unix:path=$/b%75s", BusState::Listening);
+    row("unix:path=$/a%20b%2cc%3Bd", BusState::Answering);
+    row("unix:path=$/b%75s", BusState::Answering);
     row("unix:path=$/b%75t", BusState::NotListening);
     // One of several is enough.
-    row("unix:path=$/absent;unix:path=$/bus", BusState::Listening);
-    row("unix:path=$/bus;unix:path=$/absent", BusState::Listening);
+    row("unix:path=$/absent;unix:path=$/bus", BusState::Answering);
+    row("unix:path=$/bus;unix:path=$/absent", BusState::Answering);
     row("unix:path=$/absent;unix:path=$/deaf", BusState::NotListening);
     row("unix:path=$/absent;", BusState::NotListening);
-    row("unix:path=$/bus;", BusState::Listening);
-    row(";unix:path=$/bus", BusState::Listening);
+    row("unix:path=$/bus;", BusState::Answering);
+    row(";unix:path=$/bus", BusState::Answering);
+    // The bus library takes the first that accepts a connection.
+    row("unix:path=$/absent;unix:path=$/silent;unix:path=$/bus", BusState::Silent);
     // The state behind other transports is unknown.
     row("tcp:host=127.0.0.1,port=1", BusState::Unknown);
     row("autolaunch:", BusState::Unknown);
@@ -166,7 +220,7 @@ void BusAddressTest::addressIsTriedOrLeftToTrying_data()
     row("nonsense", BusState::Unknown);
     row("tcp:host=127.0.0.1,port=1;unix:path=$/absent", BusState::Unknown);
     row("unix:path=$/absent;tcp:host=127.0.0.1,port=1", BusState::Unknown);
-    row("tcp:host=127.0.0.1,port=1;unix:path=$/bus", BusState::Listening);
+    row("tcp:host=127.0.0.1,port=1;unix:path=$/bus", BusState::Answering);
 }
 
 void BusAddressTest::addressIsTriedOrLeftToTrying()
@@ -176,26 +230,22 @@ void BusAddressTest::addressIsTriedOrLeftToTrying()
     QTEST(busStateOfAddress(address), "state");
 }
 
-void BusAddressTest::abstractNameThatListensIsFound()
+void BusAddressTest::abstractNameThatAnswersIsFound()
 {
     const QByteArray name = "mvdp-test-" + QByteArray::number(QCoreApplication::applicationPid());
     QCOMPARE(busStateOfAddress("unix:abstract=" + name), BusState::NotListening);
-    const LocalSocket socket(name, LocalSocket::Abstract, true);
+    const LocalSocket socket(name, LocalSocket::Abstract, LocalSocket::Answering);
     QVERIFY(socket.isReady());
-    QCOMPARE(busStateOfAddress("unix:abstract=" + name), BusState::Listening);
+    QCOMPARE(busStateOfAddress("unix:abstract=" + name), BusState::Answering);
     // Nor is one taken for a path.
     QCOMPARE(busStateOfAddress("unix:abstract=" + path("bus")), BusState::NotListening);
 }
 
 void BusAddressTest::fullQueueOfConnectionsIsNoListener()
 {
-    // Each look leaves a connection in the queue of a listener that accepts none, until the queue is full. A
-    // bus library that connected then would wait without end.
-    int looks = 0;
-    while (busStateOfAddress("unix:path=" + path("bus")) == BusState::Listening)
-        QVERIFY(++looks < 100);
-    QVERIFY(looks > 0);
-    QCOMPARE(busStateOfAddress("unix:path=" + path("bus")), BusState::NotListening);
+    // A bus library that connected now would wait without end.
+    QVERIFY(m_sockets["silent"]->fillQueue());
+    QCOMPARE(busStateOfAddress("unix:path=" + path("silent")), BusState::NotListening);
 }
 
 void BusAddressTest::nameTooLongForASocketIsNotListening()
@@ -224,9 +274,9 @@ void BusAddressTest::namedBusIsTheOneTried()
     for (const bool system : {true, false}) {
         const Variable systemBus("DBUS_SYSTEM_BUS_ADDRESS", system ? listening : absent);
         const Variable sessionBus("DBUS_SESSION_BUS_ADDRESS", system ? absent : listening);
-        QCOMPARE(busState(QDBusConnection::SystemBus), system ? BusState::Listening : BusState::NotListening);
+        QCOMPARE(busState(QDBusConnection::SystemBus), system ? BusState::Answering : BusState::NotListening);
         QCOMPARE(busState(QDBusConnection::SessionBus),
-                 system ? BusState::NotListening : BusState::Listening);
+                 system ? BusState::NotListening : BusState::Answering);
     }
 }
 
@@ -234,7 +284,7 @@ void BusAddressTest::unnamedSessionBusIsLookedForInTheRuntimeFolder()
 {
     const Variable session("DBUS_SESSION_BUS_ADDRESS", QByteArray());
     const Variable runtime("XDG_RUNTIME_DIR", QFile::encodeName(m_folder->path()));
-    QCOMPARE(busState(QDBusConnection::SessionBus), BusState::Listening);
+    QCOMPARE(busState(QDBusConnection::SessionBus), BusState::Answering);
 }
 
 // An empty variable names nothing.
