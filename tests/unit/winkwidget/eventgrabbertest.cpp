@@ -7,6 +7,7 @@
 #include "support/messagecatcher.h"
 #include "support/testbuses.h"
 #include "timerspy.h"
+#include "winkwidget/winkrequest.h"
 
 #include <QtCore/QEvent>
 #include <QtCore/QMetaMethod>
@@ -63,6 +64,24 @@ private:
     int m_count = 0;
 };
 
+// Counts the requests that reach the grabber.
+class WinkCounter : public QObject
+{
+public:
+    WinkCounter() { EventGrabber::instance()->installEventFilter(this); }
+    int count() const { return m_count; }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::User)
+            ++m_count;
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    int m_count = 0;
+};
+
 // True when the grabber reports that the event needs no further handling.
 bool wink()
 {
@@ -87,6 +106,7 @@ private Q_SLOTS:
     void wink_isTakenFromAnotherThread();
     void screenWidth_choosesTheNotice_data();
     void screenWidth_choosesTheNotice();
+    void requestsThatWait_areFewAndShowTheNotice();
     void otherEvents_getTheDefaultTreatment_data();
     void otherEvents_getTheDefaultTreatment();
     void hideTimer_isOneShotOfFiveSeconds();
@@ -189,6 +209,21 @@ void EventGrabberTest::screenWidth_choosesTheNotice()
     wink();
     QTEST(noticeClass(), "className");
     QVERIFY(noticeIsVisible());
+}
+
+// As from a network that winks on and on while the X server hangs: the queue must not grow with it.
+void EventGrabberTest::requestsThatWait_areFewAndShowTheNotice()
+{
+    // Once they are carried out, others can wait.
+    for (int round = 0; round < 2; ++round) {
+        const WinkCounter counter;
+        for (int i = 0; i < 1000; ++i)
+            requestWink();
+        QCOMPARE(counter.count(), 0);
+        QCoreApplication::processEvents();
+        QCOMPARE(counter.count(), 16);
+        QVERIFY(noticeIsVisible());
+    }
 }
 
 void EventGrabberTest::otherEvents_getTheDefaultTreatment_data()
