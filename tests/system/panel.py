@@ -65,8 +65,17 @@ class Xvfb:
             raise RuntimeError("Xvfb did not start")
         self.display = ":" + number
 
+    def pause(self):
+        """The server hangs until resume()."""
+        self.process.send_signal(signal.SIGSTOP)
+        os.waitid(os.P_PID, self.process.pid, os.WSTOPPED)
+
+    def resume(self):
+        self.process.send_signal(signal.SIGCONT)
+
     def close(self):
         self.process.terminate()
+        self.resume()
         self.process.wait()
 
 

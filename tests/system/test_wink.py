@@ -8,12 +8,14 @@ import time
 import pytest
 
 import mvdp
+from machinefaults import FewDescriptors
 from mvdp import Command
 from noticepicture import HAND, read_notice, read_texts
 from panel import MAC, Xvfb
 from waiting import wait_for
 from xscreen import Screen
 
+DISCOVER = mvdp.request(Command.DISCOVER)
 WINK = mvdp.request(Command.WINK, mac=MAC)
 NO_DISPLAY = "Cannot open the X display: no wink notice is shown"
 LANDSCAPE, PORTRAIT = (420, 151), (330, 235)
@@ -289,6 +291,54 @@ def test_without_a_display_winks_are_one_warning_and_the_service_goes_on(make_pa
     for _ in range(3):
         assert tool.ask(WINK).data == panel.expected_identity(command=Command.WINK)
         wait_for(panel.warnings, "the warning")
+    assert panel.warnings() == [NO_DISPLAY]
+
+
+@pytest.fixture(name="hanging")
+def fixture_hanging(make_screen, make_panel):
+    """(panel, tool, X server, screen): the server may be paused when the test ends."""
+    display = make_screen("800x480")
+    panel = make_panel(display=display.name)
+    display.screen.watch()
+    yield panel, panel.tool_at(), display.server, display.screen
+    display.server.resume()
+
+
+def test_while_the_display_hangs_discovery_goes_on_and_then_the_notice_goes(hanging):
+    panel, tool, server, screen = hanging
+    wink(tool)
+    assert screen.next_change() == "shown"
+    server.pause()
+    begin = time.monotonic()
+
+    def answered_for_the_notices_time():
+        assert tool.ask(DISCOVER).data == panel.expected_identity()
+        return time.monotonic() >= begin + SHOWN_FOR
+
+    wait_for(answered_for_the_notices_time, "the end of the notice")
+    server.resume()
+    assert screen.next_change() == "hidden"
+    assert panel.warnings() == []
+
+
+def test_a_notice_that_the_display_hangs_for_is_shown_when_it_goes_on(hanging):
+    panel, tool, server, screen = hanging
+    server.pause()
+    for _ in range(3):
+        wink(tool)
+        assert tool.ask(DISCOVER).data == panel.expected_identity()
+    server.resume()
+    assert [screen.next_change(), screen.next_change()] == ["shown", "hidden"]
+    assert panel.warnings() == []
+
+
+def test_without_descriptors_no_notice_is_shown_and_later_it_is(stage):
+    panel, tool, screen = stage()
+    tool.ask(DISCOVER)
+    with FewDescriptors(panel):
+        wink(tool)
+        wait_for(panel.warnings, "the warning")
+    shown_notice(panel, tool, screen)
     assert panel.warnings() == [NO_DISPLAY]
 
 

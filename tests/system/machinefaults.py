@@ -1,0 +1,101 @@
+"""Faults of the machine, switched on and off while the service runs; tests/faults/machinefaults.cpp is loaded into it.
+
+    faults = MachineFaults(folder)
+    panel.start_service(environment=faults.environment)
+    faults.fail("sendto", errno.EPERM)
+    ...
+    faults.clear()
+
+Of the functions listed there, each can be told to fail, also for calls of one kind alone: `socket`, `bind` and
+`connect` of a family, `setsockopt` of an option, `poll` of so many descriptors.
+"""
+
+import errno
+import mmap
+import os
+import resource
+import struct
+
+from hwsdsim import build_folder
+from waiting import wait_for
+
+ANY = -1
+FOREVER = -1
+_ORDERS = 32
+# Function, kind, error, calls spared, times to fail, calls, failed calls.
+_LAYOUT = struct.Struct("=16siiiiII")
+_NUMBERS = 16
+_ERROR = struct.Struct("=i")
+_ERROR_OFFSET = _NUMBERS + 4
+
+
+class MachineFaults:
+    def __init__(self, folder):
+        path = folder / "faults"
+        path.write_bytes(bytes(_ORDERS * _LAYOUT.size))
+        with open(path, "r+b") as file:
+            self._orders = mmap.mmap(file.fileno(), 0)
+        self._places = {}
+        library = build_folder() / "tests" / "faults" / "libmachinefaults.so"
+        self.environment = {"LD_PRELOAD": str(library), "MVDP_FAULTS": str(path)}
+
+    def fail(self, function, error, *, kind=ANY, spared=0, times=FOREVER):
+        """The next `times` calls fail, after `spared` ones that do not; their count begins anew."""
+        place = self._place(function, kind)
+        self._set_error(place, 0)
+        _LAYOUT.pack_into(self._orders, place, function.encode(), kind, 0, spared, times, 0, 0)
+        self._set_error(place, error)
+
+    def count(self, function, *, kind=ANY):
+        """From now on `calls` tells of the function, which does not fail."""
+        self.fail(function, 0, kind=kind)
+
+    def calls(self, function, *, kind=ANY):
+        return _LAYOUT.unpack_from(self._orders, self._place(function, kind))[5]
+
+    def failed(self, function, *, kind=ANY):
+        return _LAYOUT.unpack_from(self._orders, self._place(function, kind))[6]
+
+    def wait_for_failed(self, function, times=1, *, kind=ANY):
+        wait_for(lambda: self.failed(function, kind=kind) >= times,
+                 f"{times} failed calls of {function}")
+
+    def clear(self):
+        """Nothing fails any more; the counts stay."""
+        for place in self._places.values():
+            self._set_error(place, 0)
+
+    def close(self):
+        self._orders.close()
+
+    def _place(self, function, kind):
+        return self._places.setdefault((function, kind), len(self._places) * _LAYOUT.size)
+
+    def _set_error(self, place, error):
+        _ERROR.pack_into(self._orders, place + _ERROR_OFFSET, error)
+
+
+def name_of(error):
+    """For the names of tests."""
+    return errno.errorcode[error]
+
+
+def descriptors(panel):
+    """The numbers of the service's open descriptors."""
+    return {int(number) for number in os.listdir(f"/proc/{panel.process.pid}/fd")}
+
+
+class FewDescriptors:
+    """The running service can open so many more, and no others."""
+
+    def __init__(self, panel, more=0):
+        self._process = panel.process.pid
+        taken = descriptors(panel)
+        self._limit = [number for number in range(len(taken) + more + 1) if number not in taken][more]
+
+    def __enter__(self):
+        self._before = resource.prlimit(self._process, resource.RLIMIT_NOFILE)
+        resource.prlimit(self._process, resource.RLIMIT_NOFILE, (self._limit, self._before[1]))
+
+    def __exit__(self, *exception):
+        resource.prlimit(self._process, resource.RLIMIT_NOFILE, self._before)
