@@ -86,7 +86,7 @@ bool ServerSocket::receive(MvdpDatagram &datagram, sockaddr_in &sender)
     const ssize_t received = ::recvfrom(m_descriptor, datagram.data(), MvdpDatagram::Size, 0,
                                         reinterpret_cast<sockaddr *>(&sender), &length);
     // A permanent error, as of a socket that could not be opened, must not keep a core busy.
-    if (received < 0 && errno != EINTR)
+    if (received < 0)
         ::usleep(10000);
     return received >= 1;
 }

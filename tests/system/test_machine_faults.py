@@ -92,7 +92,7 @@ def test_a_reply_that_cannot_be_sent_is_lost_and_no_other(panel, faults, tool, e
 # Receiving
 
 
-@all_errors(errno.EAGAIN, errno.ECONNREFUSED, errno.ENETDOWN, errno.ENOMEM, errno.ENOBUFS, errno.EBADF)
+@all_errors(errno.EINTR, errno.EAGAIN, errno.ECONNREFUSED, errno.ENETDOWN, errno.ENOMEM, errno.ENOBUFS, errno.EBADF)
 def test_a_receive_that_fails_time_and_again_keeps_no_core_busy(panel, faults, tool, error):
     """There is a pause of 10 ms each time; a busy machine can only make it longer."""
     faults.fail("recvfrom", error)
