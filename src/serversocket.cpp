@@ -31,12 +31,22 @@ void warnOfFailure(const char *what, int error, const QByteArray &culprit = QByt
         qWarning() << "Cannot" << what << reason << "by" << culprit.constData();
 }
 
+// Waits until there is one to be had.
 int openSocket()
 {
-    const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-    if (descriptor < 0)
-        warnOfFailure("open a UDP socket:", errno);
-    return descriptor;
+    bool isTold = false;
+    for (;;) {
+        const int descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+        if (descriptor >= 0) {
+            if (isTold)
+                qWarning() << "Opened a UDP socket";
+            return descriptor;
+        }
+        if (!isTold)
+            warnOfFailure("open a UDP socket:", errno);
+        isTold = true;
+        ::sleep(1);
+    }
 }
 
 void bindToPort(int descriptor)
@@ -59,8 +69,6 @@ ServerSocket::ServerSocket()
     : m_descriptor(openSocket())
     , m_membership(m_descriptor)
 {
-    if (m_descriptor < 0)
-        return;
     // One byte on purpose, here and for SO_BROADCAST: the kernel refuses values of these options that are
     // shorter than an int. Therefore no second server can share the port. Broadcasts fail, so that replies to
     // other subnets leave by the multicast group, which routers can forward.
@@ -75,8 +83,7 @@ ServerSocket::ServerSocket()
 
 ServerSocket::~ServerSocket()
 {
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
+    ::close(m_descriptor);
 }
 
 bool ServerSocket::receive(MvdpDatagram &datagram, sockaddr_in &sender)
@@ -85,7 +92,7 @@ bool ServerSocket::receive(MvdpDatagram &datagram, sockaddr_in &sender)
     socklen_t length = sizeof sender;
     const ssize_t received = ::recvfrom(m_descriptor, datagram.data(), MvdpDatagram::Size, 0,
                                         reinterpret_cast<sockaddr *>(&sender), &length);
-    // A permanent error, as of a socket that could not be opened, must not keep a core busy.
+    // An error that comes again and again must not keep a core busy.
     if (received < 0)
         ::usleep(10000);
     return received >= 1;

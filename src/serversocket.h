@@ -12,8 +12,9 @@ class MvdpDatagram;
 class ServerSocket
 {
 public:
-    // Never fails. What cannot be set up is warned of. A socket without its port receives no requests, ever;
-    // one outside the group none that are sent to the group, until it could be joined.
+    // What cannot be set up is warned of. While the kernel has no socket to give, as when it is short of
+    // memory or descriptors, the constructor asks again each second. A socket without its port receives no
+    // requests, ever; one outside the group none that are sent to the group, until it could be joined.
     ServerSocket();
     ~ServerSocket();
 

@@ -222,6 +222,15 @@ def test_a_connection_that_fails_once_is_made_in_time_for_the_same_answer(panel,
 # At the start
 
 
+def test_a_socket_that_is_not_to_be_had_at_the_start_is_waited_for(panel, faults, tool):
+    panel.stop_service()
+    faults.fail("socket", errno.ENOMEM, kind=socket.AF_INET, times=2)
+    panel.start_service(environment=faults.environment)
+    assert panel.warnings() == ['Cannot open a UDP socket: "Cannot allocate memory"', "Opened a UDP socket"]
+    assert faults.calls("socket", kind=socket.AF_INET) == 3
+    assert tool.ask(DISCOVER, to=mvdp.GROUP).data == panel.expected_identity()
+
+
 def test_a_port_that_is_free_again_is_taken_by_the_next_service(panel, faults, tool):
     """The one that found it taken has said so and waits, without end."""
     panel.stop_service()
