@@ -17,7 +17,8 @@
 namespace
 {
 
-// How often to try where changes of the network cannot be watched.
+// How often to try while nothing comes. Most of the time a change of the network comes first; but the kernel
+// may also have refused because it was short of memory, and changes cannot always be watched.
 const int RetryMs = 1000;
 
 } // namespace
@@ -54,12 +55,11 @@ void GroupMembership::joinUntilReadable()
 {
     while (m_pending) {
         pollfd watched[] = {{m_socket, POLLIN, 0}, {m_changes, POLLIN, 0}};
-        if (::poll(watched, 2, m_changes < 0 ? RetryMs : -1) < 0 && errno != EINTR)
+        if (::poll(watched, 2, RetryMs) < 0 && errno != EINTR)
             return;
-        const bool isTimeToTry = m_changes < 0 || watched[1].revents != 0;
         if (watched[1].revents != 0)
             takeChange();
-        if (isTimeToTry && tryToJoin()) {
+        if (tryToJoin()) {
             qWarning() << "Joined multicast group 224.0.5.128";
             stopWatching();
         }

@@ -2,8 +2,8 @@
 #define GROUPMEMBERSHIP_H
 
 // The membership of a UDP socket in the protocol's multicast group. The kernel refuses it while no route
-// leads to the group, as on a panel that starts before its network. It is then tried again with each change
-// of the network. Server thread only.
+// leads to the group, as on a panel that starts before its network, or while it is short of memory. It is
+// then tried again with each change of the network, with each datagram, and each second. Server thread only.
 class GroupMembership
 {
 public:

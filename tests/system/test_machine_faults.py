@@ -231,6 +231,18 @@ def test_a_socket_that_is_not_to_be_had_at_the_start_is_waited_for(panel, faults
     assert tool.ask(DISCOVER, to=mvdp.GROUP).data == panel.expected_identity()
 
 
+def test_a_group_that_there_was_no_memory_for_is_joined_without_a_change_of_the_network(panel, faults, tool):
+    panel.stop_service()
+    faults.fail("setsockopt", errno.ENOBUFS, kind=socket.IP_ADD_MEMBERSHIP)
+    panel.start_service(environment=faults.environment, wait=False)
+    wait_for(panel.warnings, "the warning")
+    assert tool.ask(DISCOVER).data == panel.expected_identity()
+    faults.clear()
+    panel.wait_in_group()
+    assert tool.ask(DISCOVER, to=mvdp.GROUP).data == panel.expected_identity()
+    assert panel.warnings() == ['Cannot join multicast group 224.0.5.128: "No buffer space available"', JOINED]
+
+
 def test_a_port_that_is_free_again_is_taken_by_the_next_service(panel, faults, tool):
     """The one that found it taken has said so and waits, without end."""
     panel.stop_service()
