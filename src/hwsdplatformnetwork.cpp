@@ -24,6 +24,12 @@ const char DefaultInterface[] = "eth0";
 // Names of interfaces come and go; a panel has a few at a time.
 const int MostInterfacesTold = 16;
 
+// A text on the bus ends at its first zero. In JSON one can only stand inside a string, and has an escape.
+QString textForBus(QString json)
+{
+    return json.replace(QLatin1Char('\0'), QLatin1String("\\u0000"));
+}
+
 } // namespace
 
 bool HWSDPlatform::setInterface(const char *name)
@@ -99,7 +105,7 @@ bool HWSDPlatform::applyConfiguration()
     record.dhcp = m_dhcp;
 
     QDBusPendingReply<int> written =
-        service->networkManager->setInterfaceConfigJSON(m_interfaceName, record.toJsonString());
+        service->networkManager->setInterfaceConfigJSON(m_interfaceName, textForBus(record.toJsonString()));
     written.waitForFinished();
     if (!written.isError())
         service->networkManager->applyNewConfiguration();

@@ -87,6 +87,7 @@ private slots:
 
     void applyWritesTheRecordAndAppliesIt();
     void applySendsTheTextsOfADhcpInterfaceBackUnchanged();
+    void applySendsAZeroInATextBack();
     void everySetterTurnsDhcpOff_data();
     void everySetterTurnsDhcpOff();
     void applyAddressesTheChosenInterface();
@@ -434,6 +435,14 @@ void HwsdPlatformNetworkTest::applySendsTheTextsOfADhcpInterfaceBackUnchanged()
     refreshFromRecord();
     QVERIFY(platform().applyConfiguration());
     QCOMPARE(writtenRecord(), jsonObject(latin1(Record)));
+}
+
+void HwsdPlatformNetworkTest::applySendsAZeroInATextBack()
+{
+    answerRecord(latin1("{\"name\": \"eth0\", \"label\": \"L\\u0000N\"}"));
+    QVERIFY(platform().applyConfiguration());
+    QCOMPARE(writtenRecord().value(latin1("label")).toString(),
+             QString(latin1("L?N")).replace(1, 1, QChar(0)));
 }
 
 void HwsdPlatformNetworkTest::everySetterTurnsDhcpOff_data()
