@@ -13,6 +13,7 @@
 #include "csvrow.h"
 #include "dump.h"
 #include "fuzztarget.h"
+#include "harmlesstext.h"
 #include "marklines.h"
 #include "marks.h"
 #include "output.h"
@@ -106,29 +107,6 @@ bool isExpectedAnswer(const Request &request, const Received &received)
            (!request.forOneMac || std::memcmp(bytes + 20, sent + 20, 6) == 0);
 }
 
-// True when no character can control a terminal, change the direction of text or start a line.
-bool isPrintable(const QString &line)
-{
-    const bool harmless = std::all_of(line.begin(), line.end(), [](QChar character) {
-        switch (character.category()) {
-        case QChar::Other_Control:
-        case QChar::Other_Format:
-        case QChar::Other_Surrogate:
-        case QChar::Separator_Line:
-        case QChar::Separator_Paragraph:
-            return false;
-        default:
-            return true;
-        }
-    });
-    return harmless && QString::fromUtf8(line.toUtf8()) == line;
-}
-
-bool arePrintable(const QStringList &lines)
-{
-    return std::all_of(lines.begin(), lines.end(), isPrintable);
-}
-
 QString interfaceName(unsigned index)
 {
     return QStringLiteral("eth%1").arg(index);
@@ -137,8 +115,8 @@ QString interfaceName(unsigned index)
 void checkTrace(const Received &received)
 {
     const std::size_t shown = std::min<std::size_t>(received.length, MvdpDatagram::Size);
-    REQUIRE(arePrintable(fieldLines(received.datagram, shown).split(QLatin1Char('\n'))));
-    REQUIRE(arePrintable(hexLines(received.datagram.data(), shown).split(QLatin1Char('\n'))));
+    REQUIRE(areHarmless(fieldLines(received.datagram, shown).split(QLatin1Char('\n'))));
+    REQUIRE(areHarmless(hexLines(received.datagram.data(), shown).split(QLatin1Char('\n'))));
 }
 
 void checkPanel(const Panel &panel, const Received &reply)
@@ -146,7 +124,7 @@ void checkPanel(const Panel &panel, const Received &reply)
     const std::uint8_t *bytes = reply.datagram.data();
     REQUIRE(std::memcmp(panel.mac.data(), bytes + 20, 6) == 0);
     REQUIRE(panel.source == reply.source && panel.way == reply.way);
-    REQUIRE(isPrintable(panel.description) && panel.description.size() <= 64);
+    REQUIRE(isHarmless(panel.description) && panel.description.size() <= 64);
     REQUIRE(!panel.description.endsWith(QLatin1Char(' ')));
     REQUIRE(macFromText(macText(panel.mac)) == panel.mac);
     REQUIRE(ipv4FromText(ipv4Text(panel.address)) == panel.address);
@@ -166,7 +144,7 @@ void checkForScripts(const Panel &panel)
     const QStringList columns = panelColumns();
     const QStringList fields = csvFields(object, columns);
     const QString line = csvLine(fields);
-    REQUIRE(line.endsWith(QLatin1Char('\n')) && isPrintable(line.chopped(1)));
+    REQUIRE(line.endsWith(QLatin1Char('\n')) && isHarmless(line.chopped(1)));
     const std::vector<CsvRecord> records = csvRecords(csvLine(columns) + line);
     REQUIRE(records.size() == 2 && records[0].fields == columns);
     REQUIRE(records[1].fields.size() == fields.size());
@@ -189,11 +167,11 @@ void checkForPeople(const PanelList &panels)
     REQUIRE(sorted.size() == panels.size() && marks.size() == sorted.size());
     for (const int columns : {0, 80}) {
         const QStringList table = panelTable(sorted, marks, columns);
-        REQUIRE(static_cast<std::size_t>(table.size()) == sorted.size() + 1 && arePrintable(table));
+        REQUIRE(static_cast<std::size_t>(table.size()) == sorted.size() + 1 && areHarmless(table));
     }
-    REQUIRE(arePrintable(markLines(markNotes(panels, {own}))));
+    REQUIRE(areHarmless(markLines(markNotes(panels, {own}))));
     for (const Panel &panel : sorted)
-        REQUIRE(arePrintable(panelDetails(panel, interfaceName)));
+        REQUIRE(areHarmless(panelDetails(panel, interfaceName)));
 }
 
 } // namespace
