@@ -61,7 +61,8 @@ std::vector<PlanEntry> readOrRefused(const QByteArray &bytes, PlanFormat format)
     } catch (const ToolError &error) {
         REQUIRE(error.kind == ToolError::BadPlan || error.kind == ToolError::BadInput);
         REQUIRE(!error.message.isEmpty() && error.message.size() < 4000);
-        REQUIRE(isHarmless(printable(error.message)) && isHarmless(error.advice));
+        // A quotation that was cut may end with half a character, which is written as a question mark.
+        REQUIRE(isHarmless(QString::fromUtf8(printable(error.message).toUtf8())) && isHarmless(error.advice));
     }
     return {};
 }
@@ -188,8 +189,10 @@ Outcome expectedOfDocument(const QByteArray &bytes)
             return {};
         Settings settings;
         const QJsonObject object = panel.toObject();
-        for (const QString &name : object.keys()) {
-            const QJsonValue value = object.value(name);
+        // Not by name: Qt 6 finds no name with a byte order mark in front, and tells it without.
+        for (auto member = object.begin(); member != object.end(); ++member) {
+            const QString name = member.key();
+            const QJsonValue value = member.value();
             if (Overlooked.contains(name))
                 continue;
             if (!Columns.contains(name))

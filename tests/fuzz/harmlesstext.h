@@ -6,14 +6,14 @@
 
 #include <algorithm>
 
-// True when no character can control a terminal, change the direction of text or start a line.
+// True when no character can control a terminal, change the direction of text or start a line. Half a character
+// is none that can be written.
 inline bool isHarmless(const QString &line)
 {
     const bool harmless = std::all_of(line.begin(), line.end(), [](QChar character) {
         switch (character.category()) {
         case QChar::Other_Control:
         case QChar::Other_Format:
-        case QChar::Other_Surrogate:
         case QChar::Separator_Line:
         case QChar::Separator_Paragraph:
             return false;
