@@ -39,9 +39,20 @@ int skipBlanks(const QByteArray &text, int position)
     return position;
 }
 
+// Qt drops a byte order mark in front. Inside a file it is a character like any other.
+QString textFromUtf8(const char *bytes, int size)
+{
+    static const char Mark[] = "\xEF\xBB\xBF";
+    QString text;
+    for (; size >= 3 && std::memcmp(bytes, Mark, 3) == 0; bytes += 3, size -= 3)
+        text += QChar(static_cast<ushort>(0xFEFF));
+    text += QString::fromUtf8(bytes, size);
+    return text;
+}
+
 bool isWellFormedUtf8(const QByteArray &bytes)
 {
-    return QString::fromUtf8(bytes.constData(), sizeOf(bytes)).toUtf8() == bytes;
+    return textFromUtf8(bytes.constData(), sizeOf(bytes)).toUtf8() == bytes;
 }
 
 // The number of an octal or hexadecimal escape; as many digits as there are, of which the last 16 bits count.
@@ -135,8 +146,8 @@ QString iniValueText(const QByteArray &value, IniEncoding encoding)
             while (position < sizeOf(value) && value.at(position) != '\\' && value.at(position) != '"')
                 ++position;
             const char *const bytes = value.constData() + begin;
-            text += utf8 ? QString::fromUtf8(bytes, position - begin)
-                         : QString::fromLatin1(bytes, position - begin);
+            text +=
+                utf8 ? textFromUtf8(bytes, position - begin) : QString::fromLatin1(bytes, position - begin);
         }
     }
     while (!anyQuotes && text.size() > meant &&

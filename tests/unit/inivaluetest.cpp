@@ -121,6 +121,11 @@ void IniValueTest::bytesAreUtf8OrLatin1_data()
                                     << QStringLiteral("\u4E2D \U0001F600");
     QTest::newRow("beside an escape")
         << QByteArray("\"\xC3\xA9\\xe9\xC3\xA9\"") << QStringLiteral("\u00E9\u00E9\u00E9");
+    QTest::newRow("byte order marks in front and behind an escape")
+        << QByteArray("\xEF\xBB\xBF\xEF\xBB\xBF"
+                      "caf\xC3\xA9\\x20\xEF\xBB\xBF"
+                      "x")
+        << QStringLiteral("\uFEFF\uFEFFcaf\u00E9 \uFEFFx");
     QTest::newRow("escapes are characters and no bytes")
         << QByteArray("\\xc3\\xa9") << QString::fromLatin1("\xC3\xA9");
 }
