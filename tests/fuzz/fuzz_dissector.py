@@ -93,7 +93,10 @@ class Conversation:
             else:
                 reply = self.identity(request, answerer, source.choice((2, 2, 3)) if command == 5 else 2)
             to = source.choice((tool, tool, EVERYBODY, GROUP))
-            self.answers[self.add(Frame("", answerer, make_capture.MVDP, to, port, bytes(reply)))] = number
+            frame = Frame("", answerer, make_capture.MVDP, to, port, bytes(reply))
+            self.answers[self.add(frame)] = number
+            if source.random() < 0.2:
+                self.add(frame)  # a copy, which answers nothing
             if source.random() < 0.3:
                 self.damaged()
 
@@ -200,9 +203,14 @@ class Judge:
         asked = self.said(index, "request_in")
         if index + 1 in self.answers and self.answers[index + 1] != int(asked or 0):
             raise Mismatch(f"an answer to frame {self.answers[index + 1]}, linked to {asked}")
-        for answer in (self.said(index, "response_in") or "").split(tshark.SEVERAL):
-            if answer and self.said(int(answer) - 1, "request_in") != str(index + 1):
-                raise Mismatch(f"has a response in {answer}, which has another request")
+        listed = self.said(index, "response_in")
+        answers = [int(answer) - 1 for answer in listed.split(tshark.SEVERAL)] if listed else []
+        for answer in answers:
+            if self.said(answer, "request_in") != str(index + 1):
+                raise Mismatch(f"has a response in {answer + 1}, which has another request")
+        panels = [(self.frames[answer].source, self.captured[answer][20:26]) for answer in answers]
+        if len(set(panels)) < len(panels):
+            raise Mismatch(f"one panel has answered twice, in {[answer + 1 for answer in answers]}")
         if asked is None:
             return None
         asked = int(asked) - 1

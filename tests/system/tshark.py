@@ -42,5 +42,5 @@ def fields(capture, names, *options):
     out = run("-r", capture, *options, "-T", "fields", "-E", "occurrence=a", "-E", f"aggregator={SEVERAL}",
               *requested)
     rows = [line.split("\t") for line in out.split("\n")[:-1]]
-    assert not [row for row in rows if row[-1]]
+    assert not [row for row in rows if row[-1]], "a Lua error"
     return [{name: value for name, value in zip(names, row) if value} for row in rows]
