@@ -125,12 +125,12 @@ std::optional<std::vector<QStringList>> expectedRows(QString text)
         QStringLiteral("\\G(?:\"((?:[^\"]|\"\")*+)\"|([^\"%1\r\n]*+))(%1|\r\n|\r|\n|\\z)").arg(separator));
     std::vector<QStringList> rows;
     QStringList row;
-    qsizetype at = 0;
+    int at = 0;
     while (at < text.size() || !row.isEmpty()) {
         const QRegularExpressionMatch match = fieldAndEnd.match(text, at);
         if (!match.hasMatch())
             return std::nullopt;
-        at = match.capturedEnd();
+        at = static_cast<int>(match.capturedEnd());
         row << (match.capturedLength(1) > 0
                     ? match.captured(1).replace(QStringLiteral("\"\""), QStringLiteral("\""))
                     : match.captured(2));
