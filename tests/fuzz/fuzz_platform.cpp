@@ -166,9 +166,9 @@ private:
 
     void chooseInterface(QByteArray name)
     {
-        name.truncate(static_cast<int>(::strnlen(name.constData(), 15)));
         for (char &character : name)
             character &= 0x7F;
+        name.truncate(static_cast<int>(::strnlen(name.constData(), 15)));
         REQUIRE(m_platform->setInterface(name.constData()));
         m_interface = name.isEmpty() ? QByteArray("eth0") : name;
     }
