@@ -8,6 +8,7 @@
 // QApplication's header moved with the widgets: QtGui in Qt 4, QtWidgets since.
 #include <QApplication>
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -46,6 +47,9 @@ void leaveWithoutDestructors()
 
 int main(int argc, char **argv)
 {
+    // A log whose reader has ended must not end the service. The D-Bus library ignores this signal, too, but
+    // only from its first connection on.
+    ::signal(SIGPIPE, SIG_IGN);
     disableDesktopScaling();
     disableOpenGl();
     QApplication application(argc, argv);

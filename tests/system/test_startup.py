@@ -72,6 +72,20 @@ def test_a_second_service_names_the_first_and_goes_on_without_the_port(panel):
     second.wait()
 
 
+def test_a_log_without_a_reader_is_survived(make_panel):
+    """The D-Bus library ignores SIGPIPE from its first connection on, and there is no bus here."""
+    panel = make_panel(system_bus=False, sim=None, start=False)
+    panel.stderr_path = panel.folder / "nothing"
+    panel.stderr_path.touch()
+    panel.process = panel.namespace.popen(server_command(), env=panel.environment(), stderr=subprocess.PIPE)
+    panel.process.stderr.close()
+    panel.wait_listening()
+    tool = panel.tool_at()
+    for _ in range(2):
+        # What cannot be written down is that there is no bus.
+        tool.settle()
+
+
 def test_the_end_of_the_process_is_quick_and_clean(panel):
     """There is no shutdown path: the usual signal ends it at once."""
     panel.restart_service()
