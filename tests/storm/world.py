@@ -1,0 +1,515 @@
+"""The real service on a real bus and wire: carries out the steps of a phase, calms everything, and checks."""
+
+import os
+import pathlib
+import signal
+import sys
+import time
+
+from jeepney.bus_messages import message_bus
+from jeepney.io.blocking import open_dbus_connection
+
+import mvdp
+from hwsdsim import SERVICE_NAME
+from model import Datagram, Identity, Phase, version_of
+from mvdp import Command
+from netns import join
+from panel import ADDRESS, FACTORY_ADDRESS, FAR_ADDRESS, GATEWAY, NETMASK, TOOL_ADDRESS, UDP_PORT_IN_PROC, Panel, Tool, Xvfb
+from steps import MAC, SECOND_MAC, SENDERS
+from waiting import PATIENCE, wait_for
+from wire import Wire
+from xscreen import Screen
+
+SECOND_ADDRESS, NEIGHBOUR = "10.20.0.5", "10.20.0.1"
+STATE = {"interfaces": {"eth1": {"name": "eth1", "label": "LAN", "mac_address": SECOND_MAC, "dhcp": False,
+                                 "actual_ip_address": SECOND_ADDRESS, "actual_netmask": "255.255.0.0",
+                                 "actual_gateway_ip": ""}},
+         "factory": {"interfaces": {"eth0": {"ip_address": FACTORY_ADDRESS}}}}
+RECORDS = {"eth0": ((ADDRESS, NETMASK, GATEWAY), mvdp.mac_bytes(MAC)),
+           "eth1": ((SECOND_ADDRESS, "255.255.0.0", "0.0.0.0"), mvdp.mac_bytes(SECOND_MAC))}
+FACTORY = (FACTORY_ADDRESS, NETMASK, "0.0.0.0")
+LEASES = {"eth0": ("192.168.10.105", NETMASK, "192.168.10.1"), "eth1": ("0.0.0.0", "0.0.0.0", "0.0.0.0")}
+DESCRIPTION, EEPROM_TEXT, VERSION_TEXT = b"QM413-JD562", b"SIMULATED PANEL", "UN20HS_01234567"
+VERSION = version_of(VERSION_TEXT)
+# Another panel's platform service, which takes the place of ours.
+OTHER_STATE = {"identity": {"manufactureCode": 501}, "partition": {"version": "OTHER__02001003"},
+               "interfaces": {"eth0": {"mac_address": "02:00:00:00:00:01", "actual_ip_address": "192.168.10.99",
+                                       "actual_netmask": "255.255.255.128", "actual_gateway_ip": "1.2.3.4"}}}
+OTHER_RECORD = (("192.168.10.99", "255.255.255.128", "1.2.3.4"), mvdp.mac_bytes("02:00:00:00:00:01"))
+OTHER_DESCRIPTION, OTHER_VERSION = b"QM310-44LRNA", version_of("OTHER__02001003")
+
+FIRST_PORT, PORTS = 10000, 30000
+# A platform service that does not answer costs D-Bus's time-out for each datagram until it is started again.
+SETTLING = 240.0
+
+
+class Failure(Exception):
+    """The service has not done what it must."""
+
+
+def lay_wires(panel):
+    """eth0 leads to `tool`, which also has a far address; eth1 to `neighbour`."""
+    panel.tool = panel.add_namespace("tool")
+    panel.neighbour = panel.add_namespace("neighbour")
+    join(panel.namespace, "eth0", panel.tool, "eth0", first_mac=MAC)
+    join(panel.namespace, "eth1", panel.neighbour, "eth0", first_mac=SECOND_MAC)
+    panel.tool.address("eth0", f"{TOOL_ADDRESS}/24", f"{FAR_ADDRESS}/24")
+    panel.neighbour.address("eth0", f"{NEIGHBOUR}/16")
+    put_network_back(panel)
+
+
+def put_network_back(panel):
+    """Links, addresses and routes of the panel as they are in calm."""
+    listed = panel.namespace.run(["ip", "-oneline", "link", "show"], capture_output=True, text=True).stdout
+    links = [line.split(": ")[1].split("@")[0] for line in listed.splitlines()]
+    panel.namespace.ip(*(f"link delete {name}" for name in links if name not in ("lo", "eth0", "eth1")),
+                       "address flush dev lo", "address flush dev eth0", "address flush dev eth1",
+                       "link set lo up", "link set eth0 up", "link set eth1 up", "address add 127.0.0.1/8 dev lo",
+                       f"address add {ADDRESS}/24 brd + dev eth0", f"address add {SECOND_ADDRESS}/16 brd + dev eth1",
+                       f"route replace default via {GATEWAY}")
+    for interface in ("eth0", "eth1"):
+        panel.namespace.wait_running(interface)
+
+
+class Figures:
+    """What is counted over a whole run."""
+
+    def __init__(self):
+        self.phases = self.steps = self.sent = self.answered = self.sim_starts = self.service_starts = 0
+        self.dropped = 0
+        self.commands, self.kinds = {}, {}
+        self.memory = []
+
+
+class World:
+    """One panel. A phase is `play(steps)`; whatever is wrong is a Failure."""
+
+    def __init__(self, figures):
+        self.figures = figures
+        self.screen_server = Xvfb()
+        self.screen = Screen(self.screen_server.display)
+        self.panel = None
+        try:
+            self.panel = Panel(lay_wires=lay_wires, state=STATE, display=self.screen_server.display, start=False)
+            self.wires = {"near": Wire(self.panel.tool, "eth0", mvdp.mac_bytes(MAC)),
+                          "neighbour": Wire(self.panel.neighbour, "eth0", mvdp.mac_bytes(SECOND_MAC))}
+            self.wires["far"] = self.wires["near"]
+            self._calm_state = self.panel.sim.initial_state
+            neighbour = self.panel.neighbour.udp_socket(NEIGHBOUR)
+            self._tools = [(self.panel.tool_at(), "eth0"), (Tool(neighbour, SECOND_ADDRESS), "eth1")]
+            self._next_port = 0
+            self._step = 0
+            self._covers = []
+            self._name_holder = None
+            self.phase = None
+            self._start_service(doubtful=False)
+            self._check_exactly()
+            self._take_baseline()
+        except BaseException:
+            self.close()
+            raise
+
+    def close(self):
+        try:
+            if self.panel:
+                if self.panel.process is not None:
+                    self.panel._kill_service()
+                self.panel.close()
+        finally:
+            self.screen.close()
+            self.screen_server.close()
+
+    # The service
+
+    def _start_service(self, doubtful):
+        self.panel.start_service(wait=False)
+        # Without a route to it the group is joined later.
+        if self.phase and self.phase.network_is_changed:
+            wait_for(lambda: UDP_PORT_IN_PROC in self.panel._proc("net/udp"), "mvdpserver to listen")
+        else:
+            self.panel.wait_listening()
+        self.figures.service_starts += 1
+        self._identity = Identity(DESCRIPTION, VERSION, doubtful)
+        self._identity.descriptions |= {EEPROM_TEXT, OTHER_DESCRIPTION}
+        self._identity.versions |= {OTHER_VERSION, *(version_of(VERSION_TEXT[:n]) for n in range(21)),
+                                    *(version_of("OTHER__02001003"[:n]) for n in range(21))}
+        self._link_is_doubtful = False
+        self._is_stopped = False
+        self._files = self._threads = None
+
+    def _check_alive(self):
+        try:
+            self.panel.check_alive()
+        except AssertionError as problem:
+            raise Failure(str(problem)) from None
+
+    def _end_service(self, how):
+        """Sends a signal that may end the service, and starts it again as an init system would."""
+        process = self.panel.process
+        process.send_signal(how)
+        if how in (signal.SIGHUP, signal.SIGUSR1, signal.SIGTERM, signal.SIGKILL):
+            process.send_signal(signal.SIGCONT)
+            process.wait(PATIENCE)
+            if process.returncode != -how:
+                raise Failure(f"the service ended with {process.returncode} at {how.name}")
+            self.panel.process = None
+            self._start_service(doubtful=self._is_troubled)
+            self.phase.process_begins(self._identity)
+            self._drops_before = 0
+
+    def _status(self, key):
+        for line in pathlib.Path(f"/proc/{self.panel.process.pid}/status").read_text(encoding="utf-8").splitlines():
+            if line.startswith(key + ":"):
+                return int(line.split()[1])
+        raise KeyError(key)
+
+    def _descriptors(self):
+        return len(os.listdir(f"/proc/{self.panel.process.pid}/fd"))
+
+    def _drops(self):
+        """How many datagrams found no room in the service's socket since it was opened."""
+        for line in self.panel._proc("net/udp").splitlines()[1:]:
+            fields = line.split()
+            if fields[1].endswith(f":{mvdp.PORT:04X}"):
+                return int(fields[-1])
+        return 0
+
+    # A phase
+
+    def play(self, steps):
+        """Carries out the steps, calms, and checks."""
+        self._begin()
+        for step in steps:
+            self._step += 1
+            self.figures.kinds[step["do"]] = self.figures.kinds.get(step["do"], 0) + 1
+            getattr(self, "_do_" + step["do"])(step)
+            self._read_wires()
+            if self.panel.process.poll() is not None:
+                self._check_alive()
+        self._calm()
+        self._judge()
+        if self._link_is_doubtful:
+            self.panel.stop_service()
+            self._start_service(doubtful=False)
+        self._check_exactly()
+        self._check_size()
+        self.figures.phases += 1
+        self.figures.steps += len(steps)
+
+    def _begin(self):
+        self._step = 0
+        self._is_troubled = False
+        self._read_wires()
+        self.phase = Phase(RECORDS, FACTORY, LEASES, self._identity, self._last_buffer)
+        self._drops_before = self._drops()
+
+    def _trouble(self):
+        self._is_troubled = True
+        self.phase.trouble_begins(self._step)
+
+    def _read_wires(self):
+        for name in ("near", "neighbour"):
+            for packet in self.wires[name].heard(mvdp.PORT):
+                if self.phase:
+                    self.phase.seen(packet.destination, packet.destination_port, packet.payload, self._step)
+
+    def _send(self, sender, destination, payload, own_port=False):
+        port = mvdp.PORT if own_port else FIRST_PORT + self._next_port % PORTS
+        self._next_port += 1
+        source, interface, _ = SENDERS[sender]
+        datagram = Datagram(source, port, payload, self._step, interface, not self.phase.network_is_changed)
+        self.phase.sent(datagram)
+        self.wires[sender].send(source, port, destination, payload, mvdp.PORT)
+        self.figures.sent += 1
+        return datagram
+
+    def _do_send(self, step):
+        self._send(step["from"], step["to"], bytes.fromhex(step["data"]), step["own_port"])
+
+    def _do_pause(self, step):
+        time.sleep(step["ms"] / 1000)
+
+    # The platform service
+
+    @property
+    def _sim(self):
+        """The platform service, when it runs and its bus does."""
+        return self.panel.sims.get("system") if self.panel.system_bus.running else None
+
+    def _usable_sim(self):
+        sim = self._sim
+        return sim if sim and not self._sim_is_paused and sim.process.poll() is None else None
+
+    _sim_is_paused = False
+
+    def _do_state(self, step):
+        sim = self._usable_sim()
+        if not sim or self._other_sim:
+            return
+        interface = step["interface"]
+        mac = step["mac"] or SENDERS["near" if interface == "eth0" else "neighbour"][2]
+        self.phase.told(interface, (step["address"], step["netmask"], step["gateway"]), mvdp.mac_bytes(mac), self._step)
+        sim.set_interface(interface, actual_ip_address=step["address"], actual_netmask=step["netmask"],
+                          actual_gateway_ip=step["gateway"], mac_address=mac, dhcp=step["dhcp"], label=step["label"])
+
+    def _do_fault(self, step):
+        self._trouble()
+        if sim := self._usable_sim():
+            try:
+                sim.set_fault(step["method"], step["kind"], step["calls"], **step["parameters"])
+            except ValueError:
+                pass  # a fault that this method cannot show
+
+    def _do_clear_faults(self, _):
+        if sim := self._usable_sim():
+            sim.clear_faults()
+
+    def _do_sim_kill(self, _):
+        self._trouble()
+        self._kill_sim()
+
+    def _kill_sim(self):
+        sim = self.panel.sims.pop("system", None)
+        if sim:
+            sim.process.kill()
+            sim.stop()
+        self._sim_is_paused = False
+
+    _other_sim = False
+
+    def _do_sim_start(self, step):
+        if not self.panel.system_bus.running:
+            return
+        self._trouble()
+        self._kill_sim()
+        self._give_name_back()
+        self._other_sim = step["other"]
+        if step["other"]:
+            self.phase.told("eth0", *OTHER_RECORD, self._step)
+        else:
+            for name, record in RECORDS.items():
+                self.phase.told(name, *record, self._step)
+        self.panel.start_sim(state=OTHER_STATE if step["other"] else STATE)
+        self.figures.sim_starts += 1
+
+    def _do_sim_pause(self, _):
+        if sim := self._usable_sim():
+            self._trouble()
+            sim.pause()
+            self._sim_is_paused = True
+
+    def _do_sim_resume(self, _):
+        if self._sim and self._sim_is_paused:
+            self._sim.resume()
+            self._sim_is_paused = False
+
+    def _do_disappear(self, step):
+        if sim := self._usable_sim():
+            self._trouble()
+            sim.disappear(step["ms"])
+
+    def _do_name_taken(self, _):
+        """By a program that answers nothing."""
+        if not self.panel.system_bus.running or self._name_holder:
+            return
+        self._trouble()
+        self._kill_sim()
+        self._name_holder = open_dbus_connection(self.panel.system_bus.address)
+        self._name_holder.send_and_get_reply(message_bus.RequestName(SERVICE_NAME))
+
+    def _do_name_given_back(self, _):
+        self._give_name_back()
+
+    def _give_name_back(self):
+        if self._name_holder:
+            self._name_holder.close()
+            self._name_holder = None
+
+    def _do_bus_stop(self, step):
+        self._trouble()
+        self._link_is_doubtful = True
+        if step["bus"] == "system":
+            self._kill_sim()
+            self._give_name_back()
+        self.panel.bus(step["bus"]).stop()
+
+    def _do_bus_start(self, step):
+        self._trouble()
+        self._link_is_doubtful = True
+        self.panel.bus(step["bus"]).start()
+
+    # The network
+
+    def _change_network(self, command):
+        self.phase.network_changes(self._step)
+        # A command may have nothing to change any more.
+        self.panel.namespace.run(["ip", *command.split()], capture_output=True)
+        self.phase.network_changes(self._step)
+
+    def _do_link(self, step):
+        self._change_network(f"link set {step['interface']} {'up' if step['up'] else 'down'}")
+
+    def _do_address(self, step):
+        self._change_network(f"address {'add' if step['add'] else 'delete'} {step['address']} dev {step['interface']}")
+
+    def _do_route(self, step):
+        self._change_network(f"route {'replace' if step['add'] else 'delete'} default via {GATEWAY}")
+
+    def _do_extra_link(self, step):
+        if not step["add"]:
+            self._change_network(f"link delete {step['name']}")
+            return
+        self._change_network(f"link add {step['name']} type dummy")
+        self._change_network(f"address add {step['address']} dev {step['name']}")
+        self._change_network(f"link set {step['name']} up")
+
+    # The machine
+
+    def _do_cover(self, _):
+        if len(self._covers) < 20:
+            self._covers.append(self.screen.open_window(0, 0, self.screen.width, self.screen.height))
+
+    def _do_uncover(self, _):
+        if self._covers:
+            self._covers.pop().destroy()
+
+    def _do_stop_service(self, _):
+        self.panel.process.send_signal(signal.SIGSTOP)
+
+    def _do_continue_service(self, _):
+        self.panel.process.send_signal(signal.SIGCONT)
+
+    def _do_signal(self, step):
+        self._end_service(getattr(signal, step["signal"]))
+
+    def _in_panel(self, *command):
+        self.panel.namespace.run(command, capture_output=True)
+
+    def _do_disk_full(self, _):
+        """A file system in memory, with no room for another file."""
+        self._in_panel("mkdir", "-p", "/mnt/data/hmi")
+        self._in_panel("mount", "-t", "tmpfs", "-o", "size=4k,nr_inodes=1", "none", "/mnt/data/hmi")
+
+    def _do_disk_gone(self, _):
+        self._in_panel("umount", "-l", "/mnt/data/hmi")
+        self._in_panel("rm", "-rf", "/mnt/data")
+
+    def _do_marker_folder(self, _):
+        """There is a folder where the marker should be."""
+        self._in_panel("mkdir", "-p", "/mnt/data/hmi/restorecdsdefault.bin")
+
+    def _do_factory_file(self, step):
+        self.panel.write_machine_ini(step["text"])
+
+    # Calm
+
+    def _calm(self):
+        """Everything is put back; returns when the service has answered all that came before."""
+        self._step += 1
+        self.panel.process.send_signal(signal.SIGCONT)
+        if self.phase.network_is_changed:
+            put_network_back(self.panel)
+            self.phase.network_changes(self._step)
+        while self._covers:
+            self._covers.pop().destroy()
+        self.screen.root.get_geometry()
+        while self.panel.namespace.run(["umount", "/mnt/data/hmi"], capture_output=True).returncode == 0:
+            pass
+        self.panel.session_bus.stop()
+        self._give_name_back()
+        self.panel.system_bus.start()
+        # What a method was told to do later must not be done to the next phase.
+        if self._is_troubled:
+            self._kill_sim()
+        if not self._usable_sim():
+            self.panel.start_sim(state=STATE)
+            self.figures.sim_starts += 1
+        self._other_sim = False
+        self._settle()
+        self._read_wires()
+        self.panel.wait_in_group()
+        # Datagrams of the storm may have changed the state before it was read at the start.
+        self.panel.sim.initial_state = self._calm_state
+        self.panel.reset()
+
+    def _settle(self):
+        self.phase.network_is_changed = False
+        deadline = time.monotonic() + SETTLING
+        # A token finds no room while a flood is worked off.
+        patience = 0.2
+        while True:
+            self._step += 1
+            token = mvdp.request(Command.ECHO, rest=self._step.to_bytes(8, "big") + os.urandom(8) + bytes(214))
+            datagram = self._send("near", ADDRESS, token)
+            retry = time.monotonic() + patience
+            patience *= 1.5
+            while not datagram.replies and time.monotonic() < retry:
+                self._read_wires()
+                self._check_alive()
+                time.sleep(0.002)
+            if datagram.replies:
+                self._last_buffer = token
+                return
+            if time.monotonic() > deadline:
+                raise Failure(f"no echo came back for {SETTLING:g} s after everything was put back")
+
+    def _judge(self):
+        drops = max(0, self._drops() - self._drops_before)
+        self.figures.dropped += drops
+        problems = self.phase.judge(drops, self._step + 1)
+        for command, count in self.phase.counts.items():
+            self.figures.commands[command] = self.figures.commands.get(command, 0) + count
+            self.figures.answered += count
+        self.phase = None
+        if problems:
+            raise Failure("\n".join(problems[:5]))
+
+    def _check_exactly(self):
+        """What is answered now, and what not, is certain."""
+        try:
+            for tool, interface in self._tools:
+                (address, netmask, gateway), mac = RECORDS[interface]
+                own, other = (MAC, SECOND_MAC) if interface == "eth0" else (SECOND_MAC, MAC)
+                for command in (Command.DISCOVER, Command.IDENTIFY, Command.WINK):
+                    reply = tool.ask(mvdp.request(command, mac=own, tag=command))
+                    expected = mvdp.identity(command=command, tag=command, address=address, netmask=netmask,
+                                             gateway=gateway, mac=own, partition_version=reply.partition_version,
+                                             description=reply.description)
+                    assert reply.data == expected, f"{reply} instead of {expected.hex(' ')}"
+                    assert self._identity.accepts(reply.description, reply.partition_version), repr(reply)
+                    self._identity.note(reply.description, reply.partition_version)
+                for command in (Command.IDENTIFY, Command.WINK, Command.SET_ADDRESS, Command.RESTART):
+                    tool.expect_silence(mvdp.request(command, mac=other))
+                tool.expect_silence(b"")
+                tool.expect_silence(mvdp.request(3, mac=own))
+            tool = self._tools[0][0]
+            wait_for(lambda: self._has_notice(tool), "the notice")
+            self._last_buffer = mvdp.request(Command.ECHO, rest=bytes(230))
+            assert tool.ask(self._last_buffer).data == self._last_buffer
+            self._check_alive()
+        except AssertionError as problem:
+            raise Failure(f"after the calm: {problem}") from None
+
+    def _has_notice(self, tool):
+        if self.screen.find_window(self.panel.process.pid):
+            return True
+        tool.ask(mvdp.request(Command.WINK, mac=MAC))
+        return False
+
+    # Size
+
+    def _take_baseline(self):
+        self._files, self._threads = self._descriptors(), self._status("Threads")
+
+    def _check_size(self):
+        memory = self._status("VmRSS")
+        self.figures.memory.append((self.panel.process.pid, memory))
+        if self._files is None:
+            self._take_baseline()
+            return
+        try:
+            # A connection is closed by the bus library's own thread, after the answer has gone out.
+            wait_for(lambda: self._descriptors() <= self._files, f"no more than {self._files} open descriptors")
+            wait_for(lambda: self._status("Threads") <= self._threads, f"no more than {self._threads} threads")
+        except AssertionError as problem:
+            raise Failure(str(problem)) from None
