@@ -19,6 +19,8 @@ RESETTING = {Command.RESTORE_RELATIVE, Command.RESET_NETWORK, Command.RESTORE}
 COMMANDS = set(Command)
 ZERO_TRIPLE = ("0.0.0.0", "0.0.0.0", "0.0.0.0")
 ZERO_MAC = bytes(6)
+# In the place of a triple: a setting of which not all bytes are known.
+ANY = ("any", "any", "any")
 # More contents of the buffer than this count as any content at all.
 MOST_BUFFERS = 64
 NEVER = 1 << 60
@@ -54,7 +56,8 @@ class Datagram:
         self.source, self.port, self.payload = source, port, payload
         self.step, self.interface, self.certain = step, interface, certain
         self.replies = []
-        self.answer = None
+        # For a report: what was possible when it was judged.
+        self.possible = None
 
     def __repr__(self):
         return f"{self.source}:{self.port} step {self.step}, {len(self.payload)} bytes: {self.payload[:44].hex(' ')}"
@@ -135,7 +138,7 @@ class Phase:
 
     def seen(self, destination, port, payload, step):
         if port not in self.by_port:
-            self.problems.append(f"a datagram to {destination}:{port} that nobody asked for: {payload.hex(' ')}")
+            self.problems.append(("stray", f"a datagram to {destination}:{port} that nobody asked for: {payload.hex(' ')}"))
             return
         self.by_port[port][0].replies.append(Seen(destination, payload, step))
 
@@ -195,7 +198,7 @@ class Phase:
     # Judging
 
     def judge(self, drops, last):
-        """The problems of the phase; `drops` is how many datagrams found no room, `last` the step after it."""
+        """The problems of the phase, as (kind, text); `drops` is how many datagrams found no room, `last` the step after it."""
         buffers, missing = None, []
         for order, datagram in enumerate(self.datagrams):
             if order in self.eras:
@@ -204,12 +207,12 @@ class Phase:
                 self._own_echoes = set()
             buffers = self._judge_one(order, datagram, buffers, drops > 0, last, missing)
         for port, datagrams in self.by_port.items():
-            if datagrams[0].replies:
-                self.problems.append(f"an answer that is not owed: {datagrams[-1]}\n"
-                                     f"  got {datagrams[0].replies[0].payload.hex(' ')}")
+            for seen in datagrams[0].replies:
+                self.problems.append(("answer", f"an answer that is not owed: {datagrams[-1]}\n  got at step {seen.step} to "
+                                     f"{seen.destination}: {seen.payload.hex(' ')}\n{datagrams[-1].possible or ''}"))
         if len(missing) > drops:
-            self.problems.append(f"{len(missing)} datagrams are not answered and {drops} found no room; the first: "
-                                 f"{missing[0]}")
+            self.problems.append(("missing", f"{len(missing)} datagrams are not answered and {drops} found no room; "
+                                  f"the first: {missing[0]}"))
         return self.problems
 
     def _judge_one(self, order, datagram, buffers, may_drop, last, missing):
@@ -236,6 +239,8 @@ class Phase:
                 owed = False
         if owed and datagram.certain:
             missing.append(datagram)
+        if seen:
+            datagram.possible = self._explanation(order, datagram, macs, seen)
         # Unanswered: it was lost, or its answer was, or there is none.
         if owed or None in silent_buffers or not datagram.certain:
             self._note_lost(order, datagram, fulls, last)
@@ -243,6 +248,11 @@ class Phase:
         if may_drop:
             silent_buffers |= buffers or {None}
         return silent_buffers if len(silent_buffers) <= MOST_BUFFERS and None not in silent_buffers else None
+
+    def _explanation(self, order, datagram, macs, seen):
+        triples = sorted(self._possible(self.triples, order, datagram, seen.step))
+        return (f"  possible: {triples[:20]}, MAC {[mac.hex(':') for mac in macs]}, description "
+                f"{self.identity.description}, version {self.identity.version}, expected {self.identity.expected}")
 
     @staticmethod
     def _command(full, data):
@@ -277,8 +287,8 @@ class Phase:
         return self._is_identity(order, datagram, full, command, seen)
 
     def _is_routed(self, order, datagram, seen):
-        ways = {is_local(triple, datagram.source)
-                for triple in self._possible(self.triples, order, datagram, seen.step)}
+        triples = self._possible(self.triples, order, datagram, seen.step)
+        ways = {True, False} if ANY in triples else {is_local(triple, datagram.source) for triple in triples}
         return (seen.destination == datagram.source and True in ways or
                 seen.destination == mvdp.GROUP and False in ways)
 
@@ -300,7 +310,7 @@ class Phase:
             gateway=reply.gateway, mac=reply.mac, partition_version=reply.partition_version,
             description=reply.description)
         destination = datagram.source if is_local(triple, datagram.source) else mvdp.GROUP
-        return (seen.payload == expected and triple in triples and seen.destination == destination and
+        return (seen.payload == expected and (triple in triples or ANY in triples) and seen.destination == destination and
                 mac in self._possible(self.macs, order, datagram, seen.step) and
                 self.identity.accepts(reply.description, reply.partition_version))
 
@@ -324,7 +334,6 @@ class Phase:
         return [(interface, {triple}, True)]
 
     def _note_answer(self, order, datagram, full, command, seen):
-        datagram.answer = seen
         answer = seen.payload
         command, full = Command(answer[6]), full or answer
         self.counts[command] = self.counts.get(command, 0) + 1
@@ -339,9 +348,18 @@ class Phase:
 
     def _note_lost(self, order, datagram, fulls, last):
         for full in fulls:
-            command = self._command(full, datagram.payload)
-            if full is not None and command is not None:
+            data = datagram.payload[:mvdp.SIZE]
+            command = self._command(full, data)
+            if command is None:
+                continue
+            if full is not None:
                 self._note_changes(order, datagram, full, command, last, False)
+            elif data[6:7] in (b"", bytes((Command.SET_ADDRESS,))):
+                change = Change(ANY, datagram.step, last, order, False)
+                if len(data) >= 20:
+                    request = mvdp.Reply(data + bytes(mvdp.SIZE - len(data)))
+                    change.value = (request.address, request.netmask, request.gateway)
+                self.triples[datagram.interface].append(change)
 
     def _note_changes(self, order, datagram, full, command, latest, certain):
         for interface, triples, surely in self._changed_by(datagram, full, command, latest):

@@ -1,42 +1,163 @@
-"""A storm on the service, made from a seed. See README.md."""
+"""A storm on the service, made from a seed; README.md tells what it is. scripts/run-storm starts it."""
 
 import argparse
+import json
 import os
 import pathlib
+import resource
+import signal
 import sys
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "system"))
 
 import steps  # noqa: E402
+from hwsdsim import build_folder  # noqa: E402
+from shrink import shrunk  # noqa: E402
+from waiting import PATIENCE  # noqa: E402
 from world import Failure, Figures, World  # noqa: E402
+
+# A user namespace of our own makes network namespaces and mounts possible without root.
+UNSHARE = ["unshare", "--user", "--map-root-user", "--mount", "--net", "--"]
+REPORT_EVERY = 60
+# While a failure is made smaller, patience is a matter of many runs.
+SHRINKING_PATIENCE = 10
+TRIES = 3
+CALM = {"do": "calm"}
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--seconds", type=float, default=60)
-    parser.add_argument("--seed", default="1")
-    options = parser.parse_args()
+    options = parsed_options()
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
+    if os.geteuid() != 0:
+        os.execvp(UNSHARE[0], UNSHARE + [sys.executable, *sys.argv])
+    _, most = resource.getrlimit(resource.RLIMIT_NOFILE)
+    resource.setrlimit(resource.RLIMIT_NOFILE, (min(most, 65536), most))
+    if options.replay:
+        return replay(options)
+    return storm(options)
+
+
+def parsed_options():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--seconds", type=float, default=60, help="how long it blows; default 60")
+    parser.add_argument("--seed", default="1", help="what it is made from: any text; default 1")
+    parser.add_argument("--replay", metavar="FILE", help="carry out the steps of a failure again, instead")
+    parser.add_argument("--shrink-seconds", type=float, default=120,
+                        help="how long to look for fewer steps that fail; default 120")
+    parser.add_argument("--failures", default=str(build_folder() / "storm"), metavar="FOLDER",
+                        help="where the steps of a failure are written")
+    parser.add_argument("--verbose", action="store_true", help="a line for each phase")
+    return parser.parse_args()
+
+
+def storm(options):
     figures = Figures()
-    begin = time.monotonic()
+    begin = told = time.monotonic()
+    played = []
+    number, failure = 0, None
     world = World(figures)
-    number = 0
     try:
-        while time.monotonic() - begin < options.seconds:
+        while time.monotonic() - begin < options.seconds and not failure:
             number += 1
             plan = steps.phase(options.seed, number)
-            t = time.monotonic()
+            if not world.is_long_lived:
+                played = []
+            played.append(plan)
             try:
                 world.play(plan)
-            except Failure as failure:
-                print(f"FAILED: seed {options.seed}, phase {number}: {failure}")
-                print(plan[-5:])
-                return 1
-            kinds = {s["do"] for s in plan}
-            print(number, len(plan), f"{time.monotonic() - t:.2f}s", sorted(kinds), figures.memory[-1], flush=True)
+            except Failure as problem:
+                failure = problem
+            if options.verbose:
+                print(f"  phase {number}: {len(plan)} steps, {sorted({step['do'] for step in plan})}, "
+                      f"{figures.memory[-1]} kB", flush=True)
+            elif time.monotonic() - told > REPORT_EVERY:
+                told = time.monotonic()
+                print(f"  {told - begin:.0f} s: {figures.short()}", flush=True)
     finally:
         world.close()
-    print(vars(figures))
+    print(figures.text(time.monotonic() - begin))
+    if failure:
+        tell(failure, f"seed {options.seed}, phase {number}", played[-1])
+        make_smaller(options, failure, played, number)
+    print(f"{figures.phases} passed, {1 if failure else 0} failed", flush=True)
+    return 1 if failure else 0
+
+
+def tell(failure, where, plan):
+    print(f"FAILED: {where}: {failure.kind}\n{failure}\nThe last steps:")
+    print_steps(plan[:failure.step][-8:])
+    print(f"The service's log:\n{failure.log[-4000:]}", flush=True)
+
+
+def print_steps(plan):
+    for step in plan:
+        text = json.dumps(step)
+        print("  " + (text if len(text) < 240 else text[:237] + "..."))
+
+
+def fails(plan, patience=SHRINKING_PATIENCE):
+    """The failure that a fresh panel has with these steps, or None."""
+    phases, last = [], []
+    for step in plan:
+        if step == CALM:
+            phases.append(last)
+            last = []
+        else:
+            last.append(step)
+    try:
+        world = World(Figures(), patience)
+    except Failure as failure:
+        return failure
+    try:
+        for each in [*phases, last]:
+            world.play(each)
+    except Failure as failure:
+        return failure
+    finally:
+        world.close()
+    return None
+
+
+def make_smaller(options, failure, played, number):
+    """Looks for the fewest steps with a failure of the same kind, and writes them to a file."""
+    deadline = time.monotonic() + options.shrink_seconds
+
+    def is_failing(plan):
+        again = fails(plan)
+        return again is not None and again.kind == failure.kind
+
+    plan, found = played[-1], False
+    count = 1
+    while not found and time.monotonic() < deadline:
+        plan = [step for each in played[-count:] for step in (CALM, *each)][1:]
+        found = any(is_failing(plan) for _ in range(TRIES) if time.monotonic() < deadline)
+        if count >= len(played):
+            break
+        count *= 2
+    if found:
+        plan = shrunk(plan, is_failing, deadline)
+        print(f"The fewest steps that were found to fail, on a fresh panel: {len(plan)}")
+        print_steps(plan)
+    else:
+        print("On a fresh panel these steps did not fail again.")
+    folder = pathlib.Path(options.failures)
+    folder.mkdir(parents=True, exist_ok=True)
+    path = folder / f"failure-{options.seed}-{number}.json"
+    path.write_text(json.dumps({"kind": failure.kind, "steps": plan}, indent=0), encoding="ascii")
+    print(f"Again, in full: scripts/run-storm --seed {options.seed}\n"
+          f"Again, these steps: scripts/run-storm --replay {path}", flush=True)
+
+
+def replay(options):
+    plan = json.loads(pathlib.Path(options.replay).read_text(encoding="ascii"))["steps"]
+    for attempt in range(1, TRIES + 1):
+        failure = fails(plan, PATIENCE)
+        if failure:
+            tell(failure, f"{options.replay}, attempt {attempt}", plan)
+            print("0 passed, 1 failed")
+            return 1
+    print(f"These steps did not fail in {TRIES} attempts.\n1 passed, 0 failed")
     return 0
 
 

@@ -3,7 +3,6 @@
 import os
 import pathlib
 import signal
-import sys
 import time
 
 from jeepney.bus_messages import message_bus
@@ -38,13 +37,25 @@ OTHER_STATE = {"identity": {"manufactureCode": 501}, "partition": {"version": "O
 OTHER_RECORD = (("192.168.10.99", "255.255.255.128", "1.2.3.4"), mvdp.mac_bytes("02:00:00:00:00:01"))
 OTHER_DESCRIPTION, OTHER_VERSION = b"QM310-44LRNA", version_of("OTHER__02001003")
 
-FIRST_PORT, PORTS = 10000, 30000
-# A platform service that does not answer costs D-Bus's time-out for each datagram until it is started again.
-SETTLING = 240.0
+# Of a process: the phases until its pools are full, those of which the smallest counts, and how much it may grow after
+# that, however many phases follow. A sanitizer keeps what was freed for a while.
+WARM_UP, SAMPLE = 8, 4
+GROWTH_KB, SANITIZED_GROWTH_KB = 3 * 1024, 24 * 1024
+SANITIZED_ADDRESS_SPACE_KB = 1 << 30
 
+# The notice disappears by itself; that takes five seconds, so it is waited for now and then only.
+PHASES_TO_HIDE = 100
+
+FIRST_PORT, PORTS = 10000, 30000
 
 class Failure(Exception):
-    """The service has not done what it must."""
+    """The service has not done what it must. `kind` tells failures apart when they are made smaller; `step` is how far
+    the phase had come, `log` what the service wrote."""
+
+    def __init__(self, kind, text):
+        super().__init__(text)
+        self.kind = kind
+        self.step, self.log = 0, ""
 
 
 def lay_wires(panel):
@@ -75,17 +86,37 @@ class Figures:
     """What is counted over a whole run."""
 
     def __init__(self):
-        self.phases = self.steps = self.sent = self.answered = self.sim_starts = self.service_starts = 0
-        self.dropped = 0
+        self.phases = self.steps = self.sent = self.dropped = self.answered = 0
+        self.sim_starts = self.bus_starts = self.service_starts = 0
         self.commands, self.kinds = {}, {}
-        self.memory = []
+        # kB by phase; descriptors and threads of the last process.
+        self.memory, self.files, self.threads = [], 0, 0
+
+    def short(self):
+        return (f"{self.phases} phases, {self.steps} steps, {self.sent} datagrams sent, {self.answered} answered, "
+                f"{self.memory[-1] if self.memory else 0} kB")
+
+    def text(self, seconds):
+        commands = ", ".join(f"{Command(code).name.lower()} {count}" for code, count in sorted(self.commands.items()))
+        kinds = ", ".join(f"{kind} {count}" for kind, count in sorted(self.kinds.items()))
+        first, last = (self.memory[0], self.memory[-1]) if self.memory else (0, 0)
+        return (f"{self.phases} phases in {seconds:.0f} s, {self.steps} steps\n"
+                f"{self.sent} datagrams sent, {self.answered} answered, {self.dropped} found no room\n"
+                f"answered: {commands}\nsteps: {kinds}\n"
+                f"starts of the platform service {self.sim_starts}, of a bus {self.bus_starts}, of mvdpserver "
+                f"{self.service_starts}; winks {self.commands.get(Command.WINK, 0)}\n"
+                f"memory after the first phase {first} kB, after the last {last} kB, at most "
+                f"{max(self.memory, default=0)} kB; descriptors {self.files}, threads {self.threads}")
 
 
 class World:
     """One panel. A phase is `play(steps)`; whatever is wrong is a Failure."""
 
-    def __init__(self, figures):
+    def __init__(self, figures, patience=PATIENCE):
         self.figures = figures
+        self._patience = patience
+        # A platform service that does not answer costs D-Bus's time-out; it is ended before this begins.
+        self._settling = 4 * patience
         self.screen_server = Xvfb()
         self.screen = Screen(self.screen_server.display)
         self.panel = None
@@ -105,6 +136,10 @@ class World:
             self._start_service(doubtful=False)
             self._check_exactly()
             self._take_baseline()
+        except Failure as failure:
+            failure.log = self.panel.stderr()
+            self.close()
+            raise
         except BaseException:
             self.close()
             raise
@@ -141,7 +176,7 @@ class World:
         try:
             self.panel.check_alive()
         except AssertionError as problem:
-            raise Failure(str(problem)) from None
+            raise Failure("ended", str(problem)) from None
 
     def _end_service(self, how):
         """Sends a signal that may end the service, and starts it again as an init system would."""
@@ -151,7 +186,7 @@ class World:
             process.send_signal(signal.SIGCONT)
             process.wait(PATIENCE)
             if process.returncode != -how:
-                raise Failure(f"the service ended with {process.returncode} at {how.name}")
+                raise Failure("ended", f"the service ended with {process.returncode} at {how.name}")
             self.panel.process = None
             self._start_service(doubtful=self._is_troubled)
             self.phase.process_begins(self._identity)
@@ -178,6 +213,21 @@ class World:
 
     def play(self, steps):
         """Carries out the steps, calms, and checks."""
+        self._step = 0
+        try:
+            self._play(steps)
+        except AssertionError as problem:
+            self._fail(Failure("late", str(problem)))
+        except Failure as failure:
+            self._fail(failure)
+        self.figures.phases += 1
+        self.figures.steps += len(steps)
+
+    def _fail(self, failure):
+        failure.step, failure.log = self._step, self.panel.stderr()
+        raise failure from None
+
+    def _play(self, steps):
         self._begin()
         for step in steps:
             self._step += 1
@@ -189,15 +239,18 @@ class World:
         self._calm()
         self._judge()
         if self._link_is_doubtful:
+            # It holds the first bus that it found for as long as it lives.
             self.panel.stop_service()
             self._start_service(doubtful=False)
         self._check_exactly()
         self._check_size()
-        self.figures.phases += 1
-        self.figures.steps += len(steps)
+
+    @property
+    def is_long_lived(self):
+        """Whether the service has lived through a phase."""
+        return self._files is not None
 
     def _begin(self):
-        self._step = 0
         self._is_troubled = False
         self._read_wires()
         self.phase = Phase(RECORDS, FACTORY, LEASES, self._identity, self._last_buffer)
@@ -337,6 +390,7 @@ class World:
         self._trouble()
         self._link_is_doubtful = True
         self.panel.bus(step["bus"]).start()
+        self.figures.bus_starts += 1
 
     # The network
 
@@ -434,7 +488,7 @@ class World:
 
     def _settle(self):
         self.phase.network_is_changed = False
-        deadline = time.monotonic() + SETTLING
+        deadline = time.monotonic() + self._settling
         # A token finds no room while a flood is worked off.
         patience = 0.2
         while True:
@@ -451,7 +505,7 @@ class World:
                 self._last_buffer = token
                 return
             if time.monotonic() > deadline:
-                raise Failure(f"no echo came back for {SETTLING:g} s after everything was put back")
+                raise Failure("silent", f"no echo came back for {self._settling:g} s after everything was put back")
 
     def _judge(self):
         drops = max(0, self._drops() - self._drops_before)
@@ -462,7 +516,8 @@ class World:
             self.figures.answered += count
         self.phase = None
         if problems:
-            raise Failure("\n".join(problems[:5]))
+            kind, _ = problems[0]
+            raise Failure(kind, "\n".join(text for _, text in problems[:5]))
 
     def _check_exactly(self):
         """What is answered now, and what not, is certain."""
@@ -482,34 +537,55 @@ class World:
                     tool.expect_silence(mvdp.request(command, mac=other))
                 tool.expect_silence(b"")
                 tool.expect_silence(mvdp.request(3, mac=own))
-            tool = self._tools[0][0]
-            wait_for(lambda: self._has_notice(tool), "the notice")
+            self._check_notice()
             self._last_buffer = mvdp.request(Command.ECHO, rest=bytes(230))
-            assert tool.ask(self._last_buffer).data == self._last_buffer
+            assert self._tools[0][0].ask(self._last_buffer).data == self._last_buffer
             self._check_alive()
         except AssertionError as problem:
-            raise Failure(f"after the calm: {problem}") from None
+            raise Failure("calm", f"after the calm: {problem}") from None
+    def _check_notice(self):
+        """A wink puts the notice above what covers the screen."""
+        tool, pid = self._tools[0][0], self.panel.process.pid
+        if self.figures.phases % PHASES_TO_HIDE == 0:
+            self.screen.wait_for_no_window(pid)
+        cover = self.screen.open_window(0, 0, self.screen.width, self.screen.height)
+        try:
+            tool.ask(mvdp.request(Command.WINK, mac=MAC))
+            wait_for(lambda: self._is_notice_above(pid, cover), "the notice above all", self._patience)
+        finally:
+            cover.destroy()
 
-    def _has_notice(self, tool):
-        if self.screen.find_window(self.panel.process.pid):
-            return True
-        tool.ask(mvdp.request(Command.WINK, mac=MAC))
-        return False
+    def _is_notice_above(self, pid, cover):
+        notice = self.screen.find_window(pid)
+        return notice and self.screen.is_above(notice, cover)
 
     # Size
 
     def _take_baseline(self):
         self._files, self._threads = self._descriptors(), self._status("Threads")
+        self._memory = []
 
     def _check_size(self):
         memory = self._status("VmRSS")
-        self.figures.memory.append((self.panel.process.pid, memory))
+        self.figures.memory.append(memory)
         if self._files is None:
             self._take_baseline()
             return
+        self.figures.files, self.figures.threads = self._descriptors(), self._status("Threads")
         try:
             # A connection is closed by the bus library's own thread, after the answer has gone out.
-            wait_for(lambda: self._descriptors() <= self._files, f"no more than {self._files} open descriptors")
-            wait_for(lambda: self._status("Threads") <= self._threads, f"no more than {self._threads} threads")
+            wait_for(lambda: self._descriptors() <= self._files, f"no more than {self._files} open descriptors",
+                     self._patience)
+            wait_for(lambda: self._status("Threads") <= self._threads, f"no more than {self._threads} threads",
+                     self._patience)
         except AssertionError as problem:
-            raise Failure(str(problem)) from None
+            raise Failure("size", f"{problem}, but there are {self._descriptors()} descriptors and "
+                          f"{self._status('Threads')} threads") from None
+        self._memory.append(memory)
+        if len(self._memory) < WARM_UP + SAMPLE:
+            return
+        allowed = SANITIZED_GROWTH_KB if self._status("VmSize") > SANITIZED_ADDRESS_SPACE_KB else GROWTH_KB
+        growth = min(self._memory[-SAMPLE:]) - min(self._memory[WARM_UP:WARM_UP + SAMPLE])
+        if growth > allowed:
+            raise Failure("memory", f"{growth} kB more than {len(self._memory) - WARM_UP} phases before; "
+                          f"{allowed} kB are allowed")
