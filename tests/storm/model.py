@@ -49,6 +49,11 @@ def version_of(text):
     return digits(last[:2]) << 24 | digits(last[2:5]) << 16 | digits(last[5:7]) << 8 | digits(last[7:])
 
 
+def shown(payload):
+    """Bytes for a report: without the zeros at the end."""
+    return f"{len(payload)} bytes: {payload.rstrip(bytes(1))[:300].hex(' ')}"
+
+
 class Datagram:
     """One that was sent. `certain`: the network brought it to the service's socket, as long as that had room."""
 
@@ -60,7 +65,7 @@ class Datagram:
         self.possible = None
 
     def __repr__(self):
-        return f"{self.source}:{self.port} step {self.step}, {len(self.payload)} bytes: {self.payload[:44].hex(' ')}"
+        return f"{self.source}:{self.port} at step {self.step}, {shown(self.payload)}"
 
 
 class Seen:
@@ -114,7 +119,7 @@ class Identity:
 class Phase:
     """The model of one phase. Records are (triple, mac) by interface, as they are at its beginning."""
 
-    def __init__(self, records, factory, leases, identity, buffer):
+    def __init__(self, records, factory, leases, identity, buffer, is_fresh):
         self.triples = {name: [Change(record[0], -1, -1)] for name, record in records.items()}
         self.macs = {name: [Change(record[1], -1, -1)] for name, record in records.items()}
         self.factory, self.leases = factory, leases
@@ -124,7 +129,8 @@ class Phase:
         self.eras = {0: (identity, buffer)}
         self.identity = identity
         self._troubles, self._blind_steps = [], []
-        self._is_fresh = False
+        # Whether the service may not have read a record yet.
+        self._is_fresh = is_fresh
         # Whether links, addresses or routes are others than in calm.
         self.network_is_changed = False
         self._own_echoes = set()
@@ -138,7 +144,7 @@ class Phase:
 
     def seen(self, destination, port, payload, step):
         if port not in self.by_port:
-            self.problems.append(("stray", f"a datagram to {destination}:{port} that nobody asked for: {payload.hex(' ')}"))
+            self.problems.append(("stray", f"a datagram to {destination}:{port} that nobody asked for: {shown(payload)}"))
             return
         self.by_port[port][0].replies.append(Seen(destination, payload, step))
 
@@ -209,7 +215,7 @@ class Phase:
         for port, datagrams in self.by_port.items():
             for seen in datagrams[0].replies:
                 self.problems.append(("answer", f"an answer that is not owed: {datagrams[-1]}\n  got at step {seen.step} to "
-                                     f"{seen.destination}: {seen.payload.hex(' ')}\n{datagrams[-1].possible or ''}"))
+                                     f"{seen.destination}: {shown(seen.payload)}\n{datagrams[-1].possible or ''}"))
         if len(missing) > drops:
             self.problems.append(("missing", f"{len(missing)} datagrams are not answered and {drops} found no room; "
                                   f"the first: {missing[0]}"))

@@ -43,15 +43,16 @@ def phase(seed, number):
         elif dice.random() < 0.02:
             steps.append({"do": "pause", "ms": dice.randrange(60)})
         elif dice.random() < 0.01:
-            steps += [send(dice, winds)] * dice.choice((dice.randrange(2, 100), dice.randrange(400)))
+            steps.append({**send(dice, winds), "do": "flood", "times": dice.choice((dice.randrange(2, 100),
+                                                                                    dice.randrange(500)))})
         else:
             steps.append(send(dice, winds))
     return steps
 
 
 def is_rough(number):
-    """Ten phases of forty; later, when a run is long, a hundred of a thousand."""
-    return number % 40 < 10 if number <= 400 else number % 1000 < 100
+    """The last ten phases of forty; later, when a run is long, the last hundred of a thousand."""
+    return number % 40 >= 30 if number <= 400 else number % 1000 >= 900
 
 
 # Datagrams

@@ -21,8 +21,9 @@ from world import Failure, Figures, World  # noqa: E402
 UNSHARE = ["unshare", "--user", "--map-root-user", "--mount", "--net", "--"]
 REPORT_EVERY = 60
 # While a failure is made smaller, patience is a matter of many runs.
-SHRINKING_PATIENCE = 10
+SHRINKING_PATIENCE = 5
 TRIES = 3
+MOST_STEPS_PRINTED = 30
 CALM = {"do": "calm"}
 
 
@@ -91,56 +92,63 @@ def tell(failure, where, plan):
 
 
 def print_steps(plan):
-    for step in plan:
+    for step in plan[:MOST_STEPS_PRINTED]:
         text = json.dumps(step)
         print("  " + (text if len(text) < 240 else text[:237] + "..."))
+    if len(plan) > MOST_STEPS_PRINTED:
+        print("  ...")
 
 
-def fails(plan, patience=SHRINKING_PATIENCE):
-    """The failure that a fresh panel has with these steps, or None."""
-    phases, last = [], []
-    for step in plan:
-        if step == CALM:
-            phases.append(last)
-            last = []
-        else:
-            last.append(step)
-    try:
-        world = World(Figures(), patience)
-    except Failure as failure:
-        return failure
-    try:
-        for each in [*phases, last]:
-            world.play(each)
-    except Failure as failure:
-        return failure
-    finally:
-        world.close()
-    return None
+class Laboratory:
+    """Panels on which steps are tried. One that has not failed is used again."""
+
+    def __init__(self, patience):
+        self._patience = patience
+        self._world = None
+
+    def failure_of(self, plan):
+        """The failure that these steps have, or None."""
+        phases = [[]]
+        for step in plan:
+            if step == CALM:
+                phases.append([])
+            else:
+                phases[-1].append(step)
+        self._world = self._world or World(Figures(), self._patience)
+        try:
+            for each in phases:
+                self._world.play(each)
+        except Failure as failure:
+            self.close()
+            return failure
+        return None
+
+    def close(self):
+        if self._world:
+            self._world.close()
+        self._world = None
 
 
 def make_smaller(options, failure, played, number):
     """Looks for the fewest steps with a failure of the same kind, and writes them to a file."""
     deadline = time.monotonic() + options.shrink_seconds
+    laboratory = Laboratory(SHRINKING_PATIENCE)
 
     def is_failing(plan):
-        again = fails(plan)
+        again = laboratory.failure_of(plan)
         return again is not None and again.kind == failure.kind
 
-    plan, found = played[-1], False
-    count = 1
-    while not found and time.monotonic() < deadline:
-        plan = [step for each in played[-count:] for step in (CALM, *each)][1:]
-        found = any(is_failing(plan) for _ in range(TRIES) if time.monotonic() < deadline)
-        if count >= len(played):
-            break
-        count *= 2
+    try:
+        plan, found = with_what_came_before(played, is_failing, deadline)
+        if found:
+            plan = shrunk(plan, is_failing, deadline)
+    finally:
+        laboratory.close()
     if found:
-        plan = shrunk(plan, is_failing, deadline)
-        print(f"The fewest steps that were found to fail, on a fresh panel: {len(plan)}")
+        print(f"The fewest steps that were found to fail: {len(plan)}")
         print_steps(plan)
     else:
-        print("On a fresh panel these steps did not fail again.")
+        print("On another panel these steps did not fail again.")
     folder = pathlib.Path(options.failures)
     folder.mkdir(parents=True, exist_ok=True)
     path = folder / f"failure-{options.seed}-{number}.json"
@@ -149,10 +157,29 @@ def make_smaller(options, failure, played, number):
           f"Again, these steps: scripts/run-storm --replay {path}", flush=True)
 
 
+def with_what_came_before(played, is_failing, deadline):
+    """The steps of the last phase, or of as many as it takes to fail; and whether they do."""
+    count = 1
+    while True:
+        plan = [step for each in played[-count:] for step in (CALM, *each)][1:]
+        for _ in range(TRIES):
+            if time.monotonic() > deadline:
+                return plan, False
+            if is_failing(plan):
+                return plan, True
+        if count >= len(played):
+            return plan, False
+        count *= 2
+
+
 def replay(options):
     plan = json.loads(pathlib.Path(options.replay).read_text(encoding="ascii"))["steps"]
     for attempt in range(1, TRIES + 1):
-        failure = fails(plan, PATIENCE)
+        laboratory = Laboratory(PATIENCE)
+        try:
+            failure = laboratory.failure_of(plan)
+        finally:
+            laboratory.close()
         if failure:
             tell(failure, f"{options.replay}, attempt {attempt}", plan)
             print("0 passed, 1 failed")
