@@ -6,7 +6,6 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <ifaddrs.h>
-#include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -142,12 +141,6 @@ ssize_t sendto(int descriptor, const void *buffer, size_t size, int flags, const
 {
     static const auto real = next<decltype(sendto)>("sendto");
     return fails("sendto", familyOf(address)) ? -1 : real(descriptor, buffer, size, flags, address, length);
-}
-
-int poll(pollfd *descriptors, nfds_t count, int timeout)
-{
-    static const auto real = next<decltype(poll)>("poll");
-    return fails("poll", static_cast<std::int32_t>(count)) ? -1 : real(descriptors, count, timeout);
 }
 
 int getifaddrs(ifaddrs **list) noexcept

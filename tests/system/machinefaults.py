@@ -6,8 +6,8 @@
     ...
     faults.clear()
 
-Of the functions listed there, each can be told to fail, also for calls of one kind alone: `socket`, `bind` and
-`connect` of a family, `setsockopt` of an option, `poll` of so many descriptors.
+Of the functions listed there, each can be told to fail, also for calls of one kind alone: `socket`, `bind`, `connect`
+and `sendto` of a family, `setsockopt` of an option.
 """
 
 import errno

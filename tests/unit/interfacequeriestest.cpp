@@ -50,6 +50,7 @@ private slots:
     void ethQueriesAreZeroWithoutAddress();
     void ethSettersChangeTheInterface();
     void ethOperationsAreZeroWithoutTheInterface();
+    void ethOperationsAreZeroWithoutADescriptor();
 };
 
 void InterfaceQueriesTest::init()
@@ -218,6 +219,21 @@ void InterfaceQueriesTest::ethOperationsAreZeroWithoutTheInterface()
     QCOMPARE(ethSetIpAddress(0x0A010203u), 0u);
     QCOMPARE(ethNetmask(), 0u);
     QCOMPARE(ethSetNetmask(0xFFFFFF00u), 0u);
+}
+
+void InterfaceQueriesTest::ethOperationsAreZeroWithoutADescriptor()
+{
+    QVERIFY(ip("addr add 192.168.7.1/20 dev eth0"));
+    unsigned char mac[6];
+    {
+        const NoMoreDescriptors limit;
+        QCOMPARE(ethMacAddress(mac), 0u);
+        QCOMPARE(ethIpAddress(), 0u);
+        QCOMPARE(ethSetIpAddress(0x0A010203u), 0u);
+        QCOMPARE(ethNetmask(), 0u);
+        QCOMPARE(ethSetNetmask(0xFFFFFF00u), 0u);
+    }
+    QCOMPARE(ethIpAddress(), 0xC0A80701u);
 }
 
 int main(int argc, char **argv)
