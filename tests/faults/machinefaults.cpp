@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -141,6 +142,16 @@ ssize_t sendto(int descriptor, const void *buffer, size_t size, int flags, const
 {
     static const auto real = next<decltype(sendto)>("sendto");
     return fails("sendto", familyOf(address)) ? -1 : real(descriptor, buffer, size, flags, address, length);
+}
+
+int open64(const char *name, int flags, ...)
+{
+    static const auto real = next<decltype(open64)>("open64");
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return fails("open64", flags & O_ACCMODE) ? -1 : real(name, flags, mode);
 }
 
 int getifaddrs(ifaddrs **list) noexcept

@@ -7,13 +7,12 @@
     faults.clear()
 
 Of the functions listed there, each can be told to fail, also for calls of one kind alone: `socket`, `bind`, `connect`
-and `sendto` of a family, `setsockopt` of an option.
+and `sendto` of a family, `setsockopt` of an option, `open64` (Qt's) with an access mode.
 """
 
 import errno
 import mmap
 import os
-import resource
 import struct
 
 from hwsdsim import build_folder
@@ -46,6 +45,12 @@ class MachineFaults:
         _LAYOUT.pack_into(self._orders, place, function.encode(), kind, 0, spared, times, 0, 0)
         self._set_error(place, error)
 
+    def take_descriptors(self):
+        """Opens nothing for the program's own ends any more. A limit of the process would do the same, but the
+        sanitizer of undefined behaviour opens pipes to find out whether an object is one."""
+        self.fail("socket", errno.EMFILE)
+        self.fail("open64", errno.EMFILE)
+
     def count(self, function, *, kind=ANY):
         """From now on `calls` tells of the function, which does not fail."""
         self.fail(function, 0, kind=kind)
@@ -65,6 +70,12 @@ class MachineFaults:
         for place in self._places.values():
             self._set_error(place, 0)
 
+    def forget(self):
+        """As at the beginning."""
+        self.clear()
+        self._orders[:] = bytes(len(self._orders))
+        self._places = {}
+
     def close(self):
         self._orders.close()
 
@@ -83,19 +94,3 @@ def name_of(error):
 def descriptors(panel):
     """The numbers of the service's open descriptors."""
     return {int(number) for number in os.listdir(f"/proc/{panel.process.pid}/fd")}
-
-
-class FewDescriptors:
-    """The running service can open so many more, and no others."""
-
-    def __init__(self, panel, more=0):
-        self._process = panel.process.pid
-        taken = descriptors(panel)
-        self._limit = [number for number in range(len(taken) + more + 1) if number not in taken][more]
-
-    def __enter__(self):
-        self._before = resource.prlimit(self._process, resource.RLIMIT_NOFILE)
-        resource.prlimit(self._process, resource.RLIMIT_NOFILE, (self._limit, self._before[1]))
-
-    def __exit__(self, *exception):
-        resource.prlimit(self._process, resource.RLIMIT_NOFILE, self._before)

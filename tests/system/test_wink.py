@@ -8,7 +8,7 @@ import time
 import pytest
 
 import mvdp
-from machinefaults import FewDescriptors
+from machinefaults import MachineFaults
 from mvdp import Command
 from noticepicture import HAND, read_notice, read_texts
 from panel import MAC, Xvfb
@@ -332,14 +332,17 @@ def test_a_notice_that_the_display_hangs_for_is_shown_when_it_goes_on(hanging):
     assert panel.warnings() == []
 
 
-def test_without_descriptors_no_notice_is_shown_and_later_it_is(stage):
-    panel, tool, screen = stage()
+def test_without_descriptors_no_notice_is_shown_and_later_it_is(stage, tmp_path):
+    faults = MachineFaults(tmp_path)
+    panel, tool, screen = stage(environment=faults.environment)
     tool.ask(DISCOVER)
-    with FewDescriptors(panel):
-        wink(tool)
-        wait_for(panel.warnings, "the warning")
+    faults.take_descriptors()
+    wink(tool)
+    wait_for(panel.warnings, "the warning")
+    faults.clear()
     shown_notice(panel, tool, screen)
     assert panel.warnings() == [NO_DISPLAY]
+    faults.close()
 
 
 @pytest.mark.parametrize("method", ["getInterfaceConfig", "info"])
