@@ -34,7 +34,7 @@ def main():
     arguments.table.unlink(missing_ok=True)
     if lines:
         arguments.table.write_bytes(b"".join(lines))
-    print(f"  {arguments.table.parent.name}: {len(lines)} of {len(found)} inputs stand in {arguments.table.name}, "
+    print(f"    {len(lines)} of {len(found)} that the other seeds do not make up for are in {arguments.table}, "
           f"{sum(map(len, lines))} bytes")
 
 
