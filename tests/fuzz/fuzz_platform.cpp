@@ -10,7 +10,8 @@
 //   M manufactureCode         (nothing)
 //   E readSlvAddr             the description is asked for
 //   I                         another interface is chosen, whose name is the rest of the line
-// Behind the letter stands the answer (dbusvalue.h). A small letter sends it with the other byte order.
+// Behind the letter stands the answer (dbusvalue.h). A small letter sends it with the most significant byte
+// of each number first.
 
 #include "countedwarnings.h"
 #include "dbuspeer.h"

@@ -6,8 +6,8 @@
 
 #include <algorithm>
 
-// True when no character can control a terminal, change the direction of text or start a line. Half a character
-// is none that can be written.
+// True when no character can control a terminal, change the direction of text or start a line. Half a
+// character is none that can be written.
 inline bool isHarmless(const QString &line)
 {
     const bool harmless = std::all_of(line.begin(), line.end(), [](QChar character) {
