@@ -25,9 +25,10 @@ TEXTS = ["", "{", "[]", "null", "{}", '{"name": ""}', '{"name": 1}', '{"name": "
          '{"name": "eth0", "metric": 1e999}', '{"name": "eth0", "actual_ip_address": "256.1.1.1"}']
 
 # What may happen beside datagrams, and how likely it is in a phase.
-WINDS = {"state": 0.5, "platform": 0.4, "network": 0.3, "screen": 0.3, "stall": 0.3, "disk": 0.3}
+WINDS = {"state": 0.5, "platform": 0.4, "network": 0.3, "screen": 0.3, "stall": 0.3, "disk": 0.3,
+         "clock": 0.2}
 # These mean another process; without them the service grows old.
-ROUGH_WINDS = {"bus": 0.4, "process": 0.4}
+ROUGH_WINDS = {"bus": 0.4, "process": 0.4, "memory": 0.1}
 FEWEST, MOST = 40, 200
 
 
@@ -216,5 +217,13 @@ def process(dice):
                                                    "SIGCHLD"))}
 
 
+def clock(dice):
+    return {"do": "clock", "ahead": dice.choice((0, -1, 1, 3600, -86400, 86400 * 3650, -10**9, 2**31))}
+
+
+def memory(dice):
+    return {"do": "no_memory", "after": dice.randrange(2000), "times": dice.choice((1, 1, 5, 1000))}
+
+
 KINDS = {"state": state, "platform": platform, "network": network, "screen": screen, "stall": stall, "disk": disk,
-         "bus": bus, "process": process}
+         "bus": bus, "process": process, "clock": clock, "memory": memory}

@@ -1,15 +1,17 @@
 """The real service on a real bus and wire: carries out the steps of a phase, calms everything, and checks."""
 
+import mmap
 import os
 import pathlib
 import signal
+import struct
 import time
 
 from jeepney.bus_messages import message_bus
 from jeepney.io.blocking import open_dbus_connection
 
 import mvdp
-from hwsdsim import SERVICE_NAME
+from hwsdsim import SERVICE_NAME, build_folder
 from model import Datagram, Identity, Phase, version_of
 from mvdp import Command
 from netns import join
@@ -31,7 +33,7 @@ LEASES = {"eth0": ("192.168.10.105", NETMASK, "192.168.10.1"), "eth1": ("0.0.0.0
 DESCRIPTION, EEPROM_TEXT, VERSION_TEXT = b"QM413-JD562", b"SIMULATED PANEL", "UN20HS_01234567"
 VERSION = version_of(VERSION_TEXT)
 # Another panel's platform service, which takes the place of ours.
-OTHER_STATE = {"identity": {"manufactureCode": 501}, "partition": {"version": "OTHER__02001003"},
+OTHER_STATE = {"factory": STATE["factory"], "identity": {"manufactureCode": 501}, "partition": {"version": "OTHER__02001003"},
                "interfaces": {"eth0": {"mac_address": "02:00:00:00:00:01", "actual_ip_address": "192.168.10.99",
                                        "actual_netmask": "255.255.255.128", "actual_gateway_ip": "1.2.3.4"}}}
 OTHER_RECORD = (("192.168.10.99", "255.255.255.128", "1.2.3.4"), mvdp.mac_bytes("02:00:00:00:00:01"))
@@ -48,6 +50,9 @@ PHASES_TO_HIDE = 100
 
 # The kernel's default buffer holds some 200 kB, of which a datagram takes more than it is long.
 SENDS_TO_LOOK, CROWDED, LONGEST_WAIT = 16, 80 * 1024, 0.05
+
+# The C++ library, GLib and libdbus abort; what they missed is a null pointer.
+ENDS_WITHOUT_MEMORY = (-signal.SIGABRT, -signal.SIGSEGV, -signal.SIGTRAP)
 
 FIRST_PORT, PORTS = 10000, 30000
 
@@ -91,6 +96,7 @@ class Figures:
     def __init__(self):
         self.phases = self.steps = self.sent = self.dropped = self.answered = 0
         self.sim_starts = self.bus_starts = self.service_starts = 0
+        self.ends_without_memory = self.deaf_without_memory = 0
         self.commands, self.kinds = {}, {}
         # kB by phase; descriptors and threads of the last process.
         self.memory, self.files, self.threads = [], 0, 0
@@ -108,8 +114,31 @@ class Figures:
                 f"answered: {commands}\nsteps: {kinds}\n"
                 f"starts of the platform service {self.sim_starts}, of a bus {self.bus_starts}, of mvdpserver "
                 f"{self.service_starts}; winks {self.commands.get(Command.WINK, 0)}\n"
+                f"ended by a lack of memory {self.ends_without_memory}, made deaf by it {self.deaf_without_memory}\n"
                 f"memory after the first phase {first} kB, after the last {last} kB, at most "
                 f"{max(self.memory, default=0)} kB; descriptors {self.files}, threads {self.threads}")
+
+
+class Machine:
+    """The clock and the memory of the service's machine; machine.c has the layout, and tells more."""
+
+    LAYOUT = struct.Struct("=6q")
+    FIELDS = ("clock_ahead_seconds", "until_failure", "to_fail", "failed", "live_blocks", "live_bytes")
+
+    def __init__(self, path):
+        self.environment = {"LD_PRELOAD": str(build_folder() / "storm" / "machine.so"),
+                            "MVDP_STORM_MACHINE": str(path)}
+        path.write_bytes(bytes(self.LAYOUT.size))
+        with open(path, "r+b") as file:
+            self._memory = mmap.mmap(file.fileno(), self.LAYOUT.size)
+
+    def get(self, field):
+        return self.LAYOUT.unpack(self._memory[:])[self.FIELDS.index(field)]
+
+    def set(self, **fields):
+        """One field after the other: the service changes the rest meanwhile."""
+        for field, value in fields.items():
+            struct.pack_into("=q", self._memory, 8 * self.FIELDS.index(field), value)
 
 
 class World:
@@ -125,6 +154,7 @@ class World:
         self.panel = None
         try:
             self.panel = Panel(lay_wires=lay_wires, state=STATE, display=self.screen_server.display, start=False)
+            self._machine = Machine(self.panel.folder / "machine")
             self.wires = {"near": Wire(self.panel.tool, "eth0", mvdp.mac_bytes(MAC)),
                           "neighbour": Wire(self.panel.neighbour, "eth0", mvdp.mac_bytes(SECOND_MAC))}
             self.wires["far"] = self.wires["near"]
@@ -154,7 +184,9 @@ class World:
     # The service
 
     def _start_service(self, doubtful):
-        self.panel.start_service(wait=False)
+        self._machine.set(**dict.fromkeys(Machine.FIELDS, 0))
+        self._lacked_memory = False
+        self.panel.start_service(wait=False, environment=self._machine.environment)
         # Without a route to it the group is joined later.
         if self.phase and self.phase.network_is_changed:
             wait_for(lambda: UDP_PORT_IN_PROC in self.panel._proc("net/udp"), "mvdpserver to listen")
@@ -176,6 +208,22 @@ class World:
         except AssertionError as problem:
             raise Failure("ended", str(problem)) from None
 
+    def _look_after_service(self):
+        """As an init system would. Only a lack of memory may end it."""
+        code = self.panel.process.poll()
+        if code is None:
+            return
+        if not self._lacked_memory or code not in ENDS_WITHOUT_MEMORY:
+            self._check_alive()
+        self.figures.ends_without_memory += 1
+        self.panel.process = None
+        self._begin_process()
+
+    def _begin_process(self):
+        self._start_service(doubtful=self._is_troubled)
+        self.phase.process_begins(self._identity)
+        self._drops_before = 0
+
     def _end_service(self, how):
         """Sends a signal that may end the service, and starts it again as an init system would."""
         process = self.panel.process
@@ -183,12 +231,10 @@ class World:
         if how in (signal.SIGHUP, signal.SIGUSR1, signal.SIGTERM, signal.SIGKILL):
             process.send_signal(signal.SIGCONT)
             process.wait(PATIENCE)
-            if process.returncode != -how:
+            if process.returncode != -how and not self._lacked_memory:
                 raise Failure("ended", f"the service ended with {process.returncode} at {how.name}")
             self.panel.process = None
-            self._start_service(doubtful=self._is_troubled)
-            self.phase.process_begins(self._identity)
-            self._drops_before = 0
+            self._begin_process()
 
     def _status(self, key):
         for line in pathlib.Path(f"/proc/{self.panel.process.pid}/status").read_text(encoding="utf-8").splitlines():
@@ -235,12 +281,12 @@ class World:
             self.figures.kinds[step["do"]] = self.figures.kinds.get(step["do"], 0) + 1
             getattr(self, "_do_" + step["do"])(step)
             self._read_wires()
-            if self.panel.process.poll() is not None:
-                self._check_alive()
+            self._look_after_service()
         self._calm()
         self._judge()
-        if self._link_is_doubtful:
-            # It holds the first bus that it found for as long as it lives.
+        if self._link_is_doubtful or self._lacked_memory:
+            # It holds the first bus that it found for as long as it lives, and a library that has lacked memory once
+            # owes nothing.
             self.panel.stop_service()
             self._start_service(doubtful=False)
         self._check_exactly()
@@ -472,12 +518,22 @@ class World:
     def _do_factory_file(self, step):
         self.panel.write_machine_ini(step["text"])
 
+    def _do_clock(self, step):
+        self._machine.set(clock_ahead_seconds=step["ahead"])
+
+    def _do_no_memory(self, step):
+        if self._machine.get("live_blocks"):
+            self._trouble()
+            self._lacked_memory = True
+            self._machine.set(until_failure=step["after"], to_fail=step["times"])
+
     # Calm
 
     def _calm(self):
         """Everything is put back; returns when the service has answered all that came before."""
         self._step += 1
         self.panel.process.send_signal(signal.SIGCONT)
+        self._machine.set(to_fail=0, clock_ahead_seconds=0)
         if self.phase.network_is_changed:
             put_network_back(self.panel)
             self.phase.network_changes(self._step)
@@ -505,7 +561,8 @@ class World:
 
     def _settle(self):
         self.phase.network_is_changed = False
-        deadline = time.monotonic() + self._settling
+        begin = time.monotonic()
+        deadline = begin + self._settling
         # A token finds no room while a flood is worked off.
         patience = 0.2
         while True:
@@ -516,11 +573,16 @@ class World:
             patience *= 1.5
             while not datagram.replies and time.monotonic() < retry:
                 self._read_wires()
-                self._check_alive()
+                self._look_after_service()
                 time.sleep(0.002)
             if datagram.replies:
                 self._last_buffer = token
                 return
+            if self._lacked_memory and time.monotonic() > begin + self._patience:
+                # Where an allocation fails in the middle of a call, the library waits for its answer without end.
+                self.figures.deaf_without_memory += 1
+                self.panel._kill_service()
+                self._begin_process()
             if time.monotonic() > deadline:
                 raise Failure("silent", f"no echo came back for {self._settling:g} s after everything was put back")
 
