@@ -144,7 +144,8 @@ class Phase:
 
     def seen(self, destination, port, payload, step):
         if port not in self.by_port:
-            self.problems.append(("stray", f"a datagram to {destination}:{port} that nobody asked for: {shown(payload)}"))
+            self.problems.append(("stray", f"a datagram to {destination}:{port} that nobody asked for: "
+                                  f"{shown(payload)}"))
             return
         self.by_port[port][0].replies.append(Seen(destination, payload, step))
 
@@ -204,7 +205,8 @@ class Phase:
     # Judging
 
     def judge(self, drops, last):
-        """The problems of the phase, as (kind, text); `drops` is how many datagrams found no room, `last` the step after it."""
+        """The problems of the phase, as (kind, text); `drops` is how many datagrams found no room, `last` the step
+        after it."""
         buffers, missing = None, []
         for order, datagram in enumerate(self.datagrams):
             if order in self.eras:
@@ -214,8 +216,9 @@ class Phase:
             buffers = self._judge_one(order, datagram, buffers, drops > 0, last, missing)
         for port, datagrams in self.by_port.items():
             for seen in datagrams[0].replies:
-                self.problems.append(("answer", f"an answer that is not owed: {datagrams[-1]}\n  got at step {seen.step} to "
-                                     f"{seen.destination}: {shown(seen.payload)}\n{datagrams[-1].possible or ''}"))
+                self.problems.append(("answer", f"an answer that is not owed: {datagrams[-1]}\n"
+                                      f"  got at step {seen.step} to {seen.destination}: {shown(seen.payload)}\n"
+                                      f"{datagrams[-1].possible or ''}"))
         if len(missing) > drops:
             self.problems.append(("missing", f"{len(missing)} datagrams are not answered and {drops} found no room; "
                                   f"the first: {missing[0]}"))
@@ -265,7 +268,8 @@ class Phase:
         """The command that a buffer holds, None for what is dropped, "any" where it cannot be known."""
         if full is None:
             header = data[:7]
-            if not mvdp.MAGIC.startswith(header[:4]) or header[4:5] in (b"\0", b"\1") or header[5:6] not in (b"", b"\1"):
+            if (not mvdp.MAGIC.startswith(header[:4]) or header[4:5] in (b"\0", b"\1") or
+                    header[5:6] not in (b"", b"\1")):
                 return None
             return "any" if header[6:7] == b"" or header[6] in COMMANDS else None
         if full[:4] != mvdp.MAGIC or full[5] != mvdp.REQUEST or full[4] < 2 or full[6] not in COMMANDS:
@@ -316,7 +320,8 @@ class Phase:
             gateway=reply.gateway, mac=reply.mac, partition_version=reply.partition_version,
             description=reply.description)
         destination = datagram.source if is_local(triple, datagram.source) else mvdp.GROUP
-        return (seen.payload == expected and (triple in triples or ANY in triples) and seen.destination == destination and
+        return (seen.payload == expected and seen.destination == destination and
+                (triple in triples or ANY in triples) and
                 mac in self._possible(self.macs, order, datagram, seen.step) and
                 self.identity.accepts(reply.description, reply.partition_version))
 

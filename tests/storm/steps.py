@@ -24,6 +24,9 @@ TEXTS = ["", "{", "[]", "null", "{}", '{"name": ""}', '{"name": 1}', '{"name": "
          '{"name": "eth0"}', '{"name": "eth0", "actual_ip_address": []}', "[" * 4000, '{"a":' * 4000, "\\u0000",
          '{"name": "eth0", "metric": 1e999}', '{"name": "eth0", "actual_ip_address": "256.1.1.1"}']
 
+# None of them has the panel's own model.
+FACTORY_FILES = ["[Brand]\noptions/devicename=1:one,2:two\n", "[", "x" * 5000]
+
 # What may happen beside datagrams, and how likely it is in a phase.
 WINDS = {"state": 0.5, "platform": 0.4, "network": 0.3, "screen": 0.3, "stall": 0.3, "disk": 0.3,
          "clock": 0.2}
@@ -203,13 +206,12 @@ def stall(dice):
 
 def disk(dice):
     return dice.choice(({"do": "disk_full"}, {"do": "disk_gone"}, {"do": "marker_folder"},
-                        {"do": "factory_file", "text": dice.choice(("[Brand]\noptions/devicename=1:one,2:two\n", "[",
-                                                                     "x" * 5000))}))
+                        {"do": "factory_file", "text": dice.choice(FACTORY_FILES)}))
 
 
 def bus(dice):
-    return {"do": dice.choice(("bus_stop", "bus_start", "bus_start")), "bus": dice.choice(("system", "system",
-                                                                                            "session"))}
+    return {"do": dice.choice(("bus_stop", "bus_start", "bus_start")),
+            "bus": dice.choice(("system", "system", "session"))}
 
 
 def process(dice):

@@ -12,10 +12,11 @@ from jeepney.io.blocking import open_dbus_connection
 
 import mvdp
 from hwsdsim import SERVICE_NAME, build_folder
-from model import Datagram, Identity, Phase, version_of
+from model import Datagram, Identity, Phase, shown, version_of
 from mvdp import Command
 from netns import join
-from panel import ADDRESS, FACTORY_ADDRESS, FAR_ADDRESS, GATEWAY, NETMASK, TOOL_ADDRESS, UDP_PORT_IN_PROC, Panel, Tool, Xvfb
+from panel import (ADDRESS, FACTORY_ADDRESS, FAR_ADDRESS, GATEWAY, NETMASK, TOOL_ADDRESS, UDP_PORT_IN_PROC, Panel,
+                   Tool, Xvfb)
 from steps import MAC, SECOND_MAC, SENDERS
 from waiting import PATIENCE, wait_for
 from wire import Wire
@@ -33,16 +34,17 @@ LEASES = {"eth0": ("192.168.10.105", NETMASK, "192.168.10.1"), "eth1": ("0.0.0.0
 DESCRIPTION, EEPROM_TEXT, VERSION_TEXT = b"QM413-JD562", b"SIMULATED PANEL", "UN20HS_01234567"
 VERSION = version_of(VERSION_TEXT)
 # Another panel's platform service, which takes the place of ours.
-OTHER_STATE = {"factory": STATE["factory"], "identity": {"manufactureCode": 501}, "partition": {"version": "OTHER__02001003"},
+OTHER_STATE = {"factory": STATE["factory"], "identity": {"manufactureCode": 501},
+               "partition": {"version": "OTHER__02001003"},
                "interfaces": {"eth0": {"mac_address": "02:00:00:00:00:01", "actual_ip_address": "192.168.10.99",
                                        "actual_netmask": "255.255.255.128", "actual_gateway_ip": "1.2.3.4"}}}
 OTHER_RECORD = (("192.168.10.99", "255.255.255.128", "1.2.3.4"), mvdp.mac_bytes("02:00:00:00:00:01"))
 OTHER_DESCRIPTION, OTHER_VERSION = b"QM310-44LRNA", version_of("OTHER__02001003")
 
 # Of a process: the phases until its pools are full, those of which the smallest counts, and how much it may grow after
-# that, however many phases follow. A sanitizer keeps what was freed for a while.
+# that, however many phases follow. The allocator keeps pages, and a sanitizer what was freed; blocks are exact.
 WARM_UP, SAMPLE = 8, 4
-GROWTH_KB, SANITIZED_GROWTH_KB = 3 * 1024, 24 * 1024
+GROWTH_KB, SANITIZED_GROWTH_KB, GROWTH_BLOCKS = 3 * 1024, 24 * 1024, 200
 SANITIZED_ADDRESS_SPACE_KB = 1 << 30
 
 # The notice disappears by itself; that takes five seconds, so it is waited for now and then only.
@@ -55,6 +57,7 @@ SENDS_TO_LOOK, CROWDED, LONGEST_WAIT = 16, 80 * 1024, 0.05
 ENDS_WITHOUT_MEMORY = (-signal.SIGABRT, -signal.SIGSEGV, -signal.SIGTRAP)
 
 FIRST_PORT, PORTS = 10000, 30000
+
 
 class Failure(Exception):
     """The service has not done what it must. `kind` tells failures apart when they are made smaller; `step` is how far
@@ -98,8 +101,8 @@ class Figures:
         self.sim_starts = self.bus_starts = self.service_starts = 0
         self.ends_without_memory = self.deaf_without_memory = 0
         self.commands, self.kinds = {}, {}
-        # kB by phase; descriptors and threads of the last process.
-        self.memory, self.files, self.threads = [], 0, 0
+        # After each phase: kB, and blocks that are allocated; descriptors and threads of the last process.
+        self.memory, self.blocks, self.files, self.threads = [], [], 0, 0
 
     def short(self):
         return (f"{self.phases} phases, {self.steps} steps, {self.sent} datagrams sent, {self.answered} answered, "
@@ -109,6 +112,7 @@ class Figures:
         commands = ", ".join(f"{Command(code).name.lower()} {count}" for code, count in sorted(self.commands.items()))
         kinds = ", ".join(f"{kind} {count}" for kind, count in sorted(self.kinds.items()))
         first, last = (self.memory[0], self.memory[-1]) if self.memory else (0, 0)
+        blocks = f"{self.blocks[0]} and {self.blocks[-1]}" if self.blocks and self.blocks[0] else "not counted"
         return (f"{self.phases} phases in {seconds:.0f} s, {self.steps} steps\n"
                 f"{self.sent} datagrams sent, {self.answered} answered, {self.dropped} found no room\n"
                 f"answered: {commands}\nsteps: {kinds}\n"
@@ -116,7 +120,8 @@ class Figures:
                 f"{self.service_starts}; winks {self.commands.get(Command.WINK, 0)}\n"
                 f"ended by a lack of memory {self.ends_without_memory}, made deaf by it {self.deaf_without_memory}\n"
                 f"memory after the first phase {first} kB, after the last {last} kB, at most "
-                f"{max(self.memory, default=0)} kB; descriptors {self.files}, threads {self.threads}")
+                f"{max(self.memory, default=0)} kB; blocks then {blocks}; descriptors {self.files}, threads "
+                f"{self.threads}")
 
 
 class Machine:
@@ -197,7 +202,6 @@ class World:
         self._identity.descriptions |= {EEPROM_TEXT, OTHER_DESCRIPTION}
         self._identity.versions |= {OTHER_VERSION, *(version_of(VERSION_TEXT[:n]) for n in range(21)),
                                     *(version_of("OTHER__02001003"[:n]) for n in range(21))}
-        self._link_is_doubtful = False
         self._is_stopped = False
         self._files = self._threads = None
         self._last_buffer = bytes(mvdp.SIZE)
@@ -284,7 +288,7 @@ class World:
             self._look_after_service()
         self._calm()
         self._judge()
-        if self._link_is_doubtful or self._lacked_memory:
+        if self._bus_is_doubtful or self._lacked_memory:
             # It holds the first bus that it found for as long as it lives, and a library that has lacked memory once
             # owes nothing.
             self.panel.stop_service()
@@ -302,7 +306,7 @@ class World:
         return self._files is not None
 
     def _begin(self):
-        self._is_troubled = False
+        self._is_troubled = self._bus_is_doubtful = False
         self._read_wires()
         self.phase = Phase(RECORDS, FACTORY, LEASES, self._identity, self._last_buffer,
                            is_fresh=not self.is_long_lived)
@@ -443,7 +447,7 @@ class World:
 
     def _do_bus_stop(self, step):
         self._trouble()
-        self._link_is_doubtful = True
+        self._bus_is_doubtful = True
         if step["bus"] == "system":
             self._kill_sim()
             self._give_name_back()
@@ -451,7 +455,7 @@ class World:
 
     def _do_bus_start(self, step):
         self._trouble()
-        self._link_is_doubtful = True
+        self._bus_is_doubtful = True
         self.panel.bus(step["bus"]).start()
         self.figures.bus_starts += 1
 
@@ -609,7 +613,7 @@ class World:
                     expected = mvdp.identity(command=command, tag=command, address=address, netmask=netmask,
                                              gateway=gateway, mac=own, partition_version=reply.partition_version,
                                              description=reply.description)
-                    assert reply.data == expected, f"{reply} instead of {expected.hex(' ')}"
+                    assert reply.data == expected, f"{shown(reply.data)} instead of {shown(expected)}"
                     assert self._identity.accepts(reply.description, reply.partition_version), repr(reply)
                     self._identity.note(reply.description, reply.partition_version)
                 for command in (Command.IDENTIFY, Command.WINK, Command.SET_ADDRESS, Command.RESTART):
@@ -622,6 +626,7 @@ class World:
             self._check_alive()
         except AssertionError as problem:
             raise Failure("calm", f"after the calm: {problem}") from None
+
     def _check_notice(self):
         """A wink puts the notice above what covers the screen."""
         tool, pid = self._tools[0][0], self.panel.process.pid
@@ -642,7 +647,7 @@ class World:
 
     def _take_baseline(self):
         self._files, self._threads = self._descriptors(), self._status("Threads")
-        self._memory = []
+        self._kilobytes, self._blocks = [], []
 
     def _check_size(self):
         memory = self._status("VmRSS")
@@ -657,11 +662,19 @@ class World:
         except AssertionError as problem:
             raise Failure("size", f"{problem}, but there are {self._descriptors()} descriptors and "
                           f"{self._status('Threads')} threads") from None
-        self._memory.append(memory)
-        if len(self._memory) < WARM_UP + SAMPLE:
+        blocks = self._machine.get("live_blocks")
+        self.figures.blocks.append(blocks)
+        is_sanitized = self._status("VmSize") > SANITIZED_ADDRESS_SPACE_KB
+        self._kilobytes.append(memory)
+        self._blocks.append(blocks)
+        self._check_growth(self._kilobytes, SANITIZED_GROWTH_KB if is_sanitized else GROWTH_KB, "kB")
+        self._check_growth(self._blocks, GROWTH_BLOCKS, "blocks of memory")
+
+    @staticmethod
+    def _check_growth(sizes, allowed, unit):
+        if len(sizes) < WARM_UP + SAMPLE:
             return
-        allowed = SANITIZED_GROWTH_KB if self._status("VmSize") > SANITIZED_ADDRESS_SPACE_KB else GROWTH_KB
-        growth = min(self._memory[-SAMPLE:]) - min(self._memory[WARM_UP:WARM_UP + SAMPLE])
+        growth = min(sizes[-SAMPLE:]) - min(sizes[WARM_UP:WARM_UP + SAMPLE])
         if growth > allowed:
-            raise Failure("memory", f"{growth} kB more than {len(self._memory) - WARM_UP} phases before; "
-                          f"{allowed} kB are allowed")
+            raise Failure("memory", f"{growth} {unit} more than {len(sizes) - WARM_UP} phases before; {allowed} are "
+                          "allowed")
