@@ -23,6 +23,7 @@ REPORT_EVERY = 60
 # While a failure is made smaller, patience is a matter of many runs.
 SHRINKING_PATIENCE = 5
 TRIES = 3
+MOST_PHASES_BACK = 16
 MOST_STEPS_PRINTED = 30
 CALM = {"do": "calm"}
 
@@ -100,10 +101,11 @@ def print_steps(plan):
 
 
 class Laboratory:
-    """Panels on which steps are tried. One that has not failed is used again."""
+    """Panels on which steps are tried. One that has not failed is used again. `is_slow`: one datagram is done with
+    before the next step."""
 
-    def __init__(self, patience):
-        self._patience = patience
+    def __init__(self, patience, is_slow):
+        self._patience, self.is_slow = patience, is_slow
         self._world = None
 
     def failure_of(self, plan):
@@ -114,7 +116,7 @@ class Laboratory:
                 phases.append([])
             else:
                 phases[-1].append(step)
-        self._world = self._world or World(Figures(), self._patience)
+        self._world = self._world or World(Figures(), self._patience, self.is_slow)
         try:
             for each in phases:
                 self._world.play(each)
@@ -132,50 +134,56 @@ class Laboratory:
 def make_smaller(options, failure, played, number):
     """Looks for the fewest steps with a failure of the same kind, and writes them to a file."""
     deadline = time.monotonic() + options.shrink_seconds
-    laboratory = Laboratory(SHRINKING_PATIENCE)
+    # Slow steps fail again more surely, when they do.
+    for is_slow in (True, False):
+        laboratory = Laboratory(SHRINKING_PATIENCE, is_slow)
 
-    def is_failing(plan):
-        again = laboratory.failure_of(plan)
-        return again is not None and again.kind == failure.kind
+        def is_failing(plan):
+            again = laboratory.failure_of(plan)
+            return again is not None and again.kind == failure.kind
 
-    try:
-        plan, found = with_what_came_before(played, is_failing, deadline)
+        try:
+            plan, found = with_what_came_before(played, is_failing, deadline, tries=1 if is_slow else TRIES)
+            if found:
+                plan = shrunk(plan, is_failing, deadline)
+        finally:
+            laboratory.close()
         if found:
-            plan = shrunk(plan, is_failing, deadline)
-    finally:
-        laboratory.close()
+            break
     if found:
-        print(f"The fewest steps that were found to fail: {len(plan)}")
+        manner = "one after the other" if is_slow else "at once"
+        print(f"The fewest steps that were found to fail, {manner}: {len(plan)}")
         print_steps(plan)
     else:
         print("On another panel these steps did not fail again.")
     folder = pathlib.Path(options.failures)
     folder.mkdir(parents=True, exist_ok=True)
     path = folder / f"failure-{options.seed}-{number}.json"
-    path.write_text(json.dumps({"kind": failure.kind, "steps": plan}, indent=0), encoding="ascii")
+    path.write_text(json.dumps({"kind": failure.kind, "slow": is_slow, "steps": plan}, indent=0), encoding="ascii")
     print(f"Again, in full: scripts/run-storm --seed {options.seed}\n"
           f"Again, these steps: scripts/run-storm --replay {path}", flush=True)
 
 
-def with_what_came_before(played, is_failing, deadline):
+def with_what_came_before(played, is_failing, deadline, tries):
     """The steps of the last phase, or of as many as it takes to fail; and whether they do."""
     count = 1
     while True:
         plan = [step for each in played[-count:] for step in (CALM, *each)][1:]
-        for _ in range(TRIES):
+        for _ in range(tries):
             if time.monotonic() > deadline:
                 return plan, False
             if is_failing(plan):
                 return plan, True
-        if count >= len(played):
+        if count >= min(len(played), MOST_PHASES_BACK):
             return plan, False
         count *= 2
 
 
 def replay(options):
-    plan = json.loads(pathlib.Path(options.replay).read_text(encoding="ascii"))["steps"]
+    saved = json.loads(pathlib.Path(options.replay).read_text(encoding="ascii"))
+    plan = saved["steps"]
     for attempt in range(1, TRIES + 1):
-        laboratory = Laboratory(PATIENCE)
+        laboratory = Laboratory(PATIENCE, saved["slow"])
         try:
             failure = laboratory.failure_of(plan)
         finally:

@@ -149,9 +149,11 @@ class Machine:
 class World:
     """One panel. A phase is `play(steps)`; whatever is wrong is a Failure."""
 
-    def __init__(self, figures, patience=PATIENCE):
+    def __init__(self, figures, patience=PATIENCE, is_slow=False):
+        """`is_slow`: each datagram is done with before the next step, as far as anything answers."""
         self.figures = figures
         self._patience = patience
+        self._is_slow = is_slow
         # A platform service that does not answer costs D-Bus's time-out; it is ended before this begins.
         self._settling = 4 * patience
         self.screen_server = Xvfb()
@@ -335,7 +337,9 @@ class World:
     def _do_send(self, step):
         self._send(step["from"], step["to"], bytes.fromhex(step["data"]), step["own_port"])
         self._sends += 1
-        if self._sends % SENDS_TO_LOOK == 0:
+        if self._is_slow:
+            self._answers(self._send_token(), LONGEST_WAIT)
+        elif self._sends % SENDS_TO_LOOK == 0:
             # Only a flood is to be lost. But a service that is not to answer now is not waited for.
             deadline = time.monotonic() + LONGEST_WAIT
             while self._socket()[0] > CROWDED and time.monotonic() < deadline:
@@ -571,17 +575,11 @@ class World:
         patience = 0.2
         while True:
             self._step += 1
-            token = mvdp.request(Command.ECHO, rest=self._step.to_bytes(8, "big") + os.urandom(8) + bytes(214))
-            datagram = self._send("near", ADDRESS, token)
-            retry = time.monotonic() + patience
-            patience *= 1.5
-            while not datagram.replies and time.monotonic() < retry:
-                self._read_wires()
-                self._look_after_service()
-                time.sleep(0.002)
-            if datagram.replies:
-                self._last_buffer = token
+            datagram = self._send_token()
+            if self._answers(datagram, patience):
+                self._last_buffer = datagram.payload
                 return
+            patience *= 1.5
             if self._lacked_memory and time.monotonic() > begin + self._patience:
                 # Where an allocation fails in the middle of a call, the library waits for its answer without end.
                 self.figures.deaf_without_memory += 1
@@ -589,6 +587,20 @@ class World:
                 self._begin_process()
             if time.monotonic() > deadline:
                 raise Failure("silent", f"no echo came back for {self._settling:g} s after everything was put back")
+
+    def _send_token(self):
+        """An echo that is like no other."""
+        return self._send("near", ADDRESS, mvdp.request(
+            Command.ECHO, rest=self._next_port.to_bytes(8, "big") + os.urandom(8) + bytes(214)))
+
+    def _answers(self, datagram, patience):
+        """Whether the datagram is answered in time."""
+        deadline = time.monotonic() + patience
+        while not datagram.replies and time.monotonic() < deadline:
+            self._read_wires()
+            self._look_after_service()
+            time.sleep(0.001)
+        return bool(datagram.replies)
 
     def _judge(self):
         drops = max(0, self._drops() - self._drops_before)
