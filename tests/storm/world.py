@@ -644,7 +644,7 @@ class World:
     def _check_notice(self):
         """A wink puts the notice above what covers the screen."""
         tool, pid = self._tools[0][0], self.panel.process.pid
-        if self.figures.phases % PHASES_TO_HIDE == 0:
+        if self.figures.phases % PHASES_TO_HIDE == PHASES_TO_HIDE - 1:
             self.screen.wait_for_no_window(pid)
         cover = self.screen.open_window(0, 0, self.screen.width, self.screen.height)
         try:
