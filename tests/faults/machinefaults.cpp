@@ -27,8 +27,7 @@ constexpr std::size_t MostOrders = 32;
 // left to the first.
 struct Order {
     char function[16];
-    // Calls of other kinds do not count: a socket's family, an option's number, how many descriptors are
-    // polled.
+    // Calls of other kinds do not count: a socket's family, an option's number, an access mode.
     std::int32_t kind;
     std::atomic<std::int32_t> error;  // as in errno; 0: let calls through
     std::atomic<std::int32_t> spared; // let so many through first
