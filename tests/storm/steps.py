@@ -67,7 +67,7 @@ def send(dice, winds):
     if sender != "neighbour":
         destinations.append(mvdp.GROUP)
     # Where the panel's addresses change, it may take its own echo for one of others.
-    own_port = sender != "neighbour" and "network" not in winds and dice.random() < 0.03
+    own_port = sender != "neighbour" and not {"network", "platform"} & set(winds) and dice.random() < 0.03
     return {"do": "send", "from": sender, "to": dice.choice(destinations), "own_port": own_port,
             "data": payload(dice, sender).hex()}
 
@@ -144,7 +144,8 @@ def platform(dice):
     if do == "fault":
         return fault(dice)
     if do == "sim_start":
-        return {"do": do, "other": dice.random() < 0.3}
+        # `follows`: the panel's real interfaces take the settings that it applies.
+        return {"do": do, "other": dice.random() < 0.3, "follows": dice.random() < 0.3}
     if do == "disappear":
         return {"do": do, "ms": dice.choice((1, 20, 100))}
     return {"do": do}

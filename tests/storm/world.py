@@ -415,7 +415,14 @@ class World:
         else:
             for name, record in RECORDS.items():
                 self.phase.told(name, *record, self._step)
-        self.panel.start_sim(state=OTHER_STATE if step["other"] else STATE)
+        self._start_sim(OTHER_STATE if step["other"] else STATE, step["follows"])
+        if step["follows"]:
+            self.phase.network_changes(self._step)
+
+    def _start_sim(self, state, follows=False):
+        options = ["--apply-to-kernel"] if follows else []
+        prefix = ["nsenter", f"--net={self.panel.namespace.path}"] if follows else []
+        self.panel.start_sim(state=state, options=options, prefix=prefix)
         self.figures.sim_starts += 1
 
     def _do_sim_pause(self, _):
@@ -544,9 +551,12 @@ class World:
         self._step += 1
         self.panel.process.send_signal(signal.SIGCONT)
         self._machine.set(to_fail=0, clock_ahead_seconds=0)
-        if self.phase.network_is_changed:
-            put_network_back(self.panel)
-            self.phase.network_changes(self._step)
+        # What a method was told to do later must not be done to the next phase.
+        if self._is_troubled:
+            self._kill_sim()
+        was_changed = self.phase.network_is_changed
+        if was_changed:
+            self._put_network_back()
         while self._covers:
             self._covers.pop().destroy()
         self.screen.root.get_geometry()
@@ -555,22 +565,22 @@ class World:
         self.panel.session_bus.stop()
         self._give_name_back()
         self.panel.system_bus.start()
-        # What a method was told to do later must not be done to the next phase.
-        if self._is_troubled:
-            self._kill_sim()
         if not self._usable_sim():
-            self.panel.start_sim(state=STATE)
-            self.figures.sim_starts += 1
+            self._start_sim(STATE)
         self._other_sim = False
-        self._settle()
+        self._settle(was_changed)
         self._read_wires()
         self.panel.wait_in_group()
         # Datagrams of the storm may have changed the state before it was read at the start.
         self.panel.sim.initial_state = self._calm_state
         self.panel.reset()
 
-    def _settle(self):
+    def _put_network_back(self):
+        put_network_back(self.panel)
+        self.phase.network_changes(self._step)
         self.phase.network_is_changed = False
+
+    def _settle(self, network_was_changed):
         begin = time.monotonic()
         deadline = begin + self._settling
         # A token finds no room while a flood is worked off.
@@ -582,6 +592,9 @@ class World:
                 self._last_buffer = datagram.payload
                 return
             patience *= 1.5
+            if network_was_changed:
+                # A program that the platform service had started may have been the last to change it.
+                self._put_network_back()
             if self._lacked_memory and time.monotonic() > begin + self._patience:
                 # Where an allocation fails in the middle of a call, the library waits for its answer without end.
                 self.figures.deaf_without_memory += 1
