@@ -1,5 +1,6 @@
 """Datagrams as frames, from any address and port, and what the panel sends as seen on the wire."""
 
+import contextlib
 import errno
 import socket
 import struct
@@ -47,7 +48,9 @@ class Wire:
         self._sending = namespace.call(_packet_socket, interface, 0)
         self._hearing = namespace.call(_packet_socket, interface, _ETH_P_ALL)
         self._hearing.setsockopt(_SOL_PACKET, _PACKET_IGNORE_OUTGOING, 1)
-        self._hearing.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _CAPTURE_BUFFER)
+        # In a user namespace only as much as anyone may have; that holds what comes between two looks at it.
+        with contextlib.suppress(PermissionError):
+            self._hearing.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _CAPTURE_BUFFER)
         self._hearing.setblocking(False)
         self._own_mac = self._sending.getsockname()[4]
         self._mac = mac

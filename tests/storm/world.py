@@ -349,8 +349,10 @@ class World:
                 time.sleep(0.001)
 
     def _do_flood(self, step):
-        for _ in range(step["times"]):
+        for number in range(step["times"]):
             self._send(step["from"], step["to"], bytes.fromhex(step["data"]), step["own_port"])
+            if number % SENDS_TO_LOOK == 0:
+                self._read_wires()
 
     def _do_pause(self, step):
         time.sleep(step["ms"] / 1000)
