@@ -285,10 +285,11 @@ class Phase:
             if answer[6] not in COMMANDS or answer[5] not in (1, 2, 3) or data[6:8] != answer[6:8][:len(data[6:8])]:
                 return False
             command = Command(answer[6])
-            if command == Command.ECHO:
-                return answer[:len(data)] == data
-            if command in ANSWERED_UNCHANGED:
-                return answer[:5] + answer[6:len(data)] == data[:5] + data[6:]
+            if command == Command.ECHO or command in ANSWERED_UNCHANGED:
+                packet_type = mvdp.REQUEST if command == Command.ECHO else mvdp.REPLY
+                came_back = answer[:5] + b"\1" + answer[6:]
+                return (answer[5] == packet_type and came_back.startswith(data) and
+                        self._is_routed(order, datagram, seen))
             full = answer
         if command == Command.ECHO:
             return answer == full and self._is_routed(order, datagram, seen)

@@ -113,6 +113,15 @@ def test_a_short_echo_carries_what_the_buffer_held():
         assert (scene.problems() == []) == right
 
 
+def test_of_an_unknown_buffer_only_the_own_bytes_are_known():
+    for command, packet_type in ((Command.ECHO, 1), (Command.RESTORE, 2)):
+        answer = mvdp.request(command, packet_type=packet_type, mac=OWN, rest=bytes(range(230)))
+        for short, right in ((answer[:3], True), (answer[:5] + b"\1" + answer[6:30], True), (b"\x5e\x14", False),
+                             (answer[:5] + b"\1" + answer[6:30] + b"\xff", False)):
+            scene = Scene().send(DISCOVER, certain=False).send(short, answer)
+            assert (scene.problems() == []) == right, (command, short)
+
+
 def test_a_setting_counts_from_its_answer_on():
     scene = Scene().send(setting(NEW), identity(Command.SET_ADDRESS, NEW)).send(DISCOVER, identity(triple=NEW))
     assert scene.problems() == []
