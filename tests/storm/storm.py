@@ -13,6 +13,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "system"))
 
 import steps  # noqa: E402
 from hwsdsim import build_folder  # noqa: E402
+from panel import SANITIZER_ENVIRONMENT  # noqa: E402
 from shrink import shrunk  # noqa: E402
 from waiting import PATIENCE  # noqa: E402
 from world import Failure, Figures, World  # noqa: E402
@@ -33,6 +34,8 @@ def main():
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     if os.geteuid() != 0:
         os.execvp(UNSHARE[0], UNSHARE + [sys.executable, *sys.argv])
+    # For hwsd-sim; the service has it from the panel.
+    os.environ.update(SANITIZER_ENVIRONMENT)
     _, most = resource.getrlimit(resource.RLIMIT_NOFILE)
     resource.setrlimit(resource.RLIMIT_NOFILE, (min(most, 65536), most))
     if options.replay:
