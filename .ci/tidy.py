@@ -6,6 +6,7 @@ are compiled alike are put one after the other into one file, as far as their fi
 
 import collections
 import concurrent.futures
+import itertools
 import json
 import os
 import pathlib
@@ -31,6 +32,8 @@ def compile_flags(build_folder):
 class Batch:
     """Sources that are compiled alike, as one file."""
 
+    _numbers = itertools.count()
+
     def __init__(self, folder, flags):
         self.sources = []
         self._flags = flags
@@ -38,7 +41,7 @@ class Batch:
 
     def write(self):
         """The line in the whole at which each source begins is left in `starts`."""
-        self.file = pathlib.Path(tempfile.mkstemp(".cpp", dir=self._folder)[1])
+        self.file = pathlib.Path(self._folder) / f"batch{next(self._numbers)}.cpp"
         self.starts = []
         whole = []
         for source in self.sources:

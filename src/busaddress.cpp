@@ -7,6 +7,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 
@@ -26,12 +27,15 @@ BusState stateOfConnection(int connection)
     const char question[] = "\0AUTH\r\n";
     const size_t length = sizeof question - 1;
     if (::send(connection, question, length, MSG_NOSIGNAL) != static_cast<ssize_t>(length))
-        return BusState::NotListening;
-    pollfd watched = {connection, POLLIN, 0};
-    if (::poll(&watched, 1, AnswerTimeoutMs) != 1)
         return BusState::Silent;
+    pollfd watched = {connection, POLLIN, 0};
+    int ready = 0;
+    do
+        ready = ::poll(&watched, 1, AnswerTimeoutMs);
+    while (ready < 0 && errno == EINTR);
     char answer[512]; // a line of words; what it says does not matter
-    return ::recv(connection, answer, sizeof answer, 0) > 0 ? BusState::Answering : BusState::NotListening;
+    return ready == 1 && ::recv(connection, answer, sizeof answer, 0) > 0 ? BusState::Answering
+                                                                          : BusState::Silent;
 }
 
 BusState stateOfSocket(const QByteArray &path, bool abstract)
@@ -100,5 +104,5 @@ BusState busState(QDBusConnection::BusType type)
     const QByteArray customary =
         system ? QByteArray(CustomarySystemBus) : "unix:path=" + qgetenv("XDG_RUNTIME_DIR") + "/bus";
     const BusState state = busStateOfAddress(customary);
-    return state == BusState::NotListening ? BusState::NotNamed : state;
+    return state == BusState::Answering || state == BusState::Silent ? state : BusState::NotNamed;
 }

@@ -9,8 +9,8 @@
 // bus library waits without end for a bus that accepts connections and then says nothing.
 enum class BusState {
     Answering,    // a socket accepted a connection, and something came from there
-    Silent,       // a socket accepted a connection, and nothing came from there in 5 s
-    NotListening, // the addresses are all local sockets, and none accepts a connection and keeps it
+    Silent,       // a socket accepted a connection, and nothing came from there in 5 s, or it was closed
+    NotListening, // the addresses are all local sockets, and none accepts a connection
     Unknown,      // another transport; only Qt can try it
     NotNamed,     // no address is given, and nothing listens at the customary socket
 };

@@ -17,8 +17,7 @@
 namespace
 {
 
-// How often to try while nothing comes. Most of the time a change of the network comes first; but the kernel
-// may also have refused because it was short of memory, and changes cannot always be watched.
+// How often to try where no change of the network tells when.
 const int RetryMs = 1000;
 
 } // namespace
@@ -26,6 +25,7 @@ const int RetryMs = 1000;
 GroupMembership::GroupMembership(int socket)
     : m_socket(socket)
     , m_pending(false)
+    , m_refusal(0)
     , m_changes(-1)
 {
 }
@@ -54,12 +54,15 @@ bool GroupMembership::join()
 void GroupMembership::joinUntilReadable()
 {
     while (m_pending) {
+        // A route that is missing comes with a change; memory that was missing comes without one.
+        const bool changeTells = m_changes >= 0 && m_refusal == ENODEV;
         pollfd watched[] = {{m_socket, POLLIN, 0}, {m_changes, POLLIN, 0}};
-        if (::poll(watched, 2, RetryMs) < 0 && errno != EINTR)
+        if (::poll(watched, 2, changeTells ? -1 : RetryMs) < 0 && errno != EINTR)
             return;
+        const bool isTimeToTry = !changeTells || watched[1].revents != 0;
         if (watched[1].revents != 0)
             takeChange();
-        if (tryToJoin()) {
+        if (isTimeToTry && tryToJoin()) {
             qWarning() << "Joined multicast group 224.0.5.128";
             stopWatching();
         }
@@ -68,12 +71,15 @@ void GroupMembership::joinUntilReadable()
     }
 }
 
-bool GroupMembership::tryToJoin() const
+bool GroupMembership::tryToJoin()
 {
     ip_mreq membership;
     membership.imr_multiaddr.s_addr = htonl(MvdpDatagram::MulticastGroup);
     membership.imr_interface.s_addr = htonl(INADDR_ANY);
-    return ::setsockopt(m_socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0;
+    const bool joined =
+        ::setsockopt(m_socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0;
+    m_refusal = joined ? 0 : errno;
+    return joined;
 }
 
 // What has changed does not matter, nor that changes were lost because they came too fast (ENOBUFS).

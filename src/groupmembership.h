@@ -2,8 +2,9 @@
 #define GROUPMEMBERSHIP_H
 
 // The membership of a UDP socket in the protocol's multicast group. The kernel refuses it while no route
-// leads to the group, as on a panel that starts before its network, or while it is short of memory. It is
-// then tried again with each change of the network, with each datagram, and each second. Server thread only.
+// leads to the group, as on a panel that starts before its network; it is then tried again with each change
+// of the network. It also refuses while it is short of memory; it is then tried again each second, as it is
+// where changes cannot be watched. Server thread only.
 class GroupMembership
 {
 public:
@@ -22,12 +23,13 @@ private:
     GroupMembership(const GroupMembership &);
     GroupMembership &operator=(const GroupMembership &);
 
-    bool tryToJoin() const;
+    bool tryToJoin();
     void takeChange();
     void stopWatching();
 
     const int m_socket;
     bool m_pending;
+    int m_refusal; // errno of the last attempt
     int m_changes; // netlink socket that tells of changes; -1 for none
 };
 

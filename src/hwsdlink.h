@@ -45,7 +45,8 @@ struct HwsdLink {
 
     // Finds the bus on which the service answers and makes the proxies there. Null, with warnings, when there
     // is no bus or the service answers on neither. Blocks for up to 40 s when a service hangs. For each bus
-    // that hangs it blocks for up to 5 s more, or 30 s where the bus falls silent in the middle.
+    // that hangs it blocks for up to 5 s more, or 30 s where the bus falls silent after the authentication. A
+    // bus that hangs just between busState() and the authentication blocks it until the bus goes on or ends.
     static std::unique_ptr<HwsdLink> open();
 
     // Moves the proxies to the GUI thread. Qt sends each proxy an event when the service appears or

@@ -31,10 +31,11 @@ EXCHANGES = [
     ("discover", TOOL_ADDRESS, addressed(Command.DISCOVER)),
     ("echo", TOOL_ADDRESS, addressed(Command.ECHO)),
     ("one byte after an echo", TOOL_ADDRESS, mvdp.MAGIC[:1]),
-    ("seven bytes after a discovery", TOOL_ADDRESS, addressed(Command.DISCOVER)[:7]),
+    ("six bytes after a discovery", TOOL_ADDRESS, addressed(Command.DISCOVER)[:6]),
     ("identify", TOOL_ADDRESS, addressed(Command.IDENTIFY)),
     ("set address", TOOL_ADDRESS, addressed(Command.SET_ADDRESS)),
     ("wink", TOOL_ADDRESS, addressed(Command.WINK)),
+    ("restore defaults, relative marker", TOOL_ADDRESS, addressed(Command.RESTORE_RELATIVE)),
     ("reset network", TOOL_ADDRESS, addressed(Command.RESET_NETWORK)),
     ("restore defaults", TOOL_ADDRESS, addressed(Command.RESTORE)),
     ("restart", TOOL_ADDRESS, addressed(Command.RESTART)),
@@ -47,7 +48,7 @@ EXCHANGES = [
 def caused(panel, source, datagram):
     """Payload bytes that go out, and calls of the platform service."""
     panel.reset()
-    before = Command.DISCOVER if len(datagram) == 7 else Command.ECHO
+    before = Command.DISCOVER if len(datagram) == 6 else Command.ECHO
     panel.tool_at().ask(mvdp.request(before))
     sock, witness = panel.tool.udp_socket(source), panel.tool_at()
     panel.sim.clear_calls()

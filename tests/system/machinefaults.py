@@ -36,6 +36,8 @@ class MachineFaults:
             self._orders = mmap.mmap(file.fileno(), 0)
         self._places = {}
         library = build_folder() / "tests" / "faults" / "libmachinefaults.so"
+        # The loader would only warn.
+        assert library.exists(), f"{library} is not built"
         self.environment = {"LD_PRELOAD": str(library), "MVDP_FAULTS": str(path)}
 
     def fail(self, function, error, *, kind=ANY, spared=0, times=FOREVER):

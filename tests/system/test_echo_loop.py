@@ -15,7 +15,7 @@ RULES = pathlib.Path(__file__).resolve().parents[2] / "packaging" / "nftables" /
 ECHO = mvdp.request(Command.ECHO, rest=b"round and round".ljust(230, b"\0"))
 # So often no echo comes by that ends by itself.
 ENDLESS = 500
-# Twenty times what the rules let through at once.
+# Forty times what the rules let through at once.
 FLOOD = 2000
 
 

@@ -253,6 +253,8 @@ def test_a_port_that_is_free_again_is_taken_by_the_next_service(panel, faults, t
     assert holder.recv(256) == ECHO
     holder.close()
     tool.send(ECHO)
+    # Still free.
+    panel.namespace.udp_socket(port=mvdp.PORT).close()
     assert (faults.calls("bind", kind=socket.AF_INET), faults.calls("recvfrom")) == (1, 1)
     panel.restart_service(environment=faults.environment)
     assert tool.ask(DISCOVER).data == panel.expected_identity()

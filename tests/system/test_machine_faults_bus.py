@@ -38,7 +38,7 @@ class FallingSilent:
         self._path = pathlib.Path(address.removeprefix("unix:path="))
         self._connections = []
         self.silent = threading.Event()
-        self._thread = threading.Thread(target=self._run)
+        self._thread = threading.Thread(target=self._run, daemon=True)
         self._thread.start()
 
     def _run(self):
@@ -72,7 +72,7 @@ class FallingSilent:
         for connection in self._connections:
             connection.shutdown(socket.SHUT_RDWR)
             connection.close()
-        self._thread.join()
+        self._thread.join(PATIENCE)
 
 
 def test_a_bus_that_falls_silent_and_goes_is_replaced_by_the_next(make_panel):

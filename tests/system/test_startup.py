@@ -77,7 +77,8 @@ def test_a_log_without_a_reader_is_survived(make_panel):
     panel = make_panel(system_bus=False, sim=None, start=False)
     panel.stderr_path = panel.folder / "nothing"
     panel.stderr_path.touch()
-    panel.process = panel.namespace.popen(server_command(), env=panel.environment(), stderr=subprocess.PIPE)
+    panel.process = panel.namespace.popen(server_command(), env=panel.environment(), cwd=panel.working_folder,
+                                          stdin=subprocess.DEVNULL, stderr=subprocess.PIPE)
     panel.process.stderr.close()
     panel.wait_listening()
     tool = panel.tool_at()

@@ -1,5 +1,6 @@
 """The wink notice, as the X server and an operator see it."""
 
+import contextlib
 import pathlib
 import re
 import subprocess
@@ -334,15 +335,15 @@ def test_a_notice_that_the_display_hangs_for_is_shown_when_it_goes_on(hanging):
 
 def test_without_descriptors_no_notice_is_shown_and_later_it_is(stage, tmp_path):
     faults = MachineFaults(tmp_path)
-    panel, tool, screen = stage(environment=faults.environment)
-    tool.ask(DISCOVER)
-    faults.take_descriptors()
-    wink(tool)
-    wait_for(panel.warnings, "the warning")
-    faults.clear()
-    shown_notice(panel, tool, screen)
-    assert panel.warnings() == [NO_DISPLAY]
-    faults.close()
+    with contextlib.closing(faults):
+        panel, tool, screen = stage(environment=faults.environment)
+        tool.ask(DISCOVER)
+        faults.take_descriptors()
+        wink(tool)
+        wait_for(panel.warnings, "the warning")
+        faults.clear()
+        shown_notice(panel, tool, screen)
+        assert panel.warnings() == [NO_DISPLAY]
 
 
 @pytest.mark.parametrize("method", ["getInterfaceConfig", "info"])
