@@ -22,6 +22,8 @@ public:
     DBusPeer();
 
     QByteArray address() const;
+    // Removes the socket's file. Who is connected stays so.
+    void removeAddress() { m_folder.remove(); }
 
     // Any thread. From now on the answer to a method of the platform service; by default an error.
     void answer(const QByteArray &member, const DBusAnswer &answer);
