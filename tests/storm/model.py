@@ -234,18 +234,20 @@ class Phase:
         data = datagram.payload[:mvdp.SIZE]
         fulls = {None} if buffers is None and len(data) < mvdp.SIZE else {
             data + buffer[len(data):] for buffer in (buffers or {bytes(mvdp.SIZE)}) | self._own_echoes}
-        silent_buffers, owed = set(), bool(fulls)
+        silent_buffers, owed, answered = set(), bool(fulls), []
         for full in fulls:
             command = self._command(full, data)
             may_be_silent = command in (None, "any") or command in FOR_ONE_PANEL and macs != {full[20:26]}
             may_answer = command is not None and (
                 command == "any" or command not in FOR_ONE_PANEL or full[20:26] in macs)
             if may_answer and seen and self._is_answer(order, datagram, full, command, seen, data):
-                queue.pop(0)
-                return self._note_answer(order, datagram, full, command, seen)
+                answered.append(full)
             if may_be_silent:
                 silent_buffers.add(full if command not in FOR_ONE_PANEL else full[:5] + b"\2" + full[6:])
                 owed = False
+        if answered:
+            queue.pop(0)
+            return self._note_answer(order, datagram, answered, seen)
         if owed and datagram.certain:
             missing.append(datagram)
         if seen:
@@ -345,14 +347,16 @@ class Phase:
             return [(interface, {triple, self.leases[interface]}, False)]
         return [(interface, {triple}, True)]
 
-    def _note_answer(self, order, datagram, full, command, seen):
+    def _note_answer(self, order, datagram, fulls, seen):
+        """`fulls`: the contents of the buffer that would have had this answer."""
         answer = seen.payload
-        command, full = Command(answer[6]), full or answer
+        command = Command(answer[6])
         self.counts[command] = self.counts.get(command, 0) + 1
         if command != Command.ECHO and command not in ANSWERED_UNCHANGED:
             reply = mvdp.Reply(answer)
             self.identity.note(reply.description, reply.partition_version)
-        self._note_changes(order, datagram, full, command, seen.step, len(datagram.payload) >= 20)
+        for full in fulls:
+            self._note_changes(order, datagram, full or answer, command, seen.step, len(fulls) == 1)
         if datagram.port == mvdp.PORT and seen.destination == mvdp.GROUP:
             # The kernel gives it to the service's own socket again, which drops it after it stands in the buffer.
             self._own_echoes.add(answer)
