@@ -370,7 +370,12 @@ class Phase:
                 continue
             if full is not None:
                 self._note_changes(order, datagram, full, command, last, False)
-            elif data[6:7] in (b"", bytes((Command.SET_ADDRESS,))):
+                continue
+            if data[6:7] == b"" or data[6] in RESETTING:
+                # What stands behind it may have been this panel's MAC address.
+                for triple in (self.factory, self.leases["eth0"]):
+                    self.triples["eth0"].append(Change(triple, datagram.step, last, order, False))
+            if data[6:7] in (b"", bytes((Command.SET_ADDRESS,))):
                 change = Change(ANY, datagram.step, last, order, False)
                 if len(data) >= 20:
                     request = mvdp.Reply(data + bytes(mvdp.SIZE - len(data)))

@@ -133,6 +133,14 @@ def test_a_setting_counts_from_its_answer_on():
     assert scene.problems() == []
 
 
+def test_a_short_reset_that_was_lost_may_have_reset():
+    """What stood behind it in an unknown buffer may have been this panel's MAC address."""
+    short = mvdp.request(Command.RESET_NETWORK)[:8]
+    for lost, right in ((short, True), (short[:6], True), (ECHO[:8], False)):
+        scene = Scene().send(DISCOVER, certain=False).send(lost, certain=False)
+        assert (scene.send(DISCOVER, identity(triple=FACTORY)).problems() == []) == right, lost
+
+
 def test_a_change_of_the_platform_service_is_in_force_for_what_is_sent_after_it():
     def told(answer, sent_before):
         scene = Scene()
