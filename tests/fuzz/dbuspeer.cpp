@@ -13,7 +13,7 @@
 namespace
 {
 
-// Numbers of the D-Bus specification.
+// Numbers of the D-Bus protocol.
 enum MessageType { MethodCall = 1, MethodReturn = 2, Error = 3 };
 enum HeaderField {
     Path = 1,

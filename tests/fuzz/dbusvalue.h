@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-// A value of any D-Bus type, as it travels. Written from the D-Bus specification, without a library, so that
+// A value of any D-Bus type, as it travels. Written from the D-Bus protocol, without a library, so that
 // a value can be of types that Qt would not write.
 struct DBusValue {
     QByteArray signature;            // one complete type
