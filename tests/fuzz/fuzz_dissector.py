@@ -22,20 +22,12 @@ import mvdp  # noqa: E402
 import tshark  # noqa: E402
 from dissectormodel import COMMANDS, FOR_ALL, SENT_BACK, Reading, is_mvdp, panel_takes  # noqa: E402
 from make_capture import EVERYBODY, GROUP, SUBNET, Frame  # noqa: E402
+from tshark import FIELDS, REMARKS  # noqa: E402
 
 FRAMES = 1500  # of a capture
 ETHERNET_IP_UDP = 42
 TOOLS = [(f"02 00 00 00 00 0{number}", f"192.168.10.{number}") for number in (1, 2, 3)]
 PANELS = [(f"00 1a 2b 3c 4d 5{number}", f"192.168.10.{number}") for number in (5, 6, 7)]
-
-FIELDS = """
-    address command cut description excess fixed gateway identity identity.1 identity.2 identity.3 mac magic netmask
-    partition partition.ww partition.xxx partition.yy partition.z payload reply request request_in reserved108
-    reserved140 reserved32 reserved38 response_in response_time stale tag type unused version
-""".split()
-REMARKS = """
-    bad_command bad_header bad_type bad_version fixed not_applied not_in_force stale too_long too_short
-""".split()
 
 
 class Mismatch(Exception):

@@ -7,17 +7,10 @@ import pytest
 import make_capture
 import tshark
 from make_capture import CAPTURE
+from tshark import FIELDS, REMARKS
 
 INFO, PROTOCOL, REMARK = "_ws.col.Info", "_ws.col.Protocol", "_ws.expert.message"
 NUMBERS = {frame.name: number for number, frame in enumerate(make_capture.FRAMES, start=1)}
-FIELDS = """
-    address command cut description excess fixed gateway identity identity.1 identity.2 identity.3 mac magic netmask
-    partition partition.ww partition.xxx partition.yy partition.z payload reply request request_in reserved108
-    reserved140 reserved32 reserved38 response_in response_time stale tag type unused version
-""".split()
-REMARKS = """
-    bad_command bad_header bad_type bad_version fixed not_applied not_in_force stale too_long too_short
-""".split()
 
 ZEROS = "00"
 REQUEST = {"request": "1", "magic": "5e130603", "version": "2", "type": "1", "tag": "0x00"}

@@ -13,6 +13,16 @@ SEVERAL = "|"
 _ROOT = "Running as user "
 _LUA_ERROR, _LUA_ERROR_FIELD = "Lua Error", "_ws.lua.error"
 
+# The dissector's fields and remarks, without "mvdp." in front.
+FIELDS = """
+    address command cut description excess fixed gateway identity identity.1 identity.2 identity.3 mac magic netmask
+    partition partition.ww partition.xxx partition.yy partition.z payload reply request request_in reserved108
+    reserved140 reserved32 reserved38 response_in response_time stale tag type unused version
+""".split()
+REMARKS = """
+    bad_command bad_header bad_type bad_version fixed not_applied not_in_force stale too_long too_short
+""".split()
+
 
 def run(*options):
     """What tshark says on stdout. A Lua error, while loading or later, fails the test: tshark itself goes on."""
