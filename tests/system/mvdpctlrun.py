@@ -129,8 +129,8 @@ class Terminal:
         while self._read():
             pass
         os.close(self._terminal)
-        # A line of progress is erased from its start.
-        lines = [line.split("\r\x1b[K")[-1] for line in self.bytes.decode().split("\r\n")]
+        # A line of progress is overwritten with blanks.
+        lines = [re.split("\r *\r", line)[-1] for line in self.bytes.decode().split("\r\n")]
         assert not re.search(r"[\x00-\x1f\x7f-\x9f]", "".join(lines)), lines
         return self.process.wait(PATIENCE), lines[:-1] if lines[-1] == "" else lines
 

@@ -24,6 +24,10 @@ printf '%s\\n' ${COMPREPLY[@]+"${COMPREPLY[@]}"}
 FISH = 'source "$argv[1]/mvdpctl.fish"; complete -C "$argv[2]"'
 
 
+# The long form of an option in a help text's list.
+OPTION = re.compile(r"^  (?:-\w, |    )(--[a-z-]+)", re.MULTILINE)
+
+
 def said(*arguments, **options):
     completed = subprocess.run([str(argument) for argument in arguments], capture_output=True, text=True,
                                timeout=4 * PATIENCE, check=True, stdin=subprocess.DEVNULL, **options)
@@ -58,7 +62,7 @@ def commands():
 
 
 def options(*command):
-    names = set(re.findall(r"^  (--[a-z-]+)", help_text(*command), re.MULTILINE))
+    names = set(OPTION.findall(help_text(*command)))
     assert {"--json", "--csv", "--help"} <= names
     return names
 
@@ -102,7 +106,7 @@ def listed_options(heading, *command):
     """The options in the help text's list under this heading."""
     blocks = help_text(*command).split("\n\n")
     return {name for block in blocks if block.startswith(heading + "\n")
-            for name in re.findall(r"^  (--[a-z-]+)", block, re.MULTILINE)}
+            for name in OPTION.findall(block)}
 
 
 def manual_section(name):

@@ -1,9 +1,11 @@
 #include "arguments.h"
 
 #include "failure.h"
+#include "nearest.h"
 
 #include <QtCore/QCommandLineParser>
 
+#include <algorithm>
 #include <cmath>
 
 namespace
@@ -11,23 +13,76 @@ namespace
 
 const double LongestSeconds = 3600;
 
+bool hasValue(const std::vector<Option> &options, const QString &name, char letter)
+{
+    return std::any_of(options.begin(), options.end(), [&name, letter](const Option &option) {
+        const bool isMeant = letter != 0 ? option.letter == letter : name == QLatin1String(option.name);
+        return isMeant && option.value != nullptr;
+    });
+}
+
+// True when the value of this option is the next word.
+bool takesNextWord(const QString &word, const std::vector<Option> &options)
+{
+    if (word.startsWith(QStringLiteral("--")))
+        return hasValue(options, word.mid(2), 0); // "--timeout=1" is the name of none
+    for (int index = 1; index < static_cast<int>(word.size()); ++index) {
+        if (hasValue(options, QString(), word.at(index).toLatin1()))
+            return index + 1 == static_cast<int>(word.size()); // else the value follows in the same word
+    }
+    return false;
+}
+
+QStringList namesOf(const Option &option)
+{
+    const QString name = QString::fromLatin1(option.name);
+    return option.letter == 0 ? QStringList{name} : QStringList{QString(QLatin1Char(option.letter)), name};
+}
+
+[[noreturn]] void failUnread(const QCommandLineParser &parser, const std::vector<Option> &options)
+{
+    const QStringList unknown = parser.unknownOptionNames();
+    if (unknown.isEmpty())
+        throwUsage(parser.errorText());
+    QStringList known;
+    for (const Option &option : options)
+        known << QStringLiteral("--") + QLatin1String(option.name);
+    const QString dashes = unknown.first().size() == 1 ? QStringLiteral("-") : QStringLiteral("--");
+    throwUsage(QStringLiteral("there is no option '%1%2'").arg(dashes, unknown.first()) +
+               didYouMean(dashes + unknown.first(), known));
+}
+
 } // namespace
 
 const std::vector<Option> &commonOptions()
 {
     static const std::vector<Option> options = {
-        {"interface", "NAME", "Use this network interface only."},
+        {"interface", "NAME", "Use this network interface only.", false, 'i'},
         {"source-port", "PORT", "Send from this UDP port (default: any free one)."},
-        {"timeout", "SECONDS", "How long to wait for answers in each round."},
+        {"timeout", "SECONDS", "How long to wait for answers in each round.", false, 't'},
         {"rounds", "N", "How often to ask, at most."},
-        {"json", nullptr, "Print the result as JSON."},
+        {"json", nullptr, "Print the result as JSON.", false, 'j'},
         {"csv", nullptr, "Print the result as comma-separated values."},
         {"quiet", nullptr, "Print results and errors only."},
-        {"verbose", nullptr, "Show the datagrams that are sent and received."},
+        {"verbose", nullptr, "Show the datagrams that are sent and received.", false, 'v'},
+        {"color", "WHEN", "Color marks: auto (on a terminal), always or never."},
         {"yes", nullptr, "Do not ask before a dangerous command."},
-        {"help", nullptr, "Show this text."},
+        {"help", nullptr, "Show this text.", false, 'h'},
+        {"version", nullptr, "Show the version.", false, 'V'},
     };
     return options;
+}
+
+int commandPosition(const QStringList &words, const std::vector<Option> &options)
+{
+    for (int index = 0; index < static_cast<int>(words.size()); ++index) {
+        const QString &word = words.at(index);
+        if (!word.startsWith(QLatin1Char('-')) || word == QLatin1String("-"))
+            return index;
+        if (takesNextWord(word, options))
+            ++index;
+    }
+    return -1;
 }
 
 void throwUsage(const QString &message, const QString &advice)
@@ -59,21 +114,18 @@ Arguments::Arguments(const QStringList &words, const Grammar &grammar)
     std::vector<Option> options = commonOptions();
     options.insert(options.end(), grammar.options.begin(), grammar.options.end());
     for (const Option &option : options) {
-        const QString name = QString::fromLatin1(option.name);
-        const QStringList names =
-            name == QLatin1String("help") ? QStringList{name, QStringLiteral("h")} : QStringList{name};
-        parser.addOption(QCommandLineOption(names, QString(), QString::fromLatin1(option.value)));
+        parser.addOption(QCommandLineOption(namesOf(option), QString(), QString::fromLatin1(option.value)));
     }
     // The parser skips the first word, the program's name.
     if (!parser.parse(QStringList(QStringLiteral("mvdpctl")) + words))
-        throwUsage(parser.errorText());
+        failUnread(parser, options);
     for (const Option &option : options) {
         const QString name = QString::fromLatin1(option.name);
         if (parser.isSet(name))
             m_values.insert(name, parser.values(name));
     }
     m_words = parser.positionalArguments();
-    if (isSet("help"))
+    if (isSet("help") || isSet("version"))
         return;
     for (const Option &option : options) {
         // It is not known which of the two was meant.
@@ -147,6 +199,18 @@ TransportOptions Arguments::transportOptions() const
         throwUsage(QStringLiteral("--interface takes the name of a network interface"));
     options.sourcePort = static_cast<std::uint16_t>(number("source-port", 1, 65535).value_or(0));
     return options;
+}
+
+ColorUse Arguments::color() const
+{
+    const QString when = isSet("color") ? text("color") : QStringLiteral("auto");
+    if (when == QLatin1String("always"))
+        return ColorUse::Always;
+    if (when == QLatin1String("never"))
+        return ColorUse::Never;
+    if (when != QLatin1String("auto"))
+        throwUsage(QStringLiteral("--color takes 'auto', 'always' or 'never', not '%1'").arg(when));
+    return ColorUse::Auto;
 }
 
 Patience Arguments::patience(int rounds, std::chrono::milliseconds timeout) const

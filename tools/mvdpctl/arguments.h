@@ -3,6 +3,7 @@
 
 #include "addresses.h"
 #include "exchange.h"
+#include "terminal.h"
 #include "transport.h"
 
 #include <QtCore/QHash>
@@ -19,6 +20,7 @@ struct Option {
     const char *value; // placeholder of its value; null: takes none
     const char *help;
     bool isRepeatable = false;
+    char letter = 0; // its short form; 0: none
 };
 
 // The options and words that one command accepts.
@@ -30,6 +32,10 @@ struct Grammar {
 
 // The options that every command takes.
 const std::vector<Option> &commonOptions();
+
+// Where the command is in the words of a command line; -1: nowhere. Options may come before it; `options` are
+// those of all commands, because a value is no command.
+int commandPosition(const QStringList &words, const std::vector<Option> &options);
 
 // A parsed command line. Every getter throws Failure with ExitCode::Usage for a malformed value.
 class Arguments
@@ -51,6 +57,7 @@ public:
     std::optional<std::chrono::milliseconds> seconds(const char *option) const;
 
     TransportOptions transportOptions() const;
+    ColorUse color() const;
     Patience patience(int rounds, std::chrono::milliseconds timeout) const;
 
 private:

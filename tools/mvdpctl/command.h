@@ -32,7 +32,11 @@ extern const Command RawCommand;
 
 // Every command, in the order of the help.
 std::vector<const Command *> allCommands();
-const Command *findCommand(const QString &name);
+// The command of this name or of which this is the beginning. Throws Failure when there is none or several.
+const Command &commandNamed(const QString &name);
+
+// The options of all commands together, the common ones included.
+std::vector<Option> allOptions();
 
 QString generalHelp();
 QString commandHelp(const Command &command);

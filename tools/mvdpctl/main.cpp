@@ -12,31 +12,27 @@
 namespace
 {
 
-bool isHelp(const QString &word)
+QString programVersion()
 {
-    return word == QLatin1String("--help") || word == QLatin1String("-h") || word == QLatin1String("help");
+    return QStringLiteral("mvdpctl " MVDPCTL_VERSION);
 }
 
-const Command &commandNamed(const QString &name)
+ExitCode printed(const QString &text, Terminal &terminal)
 {
-    const Command *command = findCommand(name);
-    if (command == nullptr) {
-        throw Failure{
-            ExitCode::Usage, QStringLiteral("there is no command '%1'").arg(name),
-            QStringLiteral("'mvdpctl --help' lists the commands; the command comes before its options.")};
-    }
-    return *command;
+    terminal.print(text);
+    return ExitCode::Done;
 }
 
 ExitCode runOrHelp(const Command &command, const QStringList &words, Terminal &terminal)
 {
     const Arguments arguments(words, command.grammar);
-    if (arguments.isSet("help")) {
-        terminal.print(commandHelp(command));
-        return ExitCode::Done;
-    }
+    if (arguments.isSet("help"))
+        return printed(commandHelp(command), terminal);
+    if (arguments.isSet("version"))
+        return printed(programVersion(), terminal);
     terminal.setQuiet(arguments.isSet("quiet"));
     terminal.setVerbose(arguments.isSet("verbose"));
+    terminal.setColor(arguments.color());
     try {
         return command.run(arguments, terminal);
     } catch (const ToolError &error) {
@@ -55,18 +51,33 @@ ExitCode runCommand(const Command &command, const QStringList &words, Terminal &
     }
 }
 
-ExitCode run(const QStringList &words, Terminal &terminal)
+// A command line of options alone.
+ExitCode runWithoutCommand(const QStringList &words, Terminal &terminal)
 {
-    if (words.isEmpty())
-        throw Failure{ExitCode::Usage, QStringLiteral("no command"), QStringLiteral("See 'mvdpctl --help'.")};
-    if (words.first() == QLatin1String("--version")) {
-        terminal.print(QStringLiteral("mvdpctl " MVDPCTL_VERSION));
-        return ExitCode::Done;
+    const QString advice = QStringLiteral("See 'mvdpctl --help'.");
+    try {
+        const Arguments arguments(words, Grammar());
+        if (arguments.isSet("help"))
+            return printed(generalHelp(), terminal);
+        if (arguments.isSet("version"))
+            return printed(programVersion(), terminal);
+    } catch (Failure &failure) {
+        if (failure.advice.isEmpty())
+            failure.advice = advice;
+        throw;
     }
-    if (!isHelp(words.first()))
-        return runCommand(commandNamed(words.first()), words.mid(1), terminal);
-    terminal.print(words.size() > 1 ? commandHelp(commandNamed(words.at(1))) : generalHelp());
-    return ExitCode::Done;
+    throw Failure{ExitCode::Usage, QStringLiteral("no command"), advice};
+}
+
+ExitCode run(QStringList words, Terminal &terminal)
+{
+    const int position = commandPosition(words, allOptions());
+    if (position < 0)
+        return runWithoutCommand(words, terminal);
+    const QString name = words.takeAt(position);
+    if (name != QLatin1String("help"))
+        return runCommand(commandNamed(name), words, terminal);
+    return printed(words.isEmpty() ? generalHelp() : commandHelp(commandNamed(words.first())), terminal);
 }
 
 // Qt's own messages, on the locale or on an unsupported socket option, do not concern the user. Relevant

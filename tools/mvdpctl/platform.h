@@ -16,6 +16,8 @@ enum class CharacterSet { Utf8, Latin1, Ascii };
 CharacterSet prepareStreams();
 
 bool isTerminal(std::FILE *stream);
+// True for a terminal that shows colors.
+bool canColor(std::FILE *stream);
 // 80 when the width is unknown.
 int terminalColumns(std::FILE *stream);
 

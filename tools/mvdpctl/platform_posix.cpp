@@ -6,6 +6,7 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 
 namespace
@@ -28,6 +29,12 @@ CharacterSet prepareStreams()
 bool isTerminal(std::FILE *stream)
 {
     return isatty(fileno(stream)) != 0;
+}
+
+bool canColor(std::FILE *stream)
+{
+    const char *name = std::getenv("TERM");
+    return isTerminal(stream) && name != nullptr && *name != '\0' && std::strcmp(name, "dumb") != 0;
 }
 
 int terminalColumns(std::FILE *stream)

@@ -26,16 +26,19 @@ CharacterSet prepareStreams()
 {
     // Lines end in a line feed alone, as on the other systems.
     _setmode(_fileno(stdout), _O_BINARY);
-    DWORD mode = 0;
-    // For the escape sequence that erases a line of progress.
-    if (GetConsoleMode(handleOf(stderr), &mode))
-        SetConsoleMode(handleOf(stderr), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     return GetConsoleOutputCP() == CP_UTF8 ? CharacterSet::Utf8 : CharacterSet::Ascii;
 }
 
 bool isTerminal(std::FILE *stream)
 {
     return _isatty(_fileno(stream)) != 0;
+}
+
+bool canColor(std::FILE *stream)
+{
+    DWORD mode = 0;
+    return isTerminal(stream) && GetConsoleMode(handleOf(stream), &mode) &&
+           SetConsoleMode(handleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
 int terminalColumns(std::FILE *stream)

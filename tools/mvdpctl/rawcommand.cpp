@@ -133,7 +133,7 @@ const Command RawCommand = {
       {"address", "ADDRESS", "New address (bytes 8 to 11)."},
       {"netmask", "NETMASK", "New netmask (bytes 12 to 15)."},
       {"gateway", "ADDRESS", "New gateway (bytes 16 to 19)."},
-      {"hex", "[OFFSET:]BYTES", "Put these bytes at the offset (default 8); repeatable.", true},
+      {"hex", "[OFFSET:]BYTES", "Put these bytes there (default 8); repeatable.", true},
       {"length", "N", "Send only the first N bytes."},
       {"to", "ADDRESS", "Send there; a broadcast or multicast address too."}},
      1,

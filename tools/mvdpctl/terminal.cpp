@@ -28,6 +28,12 @@ Terminal::~Terminal()
     clearProgress();
 }
 
+void Terminal::setColor(ColorUse use)
+{
+    const bool isUnwanted = !qEnvironmentVariableIsEmpty("NO_COLOR");
+    m_color = use == ColorUse::Always || (use == ColorUse::Auto && !isUnwanted && canColor(stdout));
+}
+
 void Terminal::print(const QString &line)
 {
     write(stdout, line);
@@ -89,10 +95,10 @@ void Terminal::progress(const QString &line)
         return;
     clearProgress();
     // A wrapped line could not be erased.
-    std::fputs(encode(printable(m_progressPrefix + line).left(terminalColumns(stderr) - 1)).constData(),
-               stderr);
+    const QString shown = printable(m_progressPrefix + line).left(terminalColumns(stderr) - 1);
+    std::fputs(encode(shown).constData(), stderr);
     std::fflush(stderr);
-    m_progressShown = true;
+    m_progressColumns = static_cast<int>(shown.size());
 }
 
 bool Terminal::canAsk() const
@@ -154,11 +160,13 @@ void Terminal::writeMessage(const QString &line)
 
 void Terminal::clearProgress()
 {
-    if (!m_progressShown)
+    if (m_progressColumns == 0)
         return;
-    std::fputs("\r\x1b[K", stderr);
+    // Blanks instead of an escape sequence: every terminal has them.
+    const QByteArray blanks(m_progressColumns, ' ');
+    std::fprintf(stderr, "\r%s\r", blanks.constData());
     std::fflush(stderr);
-    m_progressShown = false;
+    m_progressColumns = 0;
 }
 
 QString printable(const QString &line)

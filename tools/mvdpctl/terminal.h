@@ -9,6 +9,9 @@
 
 #include <cstdio>
 
+// When results are colored. Auto: on a terminal that has colors, unless the environment has NO_COLOR.
+enum class ColorUse { Auto, Always, Never };
+
 // Standard output, standard error and questions to the user. Only results go to standard output, so that they
 // can be piped; the rest goes to standard error.
 class Terminal
@@ -22,6 +25,9 @@ public:
     void setQuiet(bool quiet) { m_quiet = quiet; }
     void setVerbose(bool verbose) { m_verbose = verbose; }
     bool isVerbose() const { return m_verbose; }
+    void setColor(ColorUse use);
+    // True when results may be colored.
+    bool hasColor() const { return m_color; }
 
     void print(const QString &line);         // result
     void say(const QString &sentence);       // result; on a terminal broken between words
@@ -60,7 +66,8 @@ private:
     QString m_progressPrefix;
     bool m_quiet = false;
     bool m_verbose = false;
-    bool m_progressShown = false;
+    bool m_color = false;
+    int m_progressColumns = 0; // of the line that is shown
 };
 
 // Replaces by '?' the characters that control a terminal, change the direction of text or start a new line.

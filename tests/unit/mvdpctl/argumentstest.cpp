@@ -43,10 +43,17 @@ private slots:
     void unfitValuesAreUsageErrors_data();
     void unfitValuesAreUsageErrors();
     void helpNeedsNoWords();
+    void commandMayStandBehindOptions_data();
+    void commandMayStandBehindOptions();
+    void optionsHaveShortForms();
+    void mistypedOptionIsGuessed();
+    void colorTakesThreeWords();
     void defaultsStandWhereNothingIsGiven();
     void secondsTakeADecimalPoint();
     void helpLinesFitIntoEightyColumns();
     void everyCommandIsFoundByItsName();
+    void beginningOfOneCommandIsEnough();
+    void shortFormsAreUnique();
 };
 
 void ArgumentsTest::wordsAndOptionsMayMix()
@@ -119,6 +126,60 @@ void ArgumentsTest::helpNeedsNoWords()
     QVERIFY(parsed({"-h"}).isSet("help"));
 }
 
+void ArgumentsTest::commandMayStandBehindOptions_data()
+{
+    QTest::addColumn<QStringList>("words");
+    QTest::addColumn<int>("position");
+    QTest::newRow("first") << QStringList{"wink", "-v"} << 0;
+    QTest::newRow("behind a flag") << QStringList{"--json", "wink"} << 1;
+    QTest::newRow("behind a value") << QStringList{"--timeout", "2", "wink"} << 2;
+    QTest::newRow("behind a joined value") << QStringList{"--timeout=2", "wink"} << 1;
+    QTest::newRow("behind a short value") << QStringList{"-t", "2", "wink"} << 2;
+    QTest::newRow("behind a joined short value") << QStringList{"-t2", "wink"} << 1;
+    QTest::newRow("behind joined letters") << QStringList{"-jvt", "2", "wink"} << 2;
+    QTest::newRow("behind a value with the command's name") << QStringList{"-i", "wink", "wink"} << 2;
+    QTest::newRow("behind the value of one command") << QStringList{"--count", "3", "echo"} << 2;
+    QTest::newRow("behind an unknown option") << QStringList{"--what", "wink"} << 1;
+    QTest::newRow("none") << QStringList{"--timeout", "2"} << -1;
+    QTest::newRow("value missing") << QStringList{"--timeout"} << -1;
+    QTest::newRow("nothing") << QStringList() << -1;
+    QTest::newRow("a dash") << QStringList{"-"} << 0;
+}
+
+void ArgumentsTest::commandMayStandBehindOptions()
+{
+    QFETCH(QStringList, words);
+    QTEST(commandPosition(words, allOptions()), "position");
+}
+
+void ArgumentsTest::optionsHaveShortForms()
+{
+    const Arguments arguments = parsed({"x", "-jv", "-i", "eth1", "-t0.5"});
+    QVERIFY(arguments.isSet("json") && arguments.isSet("verbose") && !arguments.isSet("help"));
+    QCOMPARE(arguments.text("interface"), QStringLiteral("eth1"));
+    QCOMPARE(arguments.seconds("timeout").value().count(), 500);
+    QVERIFY(parsed({"-V"}).isSet("version"));
+    QCOMPARE(failureOf([] { parsed({"x", "-i", "eth1", "--interface", "eth2"}); }), QStringLiteral("2"));
+}
+
+void ArgumentsTest::mistypedOptionIsGuessed()
+{
+    try {
+        parsed({"x", "--jsno"});
+        QFAIL("it was accepted");
+    } catch (const Failure &failure) {
+        QCOMPARE(failure.message, QStringLiteral("there is no option '--jsno': did you mean '--json'?"));
+    }
+}
+
+void ArgumentsTest::colorTakesThreeWords()
+{
+    QCOMPARE(parsed({"x"}).color(), ColorUse::Auto);
+    QCOMPARE(parsed({"x", "--color", "always"}).color(), ColorUse::Always);
+    QCOMPARE(parsed({"x", "--color=never"}).color(), ColorUse::Never);
+    QCOMPARE(failureOf([] { parsed({"x", "--color", "red"}).color(); }), QStringLiteral("2"));
+}
+
 void ArgumentsTest::defaultsStandWhereNothingIsGiven()
 {
     const Arguments arguments = parsed({"x"});
@@ -147,8 +208,29 @@ void ArgumentsTest::helpLinesFitIntoEightyColumns()
 void ArgumentsTest::everyCommandIsFoundByItsName()
 {
     for (const Command *command : allCommands())
-        QCOMPARE(findCommand(QLatin1String(command->name)), command);
-    QVERIFY(findCommand(QStringLiteral("disco")) == nullptr);
+        QCOMPARE(&commandNamed(QLatin1String(command->name)), command);
+}
+
+void ArgumentsTest::beginningOfOneCommandIsEnough()
+{
+    QCOMPARE(QLatin1String(commandNamed(QStringLiteral("disco")).name), QLatin1String("discover"));
+    QCOMPARE(QLatin1String(commandNamed(QStringLiteral("reset")).name), QLatin1String("reset-network"));
+    for (const char *word : {"re", "", "discovers", "Discover", "-"})
+        QCOMPARE(failureOf([word] { commandNamed(QLatin1String(word)); }), QStringLiteral("2"));
+}
+
+void ArgumentsTest::shortFormsAreUnique()
+{
+    for (const Command *command : allCommands()) {
+        QString letters;
+        std::vector<Option> options = commonOptions();
+        options.insert(options.end(), command->grammar.options.begin(), command->grammar.options.end());
+        for (const Option &option : options) {
+            QVERIFY(option.letter == 0 || !letters.contains(QLatin1Char(option.letter)));
+            if (option.letter != 0)
+                letters += QLatin1Char(option.letter);
+        }
+    }
 }
 
 QTEST_APPLESS_MAIN(ArgumentsTest)
