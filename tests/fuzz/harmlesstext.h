@@ -6,22 +6,24 @@
 
 #include <algorithm>
 
-// True when no character can control a terminal, change the direction of text or start a line. Half a
-// character is none that can be written.
+// True for a character that controls a terminal, changes the direction of text or starts a line.
+inline bool isHarmful(QChar character)
+{
+    switch (character.category()) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Half a character is none that can be written.
 inline bool isHarmless(const QString &line)
 {
-    const bool harmless = std::all_of(line.begin(), line.end(), [](QChar character) {
-        switch (character.category()) {
-        case QChar::Other_Control:
-        case QChar::Other_Format:
-        case QChar::Separator_Line:
-        case QChar::Separator_Paragraph:
-            return false;
-        default:
-            return true;
-        }
-    });
-    return harmless && QString::fromUtf8(line.toUtf8()) == line;
+    return std::none_of(line.begin(), line.end(), isHarmful) && QString::fromUtf8(line.toUtf8()) == line;
 }
 
 inline bool areHarmless(const QStringList &lines)

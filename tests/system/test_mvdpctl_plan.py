@@ -149,14 +149,16 @@ def test_exchange_that_fails_half_way_is_told_plainly(fake, mvdpctl, plan):
 
 def test_plan_that_cannot_work_is_sent_by_force_only(fake, mvdpctl, plan):
     fake.panels = at(11, 12)
-    refused = mvdpctl("set", "--from", plan(12), "--yes", *SEARCHING)
+    path = plan(12)
+    objection = f"{path}:2: {MAC}: The address 192.168.10.12 would be that of {MAC2}, too.\n"
+    refused = mvdpctl("set", "--from", path, "--yes", *SEARCHING)
     assert (refused.code, refused.out) == (USAGE, "")
-    assert f"mvdpctl: line 2, {MAC}: The address 192.168.10.12 would be that of {MAC2}, too.\n" in refused.err
+    assert f"mvdpctl: {objection}" in refused.err
     assert "--force" in refused.err
     assert order(fake) == []
-    forced = mvdpctl("set", "--from", plan(12), "--yes", "--force", *SEARCHING)
+    forced = mvdpctl("set", "--from", path, "--yes", "--force", *SEARCHING)
     assert forced.code == DONE
-    assert f"warning: line 2, {MAC}: " in forced.err
+    assert f"mvdpctl: warning: {objection}" in forced.err
     assert order(fake) == [1]
 
 

@@ -1,10 +1,11 @@
 #include "csvrow.h"
 
+#include "csvreader.h"
+
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonValue>
 #include <QtCore/QLocale>
 
-#include <algorithm>
 #include <cmath>
 
 namespace
@@ -28,25 +29,6 @@ QString valueText(const QJsonValue &value)
     for (const QJsonValue part : value.toArray())
         parts << part.toString();
     return parts.join(QLatin1Char(' '));
-}
-
-bool isFormula(const QString &text)
-{
-    static const QString starts = QStringLiteral("=+-@");
-    return !text.isEmpty() && starts.contains(text.at(0));
-}
-
-QString csvField(const QString &text)
-{
-    QString field = isFormula(text) ? QLatin1Char('\'') + text : text;
-    const bool needsQuotes = std::any_of(field.cbegin(), field.cend(), [](QChar character) {
-        return character == QLatin1Char(',') || character == QLatin1Char(';') ||
-               character == QLatin1Char('"') || character < QLatin1Char(' ');
-    });
-    if (!needsQuotes)
-        return field;
-    field.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-    return QLatin1Char('"') + field + QLatin1Char('"');
 }
 
 } // namespace

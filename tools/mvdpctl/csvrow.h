@@ -9,8 +9,7 @@
 // missing values are empty, lists are joined with blanks.
 QStringList csvFields(const QJsonObject &record, const QStringList &columns);
 
-// One record and its line end. Fields are quoted where needed. A text that a spreadsheet would take for a
-// formula gets an apostrophe in front, because descriptions come from the network.
+// One record and its line end, see csvField().
 QString csvLine(const QStringList &fields);
 
 #endif // CSVROW_H

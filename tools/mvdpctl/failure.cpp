@@ -34,5 +34,5 @@ Failure failureOf(const ToolError &error)
 {
     const KindFacts facts = factsOf(error.kind);
     return {facts.code, error.message,
-            error.advice.isEmpty() ? QString::fromLatin1(facts.advice) : error.advice};
+            error.advice.isEmpty() ? QString::fromLatin1(facts.advice) : error.advice, error.details};
 }

@@ -4,6 +4,7 @@
 #include "toolerror.h"
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 // The exit status of the program. The manual page promises these numbers to scripts.
 enum class ExitCode : int {
@@ -14,12 +15,13 @@ enum class ExitCode : int {
     NetworkTrouble = 4,
 };
 
-// Thrown where a command cannot go on, with what went wrong and what to do next. main() prints both and exits
-// with the code.
+// Thrown where a command cannot go on, with what went wrong and what to do next. main() prints all of it and
+// exits with the code.
 struct Failure {
     ExitCode code;
     QString message;
     QString advice;
+    QStringList details = {}; // more of what went wrong, one line each, behind the message
 };
 
 // Turns an error of the engine into the command's failure, with advice in terms of the command line.

@@ -104,6 +104,8 @@ int main(int argc, char *argv[])
         return static_cast<int>(code);
     } catch (const Failure &failure) {
         terminal.error(failure.message);
+        for (const QString &line : failure.details)
+            terminal.error(line);
         if (!failure.advice.isEmpty())
             terminal.error(failure.advice);
         return static_cast<int>(failure.code);

@@ -1,14 +1,12 @@
 #include "csvreader.h"
 
-#include "toolerror.h"
-
 #include <algorithm>
 
 namespace
 {
 
-// More fields than a plan needs. Bounds the memory for a file that consists of separators.
-const int FieldLimit = 64;
+// More fields than a list of panels needs. Bounds the memory for a file that consists of separators.
+const std::size_t FieldLimit = 64;
 const std::size_t RecordLimit = 10000;
 
 bool isSeparator(QChar character)
@@ -27,16 +25,37 @@ QChar separatorOf(const QString &text)
     return QLatin1Char(',');
 }
 
+// Spreadsheets take such a text for a formula. Further apostrophes in front are those of the text itself.
+bool isFormula(const QString &text)
+{
+    static const QString starts = QStringLiteral("=+-@");
+    const auto first = std::find_if(text.cbegin(), text.cend(),
+                                    [](QChar character) { return character != QLatin1Char('\''); });
+    return first != text.cend() && starts.contains(*first);
+}
+
+bool isBlank(const CsvRecord &record)
+{
+    return std::all_of(record.begin(), record.end(),
+                       [](const CsvField &field) { return field.text.trimmed().isEmpty(); });
+}
+
+// Thrown where the rest of the text cannot be read; the mistake is then in the file.
+struct Unreadable {
+};
+
 // Reads character by character; one object reads one text.
 class CsvReader
 {
 public:
-    explicit CsvReader(const QString &text)
-        : m_text(text)
-        , m_separator(separatorOf(text))
+    explicit CsvReader(TextFile &file)
+        : m_file(file)
+        , m_text(file.text())
+        , m_separator(separatorOf(m_text))
     {
     }
 
+    QChar separator() const { return m_separator; }
     std::vector<CsvRecord> read();
 
 private:
@@ -45,46 +64,54 @@ private:
     bool atLineEnd() const { return atEnd() || isNext('\n') || isNext('\r'); }
     void passLineEnd();
     void passSeparatorLine();
-    QString field();
-    QString quotedField();
-    [[noreturn]] static void fail(int line, const char *what);
+    CsvRecord record();
+    CsvField field();
+    QString plainText();
+    QString quotedText();
+    [[noreturn]] void fail(TextFile::Offset at, const char *what);
 
+    TextFile &m_file;
     const QString &m_text;
     QChar m_separator;
-    decltype(QString().size()) m_at = 0;
-    int m_line = 1;
+    TextFile::Offset m_at = 0;
 };
 
 std::vector<CsvRecord> CsvReader::read()
 {
     std::vector<CsvRecord> records;
-    passSeparatorLine();
-    while (!atEnd()) {
-        CsvRecord record = {m_line, {field()}};
-        while (!atLineEnd()) {
-            if (record.fields.size() >= FieldLimit)
-                fail(m_line, "more fields than any table of panels");
-            ++m_at; // the separator
-            record.fields << field();
+    try {
+        passSeparatorLine();
+        while (!atEnd()) {
+            const auto start = m_at;
+            CsvRecord next = record();
+            if (records.size() >= RecordLimit)
+                fail(start, "there are more panels above than any network holds");
+            if (!isBlank(next))
+                records.push_back(std::move(next));
         }
-        passLineEnd();
-        const bool isBlank = std::all_of(record.fields.cbegin(), record.fields.cend(),
-                                         [](const QString &text) { return text.trimmed().isEmpty(); });
-        if (records.size() >= RecordLimit)
-            fail(m_line, "more panels before it than any network holds");
-        if (!isBlank)
-            records.push_back(std::move(record));
+    } catch (const Unreadable &) {
+        return records;
     }
     return records;
 }
 
+CsvRecord CsvReader::record()
+{
+    CsvRecord fields = {field()};
+    while (!atLineEnd()) {
+        if (fields.size() >= FieldLimit)
+            fail(m_at, "there are more fields than in any list of panels");
+        ++m_at; // the separator
+        fields.push_back(field());
+    }
+    passLineEnd();
+    return fields;
+}
+
 void CsvReader::passLineEnd()
 {
-    if (atEnd())
-        return;
     const bool isPair = isNext('\r') && m_at + 1 < m_text.size() && m_text.at(m_at + 1) == QLatin1Char('\n');
-    m_at += isPair ? 2 : 1;
-    ++m_line;
+    m_at += atEnd() ? 0 : isPair ? 2 : 1;
 }
 
 // Some spreadsheets write the separator into a line before the first record.
@@ -97,53 +124,117 @@ void CsvReader::passSeparatorLine()
         return;
     m_at = start.size() + 1;
     if (!atLineEnd())
-        fail(m_line, "text behind its separator");
+        fail(m_at, "there is text behind the separator");
     passLineEnd();
 }
 
-QString CsvReader::field()
+CsvField CsvReader::field()
 {
-    if (isNext('"'))
-        return quotedField();
+    CsvField result;
+    result.at = m_at;
+    result.text = isNext('"') ? quotedText() : plainText();
+    result.end = m_at;
+    if (result.text.startsWith(QLatin1Char('\'')) && isFormula(result.text))
+        result.text.remove(0, 1);
+    return result;
+}
+
+QString CsvReader::plainText()
+{
     const auto start = m_at;
     while (!atLineEnd() && m_text.at(m_at) != m_separator) {
         if (isNext('"'))
-            fail(m_line, "a quotation mark in the middle of a field");
+            fail(m_at, "a quotation mark in the middle of a field: write the field \"like \"\"this\"\"\"");
         ++m_at;
     }
     return m_text.mid(start, m_at - start);
 }
 
-QString CsvReader::quotedField()
+QString CsvReader::quotedText()
 {
-    const int firstLine = m_line;
+    const auto start = m_at;
     QString text;
     for (++m_at;; ++m_at) {
         if (atEnd())
-            fail(firstLine, "a quotation mark without its partner");
+            fail(start, "a quotation mark without its partner");
         if (isNext('"')) {
             ++m_at;
             if (!isNext('"'))
                 break;
         }
-        if (isNext('\n'))
-            ++m_line;
         text += m_text.at(m_at);
     }
     if (!atLineEnd() && m_text.at(m_at) != m_separator)
-        fail(m_line, "text behind a closing quotation mark");
+        fail(m_at, "text behind a closing quotation mark: write the field \"like \"\"this\"\"\"");
     return text;
 }
 
-void CsvReader::fail(int line, const char *what)
+void CsvReader::fail(TextFile::Offset at, const char *what)
 {
-    throw ToolError{ToolError::BadInput, QStringLiteral("line %1 has %2").arg(line).arg(QLatin1String(what)),
-                    QStringLiteral("A field that holds quotation marks is written \"like \"\"this\"\"\".")};
+    m_file.addMistake(at, QLatin1String(what));
+    throw Unreadable();
+}
+
+void readHeadings(const CsvRecord &header, CsvTable &table, TextFile &file)
+{
+    for (const CsvField &field : header) {
+        const QString title = oneLine(field.text);
+        const QString heading = title.toLower();
+        if (!heading.isEmpty() && table.headings.contains(heading))
+            file.addMistake(field.at, QStringLiteral("there are two columns %1").arg(quoted(heading)));
+        table.titles << title;
+        table.headings << heading;
+    }
+    if (table.column("mac") < 0)
+        file.addMistake(header.front().at, QStringLiteral("there is no column 'mac'"));
+}
+
+bool isRowRight(const CsvRecord &row, const CsvTable &table, TextFile &file)
+{
+    const auto width = static_cast<std::size_t>(table.headings.size());
+    if (row.size() != width) {
+        file.addMistake(
+            row.size() > width ? row[width].at : row.back().end,
+            QStringLiteral("%1 fields under %2 headings").arg(row.size()).arg(table.headings.size()));
+        return false;
+    }
+    for (std::size_t column = 0; column < width; ++column) {
+        const QString text = row[column].text.trimmed();
+        if (!text.isEmpty() && table.headings.at(static_cast<int>(column)).isEmpty()) {
+            file.addMistake(row[column].at, QStringLiteral("%1 stands under no heading").arg(quoted(text)));
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
 
-std::vector<CsvRecord> csvRecords(const QString &text)
+CsvTable csvTable(TextFile &file)
 {
-    return CsvReader(text).read();
+    CsvReader reader(file);
+    std::vector<CsvRecord> records = reader.read();
+    CsvTable table;
+    table.separator = reader.separator();
+    if (records.empty())
+        return table;
+    table.header = records.front();
+    readHeadings(table.header, table, file);
+    for (auto record = std::next(records.begin()); record != records.end(); ++record) {
+        if (isRowRight(*record, table, file))
+            table.rows.push_back(std::move(*record));
+    }
+    return table;
+}
+
+QString csvField(const QString &text)
+{
+    QString field = isFormula(text) ? QLatin1Char('\'') + text : text;
+    const bool needsQuotes = std::any_of(field.cbegin(), field.cend(), [](QChar character) {
+        return isSeparator(character) || character == QLatin1Char('"') || character < QLatin1Char(' ');
+    });
+    if (!needsQuotes)
+        return field;
+    field.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+    return QLatin1Char('"') + field + QLatin1Char('"');
 }

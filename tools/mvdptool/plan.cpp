@@ -21,7 +21,7 @@ PlanStep stepOf(const PlanEntry &entry, const PanelList &panels,
 
 QString titleOf(const PlanStep &step)
 {
-    return step.entry.place + QStringLiteral(", ") + macText(step.entry.mac) + QStringLiteral(": ");
+    return step.entry.place + QStringLiteral(": ") + macText(step.entry.mac) + QStringLiteral(": ");
 }
 
 // The holders of each address after the plan.

@@ -2,9 +2,9 @@
 
 #include "csvreader.h"
 #include "discovery.h"
-#include "toolerror.h"
+#include "jsonplaces.h"
+#include "textfile.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -15,11 +15,12 @@
 namespace
 {
 
-const qint64 LargestFile = 4 << 20; // as many panels as discover can find, as JSON
-const int MostMistakes = 20;
-const int LongestQuote = 40;
+struct Cell {
+    QString text;
+    TextFile::Offset at;
+};
 
-using Cells = std::map<QString, QString>;
+using Cells = std::map<QString, Cell>;
 
 const QStringList &settingColumns()
 {
@@ -39,131 +40,102 @@ bool isOverlooked(const QString &column)
     return columns.contains(column);
 }
 
-[[noreturn]] void throwPlan(const QString &mistake)
-{
-    throw ToolError{ToolError::BadPlan, mistake, {}};
-}
-
-[[noreturn]] void throwInput(const QString &message, const QString &advice)
-{
-    throw ToolError{ToolError::BadInput, message, advice};
-}
-
-// Collects mistakes, so that the user sees all of them at once.
+// Collects the entries, and the mistakes in the file.
 class PlanBuilder
 {
 public:
-    void add(const QString &place, const Cells &cells);
-    void mistake(const QString &place, const QString &what);
+    explicit PlanBuilder(TextFile &file)
+        : m_file(file)
+    {
+    }
+
+    // `at` is where the entry begins.
+    void add(TextFile::Offset at, const Cells &cells);
+    // Throws ToolError when there were mistakes.
     std::vector<PlanEntry> entries() const;
 
 private:
     template <typename Value, typename Read>
-    std::optional<Value> value(const QString &place, const Cells &cells, const char *column, Read read);
+    std::optional<Value> value(const Cells &cells, const char *column, Read read);
 
+    TextFile &m_file;
     std::vector<PlanEntry> m_entries;
-    std::map<MacAddress, QString> m_places;
-    QStringList m_mistakes;
+    std::map<MacAddress, TextFile::Offset> m_places;
 };
 
 template <typename Value, typename Read>
-std::optional<Value> PlanBuilder::value(const QString &place, const Cells &cells, const char *column,
-                                        Read read)
+std::optional<Value> PlanBuilder::value(const Cells &cells, const char *column, Read read)
 {
     const auto cell = cells.find(QLatin1String(column));
-    if (cell == cells.end() || cell->second.isEmpty())
+    if (cell == cells.end() || cell->second.text.isEmpty())
         return std::nullopt;
-    std::optional<Value> result = read(cell->second);
+    std::optional<Value> result = read(cell->second.text);
     if (!result)
-        mistake(place, QStringLiteral("'%1' is no %2")
-                           .arg(cell->second.left(LongestQuote), column == settingColumns().first()
-                                                                     ? QStringLiteral("MAC address")
-                                                                     : QLatin1String(column)));
+        m_file.addMistake(cell->second.at,
+                          QStringLiteral("%1 is no %2")
+                              .arg(quoted(cell->second.text), column == settingColumns().first()
+                                                                  ? QStringLiteral("MAC address")
+                                                                  : QLatin1String(column)));
     return result;
 }
 
-void PlanBuilder::add(const QString &place, const Cells &cells)
+void PlanBuilder::add(TextFile::Offset at, const Cells &cells)
 {
-    const auto before = m_mistakes.size();
-    const auto mac = value<MacAddress>(place, cells, "mac", macFromText);
+    const auto before = m_file.mistakeCount();
+    const auto mac = value<MacAddress>(cells, "mac", macFromText);
     PlanEntry entry;
-    entry.place = place;
-    entry.wanted.address = value<std::uint32_t>(place, cells, "address", ipv4FromText);
-    entry.wanted.netmask = value<std::uint32_t>(place, cells, "netmask", netmaskFromText);
-    entry.wanted.gateway = value<std::uint32_t>(place, cells, "gateway", ipv4FromText);
-    if (m_mistakes.size() > before)
+    entry.place = m_file.linePlace(at);
+    entry.wanted.address = value<std::uint32_t>(cells, "address", ipv4FromText);
+    entry.wanted.netmask = value<std::uint32_t>(cells, "netmask", netmaskFromText);
+    entry.wanted.gateway = value<std::uint32_t>(cells, "gateway", ipv4FromText);
+    if (m_file.mistakeCount() > before)
         return;
     if (!mac)
-        return mistake(place, QStringLiteral("there is no MAC address"));
+        return m_file.addMistake(at, QStringLiteral("there is no MAC address"));
     entry.mac = *mac;
     if (isZero(entry.mac))
-        return mistake(place, QStringLiteral("the MAC address of zeros names no panel"));
+        return m_file.addMistake(at, QStringLiteral("the MAC address of zeros names no panel"));
     if (!entry.wanted.address && !entry.wanted.netmask && !entry.wanted.gateway)
-        return mistake(place, QStringLiteral("there is nothing to set"));
-    const auto added = m_places.insert({entry.mac, place});
+        return m_file.addMistake(at, QStringLiteral("there is nothing to set"));
+    const auto added = m_places.insert({entry.mac, at});
     if (!added.second)
-        return mistake(
-            place,
-            QStringLiteral("%1 is in the plan already, in %2").arg(macText(entry.mac), added.first->second));
-    if (m_entries.size() >= PanelLimit)
-        throwPlan(QStringLiteral("the plan has more than %1 panels").arg(PanelLimit));
+        return m_file.addMistake(at, QStringLiteral("%1 is in the plan already, in line %2")
+                                         .arg(macText(entry.mac))
+                                         .arg(m_file.lineOf(added.first->second)));
+    if (m_entries.size() == PanelLimit)
+        return m_file.addMistake(at, QStringLiteral("the plan has more than %1 panels").arg(PanelLimit));
     m_entries.push_back(entry);
-}
-
-void PlanBuilder::mistake(const QString &place, const QString &what)
-{
-    m_mistakes << place + QStringLiteral(": ") + what;
-    if (m_mistakes.size() >= MostMistakes)
-        throwPlan(QStringLiteral("the plan has mistakes: ") + m_mistakes.join(QStringLiteral("; ")));
 }
 
 std::vector<PlanEntry> PlanBuilder::entries() const
 {
-    if (!m_mistakes.isEmpty())
-        throwPlan(QStringLiteral("the plan has mistakes: ") + m_mistakes.join(QStringLiteral("; ")));
+    m_file.throwMistakes();
     if (m_entries.empty())
-        throwPlan(QStringLiteral("the plan has no panel"));
+        m_file.throwMistake(QStringLiteral("the plan has no panel"));
     return m_entries;
 }
 
-QStringList headerOf(const CsvRecord &record)
+std::vector<PlanEntry> fromCsv(TextFile &file)
 {
-    QStringList names;
-    for (const QString &field : record.fields) {
-        const QString name = field.trimmed().toLower();
-        if (!settingColumns().contains(name) && !isOverlooked(name))
-            throwPlan(QStringLiteral("line %1: there is no column '%2'")
-                          .arg(record.line)
-                          .arg(field.left(LongestQuote)));
-        if (names.contains(name))
-            throwPlan(QStringLiteral("line %1: there are two columns '%2'").arg(record.line).arg(name));
-        names << name;
+    const CsvTable table = csvTable(file);
+    if (table.headings.isEmpty())
+        file.throwMistake(QStringLiteral("the plan is empty"));
+    for (int column = 0; column < static_cast<int>(table.headings.size()); ++column) {
+        const QString &heading = table.headings.at(column);
+        if (!settingColumns().contains(heading) && !isOverlooked(heading))
+            file.addMistake(table.header.at(static_cast<std::size_t>(column)).at,
+                            QStringLiteral("there is no column %1").arg(quoted(heading)));
     }
-    if (!names.contains(settingColumns().first()))
-        throwPlan(QStringLiteral("line %1: there is no column 'mac'").arg(record.line));
-    return names;
-}
-
-std::vector<PlanEntry> fromCsv(const QString &text)
-{
-    const std::vector<CsvRecord> records = csvRecords(text);
-    if (records.empty())
-        throwPlan(QStringLiteral("the plan is empty"));
-    const QStringList header = headerOf(records.front());
-    PlanBuilder builder;
-    for (std::size_t index = 1; index < records.size(); ++index) {
-        const CsvRecord &record = records[index];
-        const QString place = QStringLiteral("line %1").arg(record.line);
-        if (record.fields.size() != header.size()) {
-            builder.mistake(
-                place,
-                QStringLiteral("%1 fields under %2 headings").arg(record.fields.size()).arg(header.size()));
-            continue;
-        }
+    PlanBuilder builder(file);
+    const bool canRead = table.column("mac") >= 0;
+    for (std::size_t index = 0; canRead && index < table.rows.size(); ++index) {
+        const CsvRecord &row = table.rows[index];
         Cells cells;
-        for (int column = 0; column < static_cast<int>(header.size()); ++column)
-            cells[header.at(column)] = record.fields.at(column).trimmed();
-        builder.add(place, cells);
+        for (int column = 0; column < static_cast<int>(table.headings.size()); ++column) {
+            const CsvField &field = row[static_cast<std::size_t>(column)];
+            cells[table.headings.at(column)] = {field.text.trimmed(), field.at};
+        }
+        builder.add(row.front().at, cells);
     }
     return builder.entries();
 }
@@ -181,67 +153,73 @@ bool cellOf(const QJsonValue &value, QString &text)
     return value.isString() || value.isNull();
 }
 
-std::vector<PlanEntry> fromJson(const QByteArray &bytes)
+void addObject(const QJsonObject &object, const JsonPlace &place, TextFile &file, PlanBuilder &builder)
+{
+    Cells cells;
+    const auto before = file.mistakeCount();
+    for (auto member = object.begin(); member != object.end(); ++member) {
+        const auto found = place.members.find(member.key());
+        const TextFile::Offset at = found == place.members.end() ? place.at : found->second;
+        const bool isKnown = settingColumns().contains(member.key());
+        if (!isKnown && isOverlooked(member.key()))
+            continue;
+        Cell cell = {QString(), at};
+        if (!isKnown || !cellOf(member.value(), cell.text))
+            file.addMistake(at,
+                            QStringLiteral("%1 is unknown or of the wrong kind").arg(quoted(member.key())));
+        cells[member.key()] = cell;
+    }
+    if (file.mistakeCount() == before)
+        builder.add(place.at, cells);
+}
+
+// The place in the text of this byte of its UTF-8 form.
+TextFile::Offset offsetOfByte(const QString &text, int byte)
+{
+    return QString::fromUtf8(text.toUtf8().left(byte)).size();
+}
+
+std::vector<PlanEntry> fromJson(TextFile &file)
 {
     QJsonParseError error = {};
-    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
-    if (document.isNull())
-        throwPlan(QStringLiteral("no JSON at byte %1: %2").arg(error.offset).arg(error.errorString()));
+    const QJsonDocument document = QJsonDocument::fromJson(file.text().toUtf8(), &error);
+    if (document.isNull()) {
+        file.addMistake(offsetOfByte(file.text(), error.offset),
+                        QStringLiteral("this is no JSON: %1").arg(error.errorString()));
+        file.throwMistakes();
+    }
+    const QString member = QStringLiteral("panels");
     const QJsonValue list =
-        document.isArray() ? QJsonValue(document.array()) : document.object().value(QStringLiteral("panels"));
+        document.isArray() ? QJsonValue(document.array()) : document.object().value(member);
     if (!list.isArray())
-        throwPlan(QStringLiteral("the plan is neither a list nor an object with a list 'panels'"));
-    PlanBuilder builder;
+        file.throwMistake(QStringLiteral("the plan is neither a list nor an object with a list 'panels'"));
+    PlanBuilder builder(file);
     const QJsonArray panels = list.toArray();
+    std::vector<JsonPlace> places = placesInList(file.text(), member);
+    places.resize(static_cast<std::size_t>(panels.size()));
     for (int index = 0; index < static_cast<int>(panels.size()); ++index) {
-        const QString place = QStringLiteral("entry %1").arg(index + 1);
-        const QJsonObject object = panels.at(index).toObject();
-        Cells cells;
-        bool isFit = panels.at(index).isObject();
-        if (!isFit)
-            builder.mistake(place, QStringLiteral("it is no object"));
-        for (auto member = object.begin(); member != object.end(); ++member) {
-            const bool isKnown = settingColumns().contains(member.key());
-            if (!isKnown && isOverlooked(member.key()))
-                continue;
-            if (!isKnown || !cellOf(member.value(), cells[member.key()])) {
-                builder.mistake(place, QStringLiteral("'%1' is unknown or of the wrong kind")
-                                           .arg(member.key().left(LongestQuote)));
-                isFit = false;
-            }
-        }
-        if (isFit)
-            builder.add(place, cells);
+        const JsonPlace &place = places[static_cast<std::size_t>(index)];
+        if (panels.at(index).isObject())
+            addObject(panels.at(index).toObject(), place, file, builder);
+        else
+            file.addMistake(place.at, QStringLiteral("this is no object"));
     }
     return builder.entries();
 }
 
 } // namespace
 
-std::vector<PlanEntry> parsePlan(const QByteArray &bytes, PlanFormat format)
+std::vector<PlanEntry> parsePlan(const QByteArray &bytes, PlanFormat format, const QString &fileName)
 {
-    if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
-        throwPlan(QStringLiteral("the file is in UTF-16: save it as UTF-8"));
-    // Qt 5 would read up to the first NUL and take that for the whole plan.
-    if (bytes.contains('\0'))
-        throwPlan(QStringLiteral("the file has zero bytes in it, so it is no text"));
-    const QByteArray content = bytes.startsWith("\xEF\xBB\xBF") ? bytes.mid(3) : bytes;
-    return format == PlanFormat::Json ? fromJson(content) : fromCsv(QString::fromUtf8(content));
+    TextFile file(bytes, fileName, ToolError::BadPlan, QString());
+    return format == PlanFormat::Json ? fromJson(file) : fromCsv(file);
 }
 
 std::vector<PlanEntry> readPlan(const QString &path)
 {
     const bool isJson = path.endsWith(QStringLiteral(".json"), Qt::CaseInsensitive);
     if (!isJson && !path.endsWith(QStringLiteral(".csv"), Qt::CaseInsensitive))
-        throwInput(QStringLiteral("'%1' ends in neither .csv nor .json").arg(path),
-                   QStringLiteral("The end of its name says how a plan is written."));
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throwInput(QStringLiteral("'%1' cannot be read: %2").arg(path, file.errorString()),
-                   QStringLiteral("Give the name of a file that you may read."));
-    const QByteArray bytes = file.read(LargestFile + 1);
-    if (bytes.size() > LargestFile)
-        throwInput(QStringLiteral("'%1' is larger than 4 MiB").arg(path),
-                   QStringLiteral("That is no plan: 40 panels take 4 kB."));
-    return parsePlan(bytes, isJson ? PlanFormat::Json : PlanFormat::Csv);
+        throw ToolError{ToolError::BadInput, QStringLiteral("'%1' ends in neither .csv nor .json").arg(path),
+                        QStringLiteral("The end of its name says how a plan is written.")};
+    return parsePlan(TextFile::bytesOf(path), isJson ? PlanFormat::Json : PlanFormat::Csv, path);
 }

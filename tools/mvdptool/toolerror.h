@@ -2,6 +2,7 @@
 #define TOOLERROR_H
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 // Thrown where the engine cannot go on. Each function that throws says so in its comment.
 struct ToolError {
@@ -14,8 +15,9 @@ struct ToolError {
     };
 
     Kind kind;
-    QString message; // what went wrong
-    QString advice;  // what to do next; empty where that depends on the front end
+    QString message;          // what went wrong
+    QString advice;           // what to do next; empty where that depends on the front end
+    QStringList details = {}; // more of what went wrong, one line each, to be shown behind the message
 };
 
 #endif // TOOLERROR_H

@@ -16,7 +16,7 @@ std::uint32_t address(std::uint8_t last)
 PlanEntry entry(std::uint8_t lastMacByte, std::uint8_t lastAddressByte)
 {
     PlanEntry result;
-    result.place = QStringLiteral("line %1").arg(lastMacByte + 1);
+    result.place = QStringLiteral("plan.csv:%1").arg(lastMacByte + 1);
     result.mac = testPanel(lastMacByte).mac;
     result.wanted.address = address(lastAddressByte);
     return result;
@@ -125,13 +125,13 @@ void PlanTest::conflictsAreObjectedTo_data()
     QTest::addColumn<QStringList>("objections");
     QTest::newRow("held by one outside the plan")
         << QList<int>{12, 0}
-        << QStringList{"line 2, 02:00:5e:10:00:01: The address 192.168.10.12 would be that of "
+        << QStringList{"plan.csv:2: 02:00:5e:10:00:01: The address 192.168.10.12 would be that of "
                        "02:00:5e:10:00:02, too."};
     QTest::newRow("held by one that stays")
         << QList<int>{12, 12} << QStringList{"02:00:5e:10:00:01: The address"};
-    QTest::newRow("planned twice") << QList<int>{20, 20} << QStringList{"line 2, ", "line 3, "};
+    QTest::newRow("planned twice") << QList<int>{20, 20} << QStringList{"plan.csv:2: ", "plan.csv:3: "};
     QTest::newRow("planned for one that is not found")
-        << QList<int>{20, 0, 20} << QStringList{"line 2, ", "line 4, "};
+        << QList<int>{20, 0, 20} << QStringList{"plan.csv:2: ", "plan.csv:4: "};
 }
 
 void PlanTest::conflictsAreObjectedTo()
@@ -189,8 +189,9 @@ void PlanTest::addressThatIsStillAnsweredFromIsHeld()
     elsewhere.source = address(11);
     panels.add(elsewhere);
     const Plan alone = makePlan({entry(1, 11)}, panels, {}, isWhereItTells);
-    QCOMPARE(alone.objections, QStringList({"line 2, 02:00:5e:10:00:01: The address 192.168.10.11 would be "
-                                            "that of 02:00:5e:10:00:02, too."}));
+    QCOMPARE(alone.objections,
+             QStringList({"plan.csv:2: 02:00:5e:10:00:01: The address 192.168.10.11 would be "
+                          "that of 02:00:5e:10:00:02, too."}));
     const Plan both = makePlan({entry(1, 11), entry(2, 12)}, panels, {}, isWhereItTells);
     QCOMPARE(both.objections, QStringList());
     QCOMPARE(orderOf(both), QStringLiteral("2 1"));
@@ -215,10 +216,10 @@ void PlanTest::cablesAndGatewaysAreLookedAt()
     const Plan plan = makePlan({deaf, entry(2, 14)}, panels, {eth0, eth1}, isWhereItTells);
     const QString cable = "is in the subnet of eth1, but the panel is connected to eth0.";
     QCOMPARE(plan.objections,
-             QStringList({"line 2, 02:00:5e:10:00:01: The address 192.168.10.13 " + cable,
-                          "line 2, 02:00:5e:10:00:01: Without a gateway the panel is heard only by "
+             QStringList({"plan.csv:2: 02:00:5e:10:00:01: The address 192.168.10.13 " + cable,
+                          "plan.csv:2: 02:00:5e:10:00:01: Without a gateway the panel is heard only by "
                           "computers with an address in 192.168.10.0/24, and this one has none on eth0.",
-                          "line 3, 02:00:5e:10:00:02: The address 192.168.10.14 " + cable}));
+                          "plan.csv:3: 02:00:5e:10:00:02: The address 192.168.10.14 " + cable}));
 }
 
 QTEST_APPLESS_MAIN(PlanTest)
