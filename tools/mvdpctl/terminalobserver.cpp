@@ -65,6 +65,14 @@ void TerminalObserver::ignored(const Received &datagram, const QString &reason)
         m_terminal.trace(QStringLiteral("  ignored: %1").arg(reason));
 }
 
+void TerminalObserver::overrun(std::uint32_t datagrams, int receiveBufferBytes)
+{
+    m_terminal.trace(
+        QStringLiteral("  lost by this computer: %1 datagrams, for its receive buffer of %2 bytes was full")
+            .arg(datagrams)
+            .arg(receiveBufferBytes));
+}
+
 bool TerminalObserver::isShown(const Received &datagram) const
 {
     return m_terminal.isVerbose() && (!m_isShown || m_isShown(datagram));

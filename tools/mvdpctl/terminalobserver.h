@@ -27,6 +27,7 @@ public:
     void sent(const Request &request, const std::vector<Destination> &destinations) override;
     void received(const Received &datagram) override;
     void ignored(const Received &datagram, const QString &reason) override;
+    void overrun(std::uint32_t datagrams, int receiveBufferBytes) override;
 
 private:
     bool isShown(const Received &datagram) const;

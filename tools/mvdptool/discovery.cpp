@@ -9,15 +9,21 @@ namespace
 const int QuietRounds = 2;
 
 // Counts how many of a round's requests each panel answered. A panel that answered more in an earlier round
-// shows that datagrams are lost.
+// shows that datagrams are lost. Answers beyond the number of requests are late ones to an earlier round, and
+// no later round need have as many.
 class AnswerCount
 {
 public:
+    explicit AnswerCount(std::size_t requests)
+        : m_requests(static_cast<int>(requests))
+    {
+    }
     void startRound() { m_thisRound.clear(); }
     void add(const Panel &panel);
     bool isAnyMissing() const;
 
 private:
+    const int m_requests; // in a round
     std::map<PanelKey, int> m_thisRound;
     std::map<PanelKey, int> m_most;
 };
@@ -27,7 +33,7 @@ void AnswerCount::add(const Panel &panel)
     const PanelKey key = keyOf(panel);
     const int count = ++m_thisRound[key];
     int &most = m_most[key];
-    most = std::max(most, count);
+    most = std::max(most, std::min(count, m_requests));
 }
 
 bool AnswerCount::isAnyMissing() const
@@ -44,6 +50,7 @@ public:
     Discovery(Exchange &exchange, const Search &search)
         : m_exchange(exchange)
         , m_search(search)
+        , m_answers(search.destinations.size())
     {
     }
 
@@ -51,44 +58,76 @@ public:
 
 private:
     void say(int round);
-    // True when the round brought a new panel.
-    bool listen(int round);
+    void ask(int round);
+    void listen(int round, Clock::time_point deadline);
     bool isComplete() const { return m_search.isComplete && m_search.isComplete(m_panels); }
+    bool isInterrupted() const { return m_search.isInterrupted && m_search.isInterrupted(); }
+    std::uint32_t lost() const { return m_exchange.transport().overruns() - m_overrunsBefore; }
 
     Exchange &m_exchange;
     const Search &m_search;
     const Request m_request = Request::toAll(MvdpCommand::Discover);
     PanelList m_panels;
     AnswerCount m_answers;
+    const std::uint32_t m_overrunsBefore = m_exchange.transport().overruns();
+    bool m_anySent = false;
+    bool m_anyNew = false; // in this round
 };
 
 PanelList Discovery::run()
 {
     int quiet = 0;
-    bool anySent = false;
     for (int round = 1; round <= m_search.patience.rounds; ++round) {
-        say(round);
-        anySent = m_exchange.trySend(m_request, m_search.destinations) || anySent;
-        // A search with a condition continues, because the link may come up again.
-        if (!anySent && !m_search.isComplete)
-            m_exchange.failUnsent();
+        const std::uint32_t lostBefore = lost();
         m_answers.startRound();
-        const bool anyNew = listen(round);
-        quiet = anyNew || m_answers.isAnyMissing() ? 0 : quiet + 1;
+        m_anyNew = false;
+        say(round);
+        ask(round);
+        const bool anyLost = lost() != lostBefore || m_answers.isAnyMissing();
+        quiet = m_anyNew || anyLost ? 0 : quiet + 1;
         const bool nothingNew = !m_search.isComplete && !m_panels.isEmpty() && quiet >= QuietRounds;
-        if (nothingNew || isComplete())
+        if (nothingNew || isComplete() || isInterrupted())
             break;
     }
-    if (!anySent)
+    if (!m_anySent && !isInterrupted())
         m_exchange.failUnsent();
+    if (lost() > 0)
+        m_exchange.observer().overrun(lost(), m_exchange.transport().receiveBufferBytes());
     return m_panels;
 }
 
-bool Discovery::listen(int round)
+// Sends the round's requests and receives until its end.
+void Discovery::ask(int round)
 {
-    bool anyNew = false;
-    const auto deadline = Clock::now() + m_search.patience.timeout;
-    while (const auto reply = m_exchange.nextAnswer(m_request, deadline)) {
+    std::vector<std::vector<Destination>> steps = {m_search.destinations};
+    if (lost() > 0) {
+        steps.clear();
+        for (const Destination &destination : m_search.destinations)
+            steps.push_back({destination});
+    }
+    const auto start = Clock::now();
+    int number = 0;
+    for (const std::vector<Destination> &step : steps) {
+        if (isComplete() || isInterrupted())
+            return;
+        m_anySent = m_exchange.trySend(m_request, step) || m_anySent;
+        // A search with a condition continues, because the link may come up again.
+        if (!m_anySent && !m_search.isComplete)
+            m_exchange.failUnsent();
+        ++number;
+        listen(round, start + m_search.patience.timeout * number / static_cast<int>(steps.size()));
+    }
+}
+
+void Discovery::listen(int round, Clock::time_point deadline)
+{
+    while (!isComplete() && !isInterrupted()) {
+        const auto reply = m_exchange.nextAnswer(m_request, nextLook(deadline));
+        if (!reply) {
+            if (Clock::now() >= deadline)
+                return;
+            continue;
+        }
         const Panel panel = Panel::fromReply(*reply);
         if (m_panels.size() >= PanelLimit && !m_panels.knows(panel)) {
             m_exchange.countIgnored(Verdict::Answer, *reply);
@@ -96,13 +135,10 @@ bool Discovery::listen(int round)
         }
         m_answers.add(panel);
         if (m_panels.add(panel)) {
-            anyNew = true;
+            m_anyNew = true;
             say(round);
         }
-        if (isComplete())
-            break;
     }
-    return anyNew;
 }
 
 void Discovery::say(int round)

@@ -11,3 +11,5 @@ void Observer::sent(const Request &, const std::vector<Destination> &) {}
 void Observer::received(const Received &) {}
 
 void Observer::ignored(const Received &, const QString &) {}
+
+void Observer::overrun(std::uint32_t, int) {}

@@ -6,6 +6,7 @@
 
 #include <QtCore/QString>
 
+#include <cstdint>
 #include <vector>
 
 // Through this the engine reports to a front end during an operation. Called in the operation's thread. A
@@ -28,6 +29,9 @@ public:
     virtual void received(const Received &datagram);
     // The datagram was no answer; `reason` is for example "of the wrong length".
     virtual void ignored(const Received &datagram, const QString &reason);
+    // A search has ended during which so many datagrams were lost because the receive buffer was full. The
+    // size is Transport::receiveBufferBytes().
+    virtual void overrun(std::uint32_t datagrams, int receiveBufferBytes);
 };
 
 #endif // OBSERVER_H

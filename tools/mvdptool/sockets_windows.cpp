@@ -20,6 +20,21 @@ bool joinMulticastGroup(std::intptr_t socket, std::uint32_t group, unsigned, std
                       reinterpret_cast<const char *>(&membership), sizeof membership) == 0;
 }
 
+int growReceiveBuffer(std::intptr_t socket, int bytes)
+{
+    const auto own = static_cast<SOCKET>(socket);
+    setsockopt(own, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char *>(&bytes), sizeof bytes);
+    int granted = 0;
+    int size = sizeof granted;
+    const int result = getsockopt(own, SOL_SOCKET, SO_RCVBUF, reinterpret_cast<char *>(&granted), &size);
+    return result == 0 ? granted : 0;
+}
+
+std::uint32_t droppedDatagrams(std::intptr_t)
+{
+    return 0;
+}
+
 QString socketErrorText(int, const QString &otherwise)
 {
     return otherwise;

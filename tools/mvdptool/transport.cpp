@@ -17,8 +17,9 @@ namespace
 
 // The hop limit that panels give to what they send to the group.
 const int GroupHopLimit = 16;
-// Forty panels answer a broadcast at the same moment, each three times.
-const int ReceiveBufferBytes = 1 << 20;
+// As many panels as a network may have answer at the same moment, each three times. Linux charges an answer
+// with up to 2304 bytes, depending on the network card's driver.
+const int ReceiveBufferBytes = 32 << 20;
 // The longest wait for a full send buffer; even a slow link drains it much sooner.
 const int SendPatienceMilliseconds = 5000;
 
@@ -113,7 +114,7 @@ void Transport::failWithoutInterface(const QString &name, const std::vector<Netw
 
 void Transport::setOptions()
 {
-    m_socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, ReceiveBufferBytes);
+    m_receiveBufferBytes = growReceiveBuffer(m_socket->socketDescriptor(), ReceiveBufferBytes);
     m_socket->setSocketOption(QAbstractSocket::MulticastTtlOption, GroupHopLimit);
 }
 
@@ -135,6 +136,11 @@ void Transport::joinGroup()
 std::uint16_t Transport::localPort() const
 {
     return m_socket->localPort();
+}
+
+std::uint32_t Transport::overruns() const
+{
+    return droppedDatagrams(m_socket->socketDescriptor());
 }
 
 void Transport::addProblem(const QString &problem)

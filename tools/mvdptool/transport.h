@@ -86,6 +86,12 @@ public:
     // The next datagram that arrives before `deadline`.
     std::optional<Received> receive(Clock::time_point deadline);
 
+    // How many datagrams were lost so far because they arrived faster than they were read. Wraps around; 0
+    // where the system does not count them.
+    std::uint32_t overruns() const;
+    // The size of the receive buffer that the system granted; see growReceiveBuffer(). 0 where unknown.
+    int receiveBufferBytes() const { return m_receiveBufferBytes; }
+
     // Problems that do not stop the program, each once.
     const QStringList &problems() const { return m_problems; }
 
@@ -105,6 +111,7 @@ private:
     std::vector<NetworkInterface> m_interfaces;
     QStringList m_interfacesWithoutAddress;
     bool m_onlyOneInterface;
+    int m_receiveBufferBytes = 0;
     QStringList m_problems;
 };
 

@@ -10,7 +10,10 @@
 #include "support/namespaces.h"
 #include "toolerror.h"
 
+#include <QtNetwork/QUdpSocket>
 #include <QtTest/QtTest>
+
+#include <functional>
 
 namespace
 {
@@ -23,10 +26,14 @@ class FrontEnd : public Observer
 public:
     void progress(const QString &doing) override { doings << doing; }
     void warning(const QString &sentence) override { warnings << sentence; }
-    void sent(const Request &request, const std::vector<Destination> &) override
+    void sent(const Request &request, const std::vector<Destination> &destinations) override
     {
         commandsSent << request.datagram.command();
+        destinationsSent << int(destinations.size());
+        if (onSent)
+            onSent();
     }
+    void overrun(std::uint32_t datagrams, int) override { overruns << datagrams; }
     void received(const Received &datagram) override { commandsReceived << datagram.datagram.command(); }
 
     Panel onlyPanel()
@@ -39,10 +46,23 @@ public:
     QStringList doings;
     QStringList warnings;
     QList<int> commandsSent;
+    QList<int> destinationsSent; // their number each time
+    QList<std::uint32_t> overruns;
+    std::function<void()> onSent; // nothing is received meanwhile
     QList<int> commandsReceived;
     Transport transport{{QStringLiteral("lo"), 0}};
     Exchange exchange{transport, *this};
 };
+
+// Sends to the front end's socket until the system drops some of it.
+void overrun(const FrontEnd &frontEnd)
+{
+    const QByteArray junk(8192, 'x');
+    const std::uint32_t before = frontEnd.transport.overruns();
+    QUdpSocket sender;
+    while (frontEnd.transport.overruns() == before)
+        sender.writeDatagram(junk, QHostAddress(QHostAddress::LocalHost), frontEnd.transport.localPort());
+}
 
 } // namespace
 
@@ -52,6 +72,8 @@ class EngineTest : public QObject
 
 private slots:
     void searchIsToldToTheObserver();
+    void searchAfterAnOverrunIsSpread();
+    void searchEndsWhenInterrupted();
     void settingsAreChanged();
     void commandIsCarriedOut();
     void onlyHarmlessCommandsAreRepeated();
@@ -69,6 +91,41 @@ void EngineTest::searchIsToldToTheObserver()
     QVERIFY(frontEnd.commandsSent.startsWith(1));
     QVERIFY(frontEnd.commandsReceived.startsWith(1));
     QCOMPARE(frontEnd.warnings, QStringList());
+}
+
+// The loopback has two destinations: the limited and the directed broadcast.
+void EngineTest::searchAfterAnOverrunIsSpread()
+{
+    const PlayedPanel played;
+    FrontEnd frontEnd;
+    int rounds = 0;
+    // While rounds overrun the buffer, they are not quiet ones. The socket has room again in the next.
+    frontEnd.onSent = [&frontEnd, &rounds] {
+        if (frontEnd.destinationsSent.size() % 2 == 1 && ++rounds <= 4)
+            overrun(frontEnd);
+    };
+    const PanelList panels =
+        discoverPanels(frontEnd.exchange, {frontEnd.transport.everywhere(), {60, std::chrono::seconds(1)}});
+    QCOMPARE(panels.size(), std::size_t(1));
+    QVERIFY(rounds >= 6);
+    QVERIFY(rounds < 60);
+    QCOMPARE(frontEnd.destinationsSent.first(), 2);
+    QCOMPARE(frontEnd.destinationsSent.count(1), frontEnd.destinationsSent.size() - 1);
+    QCOMPARE(frontEnd.overruns, QList<std::uint32_t>({frontEnd.transport.overruns()}));
+}
+
+void EngineTest::searchEndsWhenInterrupted()
+{
+    const PlayedPanel played;
+    FrontEnd frontEnd;
+    int looks = 0;
+    const auto isInterrupted = [&frontEnd, &looks] {
+        return frontEnd.doings.last().endsWith(QStringLiteral("panels: 1")) && ++looks > 3;
+    };
+    const PanelList panels = discoverPanels(
+        frontEnd.exchange, {frontEnd.transport.everywhere(), {6, std::chrono::hours(1)}, {}, isInterrupted});
+    QCOMPARE(panels.size(), std::size_t(1));
+    QCOMPARE(frontEnd.commandsSent, QList<int>({1}));
 }
 
 void EngineTest::settingsAreChanged()
