@@ -1,13 +1,30 @@
 #include "action.h"
 
 #include "confirm.h"
+#include "interrupt.h"
 #include "panelaction.h"
+#include "resultlines.h"
+#include "selection.h"
 #include "session.h"
 #include "settingscheck.h"
 #include "target.h"
+#include "toolerror.h"
 
 namespace
 {
+
+// What became of one panel.
+struct ActionReport {
+    const char *result; // in text, JSON and CSV
+    ExitCode code;
+};
+
+const ActionReport Done = {"done", ExitCode::Done};
+const ActionReport NoAnswer = {"no answer", ExitCode::NoAnswer};
+const ActionReport NotHeard = {"not heard", ExitCode::NoAnswer};
+const ActionReport NotFound = {"not found", ExitCode::NoAnswer};
+const ActionReport Trouble = {"trouble", ExitCode::NetworkTrouble};
+const ActionReport NotTried = {"not tried", ExitCode::NoAnswer};
 
 class ActionRun
 {
@@ -21,9 +38,13 @@ public:
     ExitCode run();
 
 private:
-    Panel find();
+    ExitCode runOne(const PanelName &name);
+    ExitCode runSeveral(const std::vector<PanelName> &names);
+    Panel find(const PanelName &name);
+    void confirm(const Selection &selection);
+    ActionReport carryOut(Panel &panel);
     ActionOrder order() const;
-    void report(const Panel &panel, bool isDone);
+    void reportAlone(const QString &word, const Panel &panel, bool isDone);
 
     bool isHarmless() const { return m_action.question == nullptr; }
 
@@ -33,29 +54,95 @@ private:
 
 ExitCode ActionRun::run()
 {
-    const Panel panel = find();
+    const std::vector<PanelName> names = selectedNames(m_session);
+    return isForSeveral(m_session.arguments) ? runSeveral(names) : runOne(names.front());
+}
+
+ExitCode ActionRun::runOne(const PanelName &name)
+{
+    const Panel panel = find(name);
     if (!isHarmless())
         askConsent(m_session.arguments, m_session.terminal,
-                   QString::fromLatin1(m_action.question).arg(panelLabel(panel)));
+                   QString::fromLatin1(m_action.question).arg(m_session.label(panel)));
     const ActionResult result = sendAction(m_session.exchange, panel, order());
     if (result.outcome == ActionResult::NotHeard)
         throw Failure{
             ExitCode::NoAnswer,
-            QStringLiteral("%1 is not heard any more; nothing was sent to it").arg(panelLabel(panel)),
+            QStringLiteral("%1 is not heard any more; nothing was sent to it").arg(m_session.label(panel)),
             QStringLiteral("Look for it with 'mvdpctl discover'.")};
-    report(result.panel, result.outcome == ActionResult::Done);
+    reportAlone(name.text, result.panel, result.outcome == ActionResult::Done);
     return ExitCode::Done;
 }
 
-Panel ActionRun::find()
+Panel ActionRun::find(const PanelName &name)
 {
     if (isHarmless())
-        return findTarget(m_session);
-    const PanelName name = panelNameFromText(m_session.arguments.words().first());
+        return findTarget(name, m_session);
     const PanelList panels = searchFor(name, m_session);
     Panel panel = onlyMatch(name, panels, m_session);
     weighObjections(targetObjections(panel.mac, panels), true, m_session.terminal);
     return panel;
+}
+
+ExitCode ActionRun::runSeveral(const std::vector<PanelName> &names)
+{
+    Selection selection = selectPanels(names, m_session.arguments.isSet("all"), m_session);
+    leaveOutUnknown(selection, m_session);
+    if (!isHarmless())
+        confirm(selection);
+    m_session.writer->beginList(resultColumns(), QStringLiteral("results"));
+    const InterruptGuard guard;
+    WorstCode worst;
+    std::size_t number = 0;
+    for (Selected &selected : selection.items) {
+        m_session.terminal.setProgressPrefix(
+            QStringLiteral("panel %1 of %2: ").arg(++number).arg(selection.items.size()));
+        const ActionReport report = !selected.panel         ? NotFound
+                                    : guard.isInterrupted() ? NotTried
+                                                            : carryOut(*selected.panel);
+        worst.add(report.code);
+        reportResult(m_action.name, report.result, selected, m_session);
+    }
+    m_session.writer->endList(m_session.exchange.ignored());
+    m_session.terminal.note(QStringLiteral("%1 of %2 done.").arg(worst.good()).arg(worst.all()));
+    m_session.noteIgnored();
+    return worst.code();
+}
+
+void ActionRun::confirm(const Selection &selection)
+{
+    QStringList lines;
+    int count = 0;
+    for (const Selected &selected : selection.items) {
+        if (!selected.panel) {
+            lines << QStringLiteral("  %1: not found").arg(selected.word);
+            continue;
+        }
+        ++count;
+        lines << QStringLiteral("  ") + m_session.label(*selected.panel);
+        weighObjections(targetObjections(selected.panel->mac, selection.panels), true, m_session.terminal);
+    }
+    if (!m_session.arguments.isSet("yes"))
+        m_session.terminal.noteTable(lines, true);
+    askConsent(m_session.arguments, m_session.terminal,
+               QString::fromLatin1(m_action.questionForSeveral).arg(count));
+}
+
+// Stores the panel's last reply.
+ActionReport ActionRun::carryOut(Panel &panel)
+{
+    showOnly(panel, m_session);
+    try {
+        const ActionResult result = sendAction(m_session.exchange, panel, order());
+        panel = result.panel;
+        return result.outcome == ActionResult::Done       ? Done
+               : result.outcome == ActionResult::NoAnswer ? NoAnswer
+                                                          : NotHeard;
+    } catch (const ToolError &error) {
+        // The others may be connected to another interface.
+        m_session.terminal.error(error.message);
+        return Trouble;
+    }
 }
 
 ActionOrder ActionRun::order() const
@@ -65,22 +152,20 @@ ActionOrder ActionRun::order() const
             m_session.arguments.patience(usual.rounds, usual.timeout), m_session.reachedAt()};
 }
 
-void ActionRun::report(const Panel &panel, bool isDone)
+void ActionRun::reportAlone(const QString &word, const Panel &panel, bool isDone)
 {
-    const QStringList columns = {QStringLiteral("command"), QStringLiteral("result")};
     m_session.writer->record(
-        columns + panelColumns(),
-        {{QStringLiteral("command"), QLatin1String(m_action.name)},
-         {QStringLiteral("result"), isDone ? QStringLiteral("done") : QStringLiteral("no answer")},
-         {QStringLiteral("panel"), m_session.json(panel)}});
+        resultColumns(),
+        resultJson(m_action.name, isDone ? Done.result : NoAnswer.result, {word, panel}, m_session));
     if (isDone)
-        m_session.writer->say(QString::fromLatin1(m_action.done).arg(panelLabel(panel)));
+        m_session.writer->say(QString::fromLatin1(m_action.done).arg(m_session.label(panel)));
     else
-        m_session.writer->print(panelDetails(panel, m_session.interfaceNames()));
+        m_session.writer->print(m_session.details(panel));
     m_session.noteIgnored();
     if (isDone)
         return;
-    const QString what = QStringLiteral("%1 did not answer to '%2'").arg(panelLabel(panel), m_action.name);
+    const QString what =
+        QStringLiteral("%1 did not answer to '%2'").arg(m_session.label(panel), m_action.name);
     if (isHarmless())
         throw Failure{ExitCode::NoAnswer, what, heardBeforeAdvice()};
     throw Failure{ExitCode::NoAnswer, what,
@@ -92,9 +177,8 @@ void ActionRun::report(const Panel &panel, bool isDone)
 
 ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal)
 {
-    panelNameFromText(arguments.words().first());
     if (action.question != nullptr)
-        requireConsent(arguments, terminal, QStringLiteral("'%1' changes the panel").arg(action.name));
+        requireConsent(arguments, terminal, QStringLiteral("'%1' changes panels").arg(action.name));
     Session session(arguments, terminal);
     return ActionRun(action, session).run();
 }

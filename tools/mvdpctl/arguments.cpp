@@ -61,6 +61,7 @@ const std::vector<Option> &commonOptions()
         {"source-port", "PORT", "Send from this UDP port (default: any free one)."},
         {"timeout", "SECONDS", "How long to wait for answers in each round.", false, 't'},
         {"rounds", "N", "How often to ask, at most."},
+        {"names", "FILE", "The file of names (default: your own)."},
         {"json", nullptr, "Print the result as JSON.", false, 'j'},
         {"csv", nullptr, "Print the result as comma-separated values."},
         {"quiet", nullptr, "Print results and errors only."},
@@ -114,6 +115,7 @@ Arguments::Arguments(const QStringList &words, const Grammar &grammar)
     std::vector<Option> options = commonOptions();
     options.insert(options.end(), grammar.options.begin(), grammar.options.end());
     for (const Option &option : options) {
+        m_known << QString::fromLatin1(option.name);
         parser.addOption(QCommandLineOption(namesOf(option), QString(), QString::fromLatin1(option.value)));
     }
     // The parser skips the first word, the program's name.

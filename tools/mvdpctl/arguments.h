@@ -45,6 +45,8 @@ public:
     Arguments(const QStringList &words, const Grammar &grammar);
 
     const QStringList &words() const { return m_words; }
+    // True when the command has this option.
+    bool takes(const char *option) const { return m_known.contains(QLatin1String(option)); }
     bool isSet(const char *option) const { return m_values.contains(QLatin1String(option)); }
     QString text(const char *option) const { return texts(option).value(0); }
     QStringList texts(const char *option) const { return m_values.value(QLatin1String(option)); }
@@ -62,6 +64,7 @@ public:
 
 private:
     QStringList m_words;
+    QStringList m_known;
     QHash<QString, QStringList> m_values; // present without value: an empty list
 };
 

@@ -29,7 +29,7 @@ std::vector<const Command *> allCommands()
     return {&DiscoverCommand, &WatchCommand,        &IdentifyCommand,
             &EchoCommand,     &SetCommand,          &WinkCommand,
             &RestartCommand,  &ResetNetworkCommand, &RestoreDefaultsCommand,
-            &RawCommand};
+            &TourCommand,     &RawCommand};
 }
 
 const Command &commandNamed(const QString &name)

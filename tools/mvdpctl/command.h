@@ -28,6 +28,7 @@ extern const Command WinkCommand;
 extern const Command RestartCommand;
 extern const Command ResetNetworkCommand;
 extern const Command RestoreDefaultsCommand;
+extern const Command TourCommand;
 extern const Command RawCommand;
 
 // Every command, in the order of the help.

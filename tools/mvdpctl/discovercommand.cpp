@@ -1,54 +1,61 @@
 #include "command.h"
 #include "discovery.h"
-#include "marklines.h"
+#include "interrupt.h"
+#include "panelreport.h"
+#include "selection.h"
 #include "session.h"
-
-#include <QtCore/QJsonArray>
 
 #include <algorithm>
 
 namespace
 {
 
-void report(const PanelList &panels, Session &session)
-{
-    const auto &interfaces = session.transport.interfaces();
-    const std::vector<Panel> sorted = panels.sorted();
-    const std::vector<Marks> marks = marksOf(panels, interfaces);
-    const QString marksMember = QStringLiteral("marks");
-    Writer &writer = *session.writer;
-    writer.beginList(panelColumns() << marksMember, QStringLiteral("panels"));
-    for (std::size_t index = 0; index < sorted.size(); ++index) {
-        QJsonObject record = session.json(sorted[index]);
-        record.insert(marksMember, QJsonArray::fromStringList(markNames(marks[index])));
-        writer.add(record);
+// What to ask and what to show, by the words of the command line. Addresses alone are asked directly and
+// nothing else is; any other word is looked for among all panels.
+struct Wish {
+    std::vector<PanelName> names;
+    bool isDirect = false;
+    std::vector<std::uint32_t> expected; // with isDirect: the addresses that one panel each is to answer from
+
+    bool fits(const Panel &panel) const
+    {
+        return names.empty() || isDirect ||
+               std::any_of(names.begin(), names.end(),
+                           [&panel](const PanelName &name) { return name.fits(panel); });
     }
-    writer.endList(session.exchange.ignored());
-    if (panels.isEmpty())
-        return;
-    writer.print(panelTable(sorted, marks, session.terminal.columns()));
-    writer.note(panels.size() == 1 ? QStringLiteral("1 panel.")
-                                   : QStringLiteral("%1 panels.").arg(panels.size()));
-    for (const QString &line : markLines(markNotes(panels, interfaces)))
-        writer.note(line);
+};
+
+Wish wishOf(const Session &session)
+{
+    Wish wish;
+    for (const QString &word : session.arguments.words())
+        wish.names.push_back(panelNameFromText(word, session.names));
+    const auto isAddress = [](const PanelName &name) { return name.address.has_value(); };
+    wish.isDirect = !wish.names.empty() && std::all_of(wish.names.begin(), wish.names.end(), isAddress);
+    for (const PanelName &name : wish.names) {
+        const bool isOfMany = name.address && session.transport.reachesMany(*name.address);
+        if (isOfMany && !wish.isDirect)
+            throwUsage(QStringLiteral("%1 is not the address of one panel").arg(name.text));
+        if (wish.isDirect && !isOfMany)
+            wish.expected.push_back(*name.address);
+    }
+    return wish;
 }
 
-// A search at the given addresses, or everywhere. `expected` receives the addresses that one panel each is to
-// answer from.
-Search searchOf(const std::vector<std::uint32_t> &addresses, const Session &session,
-                std::vector<std::uint32_t> &expected)
+Search searchFor(const Wish &wish, const Session &session, const InterruptGuard &guard)
 {
     Search search = {{}, session.arguments.patience(SearchRounds, SearchTimeout), {}};
-    if (addresses.empty())
+    search.isInterrupted = [&guard] { return guard.isInterrupted(); };
+    if (!wish.isDirect)
         search.destinations = session.transport.everywhere();
-    for (const std::uint32_t address : addresses) {
-        const auto towards = session.transport.towards(address);
+    for (const PanelName &name : wish.names) {
+        if (!name.address || (!wish.isDirect && !Transport::hasRouteTo(*name.address)))
+            continue;
+        const auto towards = session.transport.towards(*name.address);
         search.destinations.insert(search.destinations.end(), towards.begin(), towards.end());
-        if (!session.transport.reachesMany(address))
-            expected.push_back(address);
     }
-    if (!addresses.empty() && expected.size() == addresses.size()) {
-        search.isComplete = [expected](const PanelList &panels) {
+    if (wish.isDirect && wish.expected.size() == wish.names.size()) {
+        search.isComplete = [expected = wish.expected](const PanelList &panels) {
             return std::all_of(expected.begin(), expected.end(),
                                [&panels](std::uint32_t address) { return panels.hasAnswered(address); });
         };
@@ -56,48 +63,65 @@ Search searchOf(const std::vector<std::uint32_t> &addresses, const Session &sess
     return search;
 }
 
-ExitCode run(const Arguments &arguments, Terminal &terminal)
+// Says which words nobody answered to.
+ExitCode reportMissing(const Wish &wish, const PanelList &panels, const Session &session)
 {
-    std::vector<std::uint32_t> addresses;
-    for (const QString &word : arguments.words())
-        addresses.push_back(addressArgument(word));
-    Session session(arguments, terminal);
-    std::vector<std::uint32_t> expected;
-    const Search search = searchOf(addresses, session, expected);
-    const PanelList panels = discoverPanels(session.exchange, search);
-
-    report(panels, session);
-    session.noteIgnored();
-    if (panels.isEmpty())
-        throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"), session.noAnswerAdvice()};
     ExitCode code = ExitCode::Done;
-    for (const std::uint32_t address : expected) {
+    for (const std::uint32_t address : wish.expected) {
         if (!panels.hasAnswered(address)) {
-            terminal.error(QStringLiteral("no panel answered at %1").arg(ipv4Text(address)));
+            session.terminal.error(QStringLiteral("no panel answered at %1").arg(ipv4Text(address)));
             code = ExitCode::NoAnswer;
         }
     }
     if (code != ExitCode::Done)
-        terminal.error(
+        session.terminal.error(
             QStringLiteral("Search everywhere with 'mvdpctl discover': they may have other addresses."));
+    for (const PanelName &name : wish.names) {
+        if (!wish.isDirect && matches(name, panels).empty()) {
+            session.terminal.error(misfitText(name, panels, session));
+            code = ExitCode::NoAnswer;
+        }
+    }
     return code;
+}
+
+ExitCode run(const Arguments &arguments, Terminal &terminal)
+{
+    Session session(arguments, terminal);
+    const Wish wish = wishOf(session);
+    // Ctrl-C ends the search with what was found.
+    const InterruptGuard guard;
+    const PanelList panels = discoverPanels(session.exchange, searchFor(wish, session, guard));
+    for (const PanelName &name : wish.names) {
+        if (matches(name, panels).empty())
+            refuseMistyped(name, panels, session);
+    }
+    reportPanels(
+        panels, [&wish](const Panel &panel) { return wish.fits(panel); }, session);
+    session.noteIgnored();
+    if (guard.isInterrupted())
+        terminal.note(QStringLiteral("Interrupted; there may be more."));
+    if (panels.isEmpty())
+        throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"), session.noAnswerAdvice()};
+    return reportMissing(wish, panels, session);
 }
 
 } // namespace
 
 const Command DiscoverCommand = {
     "discover",
-    "[ADDRESS...]",
+    "[PANEL... | ADDRESS...]",
     "Find panels.",
-    "Asks by broadcast and multicast on every network interface, or only the given\n"
-    "addresses, in at most --rounds (6) rounds of --timeout (0.5) seconds, until two\n"
-    "in a row bring nothing new and lose no answers; more --rounds help where the\n"
-    "network loses many. A panel answers an address outside its own subnet by\n"
-    "broadcast or to the multicast group 224.0.5.128, so panels with foreign\n"
-    "addresses on the same wire are found if they have a gateway; from behind a\n"
-    "router they are heard only where it routes that group back. In the table *\n"
-    "marks an address that several panels hold, and ! one that is on no subnet of\n"
-    "the interface that heard it.",
-    {{}, 0, 10000},
+    "Asks by broadcast and multicast on every network interface, in at most --rounds\n"
+    "(6) rounds of --timeout (0.5) seconds, until two in a row bring nothing new and\n"
+    "lose no answers; more --rounds help where the network loses many. Ctrl-C ends\n"
+    "with what was found. Shows all panels, or those that one of the words fits; when\n"
+    "all words are addresses, only those are asked. A panel answers an address\n"
+    "outside its own subnet by broadcast or to the multicast group 224.0.5.128, so\n"
+    "panels with foreign addresses on the same wire are found if they have a gateway;\n"
+    "from behind a router they are heard only where it routes that group back. In\n"
+    "the table * marks an address that several panels hold, and ! one that is on no\n"
+    "subnet of the interface that heard it.",
+    {{}, 0, MostPanels},
     run,
 };

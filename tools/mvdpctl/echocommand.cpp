@@ -1,6 +1,7 @@
 #include "command.h"
 #include "echorun.h"
 #include "interrupt.h"
+#include "selection.h"
 #include "session.h"
 #include "target.h"
 
@@ -92,13 +93,12 @@ void requireRoute(std::uint32_t address)
 
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
-    panelNameFromText(arguments.words().first());
     const int count = arguments.number("count", 1, 1000000).value_or(4);
     const auto interval = arguments.seconds("interval").value_or(std::chrono::seconds(1));
     const auto timeout = arguments.seconds("timeout").value_or(std::chrono::seconds(2));
 
     Session session(arguments, terminal);
-    const Panel panel = findTarget(session);
+    const Panel panel = findTarget(selectedNames(session).front(), session);
     const std::uint32_t address = session.reachedAt().value_or(panel.source);
     if (!session.reachedAt() && !arguments.isSet("interface"))
         requireRoute(address);

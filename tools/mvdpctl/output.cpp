@@ -10,40 +10,150 @@
 namespace
 {
 
-const int ColumnCount = 5;
+enum Column { Mac, Address, Gateway, Version, Name, Description, ColumnCount };
 const int ColumnGap = 2;
-// A description is never cut shorter than this; the lines wrap instead.
-const int LeastDescription = 4;
+// The last column is never cut shorter than this; the lines wrap instead.
+const int LeastCell = 4;
 
 using Row = std::array<QString, ColumnCount>;
+using Columns = std::vector<Column>;
 
 QString orDash(const QString &text)
 {
     return text.isEmpty() ? QStringLiteral("-") : text;
 }
 
-Row rowOf(const Panel &panel, const Marks &marks)
+const Row &headings()
 {
-    QString address = addressWithNetmask(panel.address, panel.netmask);
-    if (marks.sharedAddress || marks.foreignSubnet)
-        address += QLatin1Char(' ');
-    if (marks.sharedAddress)
-        address += QLatin1Char('*');
-    if (marks.foreignSubnet)
-        address += QLatin1Char('!');
-    return {macText(panel.mac), address, panel.gateway == 0 ? QString() : ipv4Text(panel.gateway),
-            versionOrUnknown(panel), panel.description};
+    static const Row row = {QStringLiteral("MAC ADDRESS"), QStringLiteral("ADDRESS"),
+                            QStringLiteral("GATEWAY"),     QStringLiteral("VERSION"),
+                            QStringLiteral("NAME"),        QStringLiteral("DESCRIPTION")};
+    return row;
 }
 
-QString line(const Row &row, const std::array<int, ColumnCount> &widths, int columns)
+QString signsOf(const Marks &marks)
+{
+    return QLatin1String(marks.sharedAddress ? "*" : "") + QLatin1String(marks.foreignSubnet ? "!" : "");
+}
+
+Row rowOf(const PanelRow &row)
+{
+    const Panel &panel = row.panel;
+    const QString signs = signsOf(row.marks);
+    return {macText(panel.mac),
+            addressWithNetmask(panel.address, panel.netmask) +
+                (signs.isEmpty() ? signs : QLatin1Char(' ') + signs),
+            orDash(panel.gateway == 0 ? QString() : ipv4Text(panel.gateway)),
+            versionOrUnknown(panel),
+            orDash(row.name),
+            orDash(panel.description)};
+}
+
+// Red for what has to be mended, yellow for what has to be known.
+QString colored(const QString &cell, const QString &signs)
+{
+    QString text = cell;
+    const auto start = cell.size() - signs.size();
+    for (int index = static_cast<int>(signs.size()); index-- > 0;) {
+        const bool isAlarm = signs.at(index) == QLatin1Char('*');
+        text.replace(start + index, 1,
+                     QStringLiteral("\x1b[%1m%2\x1b[0m").arg(isAlarm ? 31 : 33).arg(signs.at(index)));
+    }
+    return text;
+}
+
+class Table
+{
+public:
+    Table(const std::vector<PanelRow> &rows, const TableStyle &style);
+
+    PanelTable lines() const;
+
+private:
+    Columns chosenColumns() const;
+    int widthOf(const Columns &columns) const;
+    QString line(const Row &row, const QString &signs, const Columns &columns) const;
+
+    const std::vector<PanelRow> &m_rows;
+    TableStyle m_style;
+    std::vector<Row> m_cells; // with the headings
+    std::array<int, ColumnCount> m_widths = {};
+    bool m_hasNames;
+};
+
+Table::Table(const std::vector<PanelRow> &rows, const TableStyle &style)
+    : m_rows(rows)
+    , m_style(style)
+    , m_cells{headings()}
+    , m_hasNames(
+          std::any_of(rows.begin(), rows.end(), [](const PanelRow &row) { return !row.name.isEmpty(); }))
+{
+    for (const PanelRow &row : rows)
+        m_cells.push_back(rowOf(row));
+    for (const Row &row : m_cells) {
+        for (std::size_t column = 0; column < ColumnCount; ++column)
+            m_widths[column] = std::max(m_widths[column], static_cast<int>(row[column].size()));
+    }
+}
+
+int Table::widthOf(const Columns &columns) const
+{
+    int width = -ColumnGap;
+    for (const Column column : columns)
+        width += m_widths[column] + ColumnGap;
+    return width;
+}
+
+// The first choice that fits. What tells panels apart goes last.
+Columns Table::chosenColumns() const
+{
+    const std::vector<Columns> choices =
+        m_hasNames ? std::vector<Columns>{{Mac, Address, Gateway, Version, Name, Description},
+                                          {Mac, Address, Version, Name, Description},
+                                          {Mac, Address, Name, Description},
+                                          {Mac, Address, Gateway, Version, Name},
+                                          {Mac, Address, Version, Name},
+                                          {Mac, Address, Name}}
+                   : std::vector<Columns>{{Mac, Address, Gateway, Version, Description},
+                                          {Mac, Address, Version, Description},
+                                          {Mac, Address, Description}};
+    for (const Columns &columns : choices) {
+        if (m_style.columns == 0 || widthOf(columns) <= m_style.columns)
+            return columns;
+    }
+    return choices.back();
+}
+
+QString Table::line(const Row &row, const QString &signs, const Columns &columns) const
 {
     QString text;
-    for (std::size_t column = 0; column + 1 < ColumnCount; ++column)
-        text += orDash(row[column]).leftJustified(widths[column] + ColumnGap);
-    const QString last = orDash(row.back());
-    if (columns == 0)
-        return text + last;
-    return text + cutTo(last, std::max(LeastDescription, columns - static_cast<int>(text.size())));
+    int width = 0;
+    for (const Column column : columns) {
+        if (column == columns.back()) {
+            const int left = std::max(LeastCell, m_style.columns - width);
+            return text + (m_style.columns == 0 ? row[column] : cutTo(row[column], left));
+        }
+        const QString blanks(m_widths[column] + ColumnGap - static_cast<int>(row[column].size()),
+                             QLatin1Char(' '));
+        text += (column == Address && m_style.isColored ? colored(row[column], signs) : row[column]) + blanks;
+        width += m_widths[column] + ColumnGap;
+    }
+    return text;
+}
+
+PanelTable Table::lines() const
+{
+    const Columns columns = chosenColumns();
+    PanelTable table;
+    for (std::size_t index = 0; index < m_cells.size(); ++index)
+        table.lines << line(m_cells[index], index == 0 ? QString() : signsOf(m_rows[index - 1].marks),
+                            columns);
+    for (std::size_t column = 0; column < ColumnCount; ++column) {
+        const bool isShown = std::find(columns.begin(), columns.end(), column) != columns.end();
+        if (!isShown && (column != Name || m_hasNames))
+            table.leftOut << headings()[column];
+    }
+    return table;
 }
 
 } // namespace
@@ -53,27 +163,21 @@ QString cutTo(const QString &text, int columns)
     return text.size() <= columns ? text : text.left(columns - 1) + QLatin1Char('>');
 }
 
-QStringList panelTable(const std::vector<Panel> &panels, const std::vector<Marks> &marks, int columns)
+PanelTable panelTable(const std::vector<PanelRow> &rows, const TableStyle &style)
 {
-    std::vector<Row> rows = {{QStringLiteral("MAC ADDRESS"), QStringLiteral("ADDRESS"),
-                              QStringLiteral("GATEWAY"), QStringLiteral("VERSION"),
-                              QStringLiteral("DESCRIPTION")}};
-    for (std::size_t index = 0; index < panels.size(); ++index)
-        rows.push_back(rowOf(panels[index], marks[index]));
-    std::array<int, ColumnCount> widths = {};
-    for (const Row &row : rows) {
-        for (std::size_t column = 0; column < ColumnCount; ++column)
-            widths[column] = std::max(widths[column], static_cast<int>(row[column].size()));
-    }
-    QStringList lines;
-    for (const Row &row : rows)
-        lines << line(row, widths, columns);
-    return lines;
+    return Table(rows, style).lines();
 }
 
-QStringList panelDetails(const Panel &panel, const InterfaceNames &interfaceName)
+QString panelLabel(const Panel &panel, const QString &name)
 {
-    return {
+    QStringList facts = {name, ipv4Text(panel.heldAddress()), panel.description};
+    facts.removeAll(QString());
+    return QStringLiteral("%1 (%2)").arg(macText(panel.mac), facts.join(QStringLiteral(", ")));
+}
+
+QStringList panelDetails(const Panel &panel, const PanelLabel &label, const InterfaceNames &interfaceName)
+{
+    QStringList lines = {
         QStringLiteral("MAC address  ") + macText(panel.mac),
         QStringLiteral("Address      ") + ipv4Text(panel.address),
         QStringLiteral("Netmask      ") + ipv4Text(panel.netmask),
@@ -83,6 +187,11 @@ QStringList panelDetails(const Panel &panel, const InterfaceNames &interfaceName
         QStringLiteral("Answered     from %1 by %2 on %3")
             .arg(ipv4Text(panel.source), wayName(panel.way), interfaceName(panel.interfaceIndex)),
     };
+    if (!label.remark.isEmpty())
+        lines.prepend(QStringLiteral("Remark       ") + label.remark);
+    if (!label.name.isEmpty())
+        lines.prepend(QStringLiteral("Name         ") + label.name);
+    return lines;
 }
 
 QJsonObject panelJson(const Panel &panel, const InterfaceNames &interfaceName)

@@ -3,6 +3,7 @@
 
 #include "marks.h"
 #include "panel.h"
+#include "panelnames.h"
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
@@ -18,11 +19,30 @@ struct WantedSettings;
 // Turns the number of an interface into its name.
 using InterfaceNames = std::function<QString(unsigned)>;
 
+struct PanelRow {
+    Panel panel;
+    Marks marks;
+    QString name; // that the user gave it; empty: none
+};
+
+struct TableStyle {
+    int columns = 0; // of the terminal; 0: no limit
+    bool isColored = false;
+};
+
+struct PanelTable {
+    QStringList lines;
+    QStringList leftOut; // the headings of the columns for which there was no room
+};
+
 // One line for each panel below one line of headings; addresses are marked with * when shared and ! when
-// foreign. When a number of columns is given, the description is cut to fit.
-QStringList panelTable(const std::vector<Panel> &panels, const std::vector<Marks> &marks, int columns);
-// One panel, one fact a line.
-QStringList panelDetails(const Panel &panel, const InterfaceNames &interfaceName);
+// foreign. There is a column of names when any panel has one. To fit, whole columns are left out; only when
+// that is not enough, the last one is cut.
+PanelTable panelTable(const std::vector<PanelRow> &rows, const TableStyle &style);
+// One panel, one fact a line; of its label what there is.
+QStringList panelDetails(const Panel &panel, const PanelLabel &label, const InterfaceNames &interfaceName);
+// "02:00:5e:10:00:01 (Cabinet 7, 192.168.10.5, QM316-44LRNA)"; `name` may be empty.
+QString panelLabel(const Panel &panel, const QString &name);
 // Cuts a text that is longer than so many columns and ends it in '>'.
 QString cutTo(const QString &text, int columns);
 

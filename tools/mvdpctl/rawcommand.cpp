@@ -4,6 +4,7 @@
 #include "session.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace
 {
@@ -103,18 +104,27 @@ ExitCode exchangeDatagrams(const Request &request, Session &session)
     return code;
 }
 
+QString adviceOfSilence(const Request &request, const Session &session)
+{
+    const bool isKnown = std::strcmp(commandName(request.datagram.command()), "unknown") != 0;
+    return (isKnown ? QString()
+                    : QStringLiteral("Panels are silent about codes that they do not know, as %1. ")
+                          .arg(request.datagram.command())) +
+           session.noAnswerAdvice();
+}
+
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
     const Request request = requestFrom(arguments);
     confirm(request, arguments, terminal);
     Session session(arguments, terminal);
     const QStringList columns = {QStringLiteral("command"), QStringLiteral("type"), QStringLiteral("bytes")};
-    session.writer->beginList(columns + panelColumns(), QStringLiteral("replies"));
+    session.writer->beginList(columns + panelColumns() + Session::labelColumns(), QStringLiteral("replies"));
     const ExitCode code = exchangeDatagrams(request, session);
     session.writer->endList(session.exchange.ignored());
     session.noteIgnored();
     if (code == ExitCode::NoAnswer)
-        throw Failure{code, QStringLiteral("no answer"), session.noAnswerAdvice()};
+        throw Failure{code, QStringLiteral("no answer"), adviceOfSilence(request, session)};
     return code;
 }
 

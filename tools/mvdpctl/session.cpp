@@ -2,6 +2,9 @@
 
 #include "discovery.h"
 
+#include <QtCore/QFileInfo>
+#include <QtCore/QStandardPaths>
+
 #include <algorithm>
 
 namespace
@@ -11,12 +14,33 @@ namespace
 // does not need rounds of that length.
 const std::chrono::milliseconds LongestSearchRound = std::chrono::seconds(2);
 
+PanelNames namesFrom(const Arguments &arguments, NamesFile namesFile)
+{
+    const QString path = namesPath(arguments);
+    const bool isRequired = arguments.isSet("names") && namesFile == NamesFile::MustExist;
+    return isRequired || QFileInfo::exists(path) ? PanelNames::read(path) : PanelNames();
+}
+
+QJsonValue textOrNull(const QString &text)
+{
+    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+}
+
 } // namespace
 
-Session::Session(const Arguments &commandLine, Terminal &ownTerminal)
+QString namesPath(const Arguments &arguments)
+{
+    if (arguments.isSet("names"))
+        return arguments.text("names");
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+           QStringLiteral("/mvdpctl/names.csv");
+}
+
+Session::Session(const Arguments &commandLine, Terminal &ownTerminal, NamesFile namesFile)
     : arguments(commandLine)
     , terminal(ownTerminal)
     , writer(makeWriter(commandLine, ownTerminal))
+    , names(namesFrom(commandLine, namesFile))
     , transport(commandLine.transportOptions())
     , observer(ownTerminal, transport)
     , exchange(transport, observer)
@@ -26,6 +50,20 @@ Session::Session(const Arguments &commandLine, Terminal &ownTerminal)
 InterfaceNames Session::interfaceNames() const
 {
     return [this](unsigned index) { return transport.interfaceName(index); };
+}
+
+QJsonObject Session::json(const Panel &panel) const
+{
+    const PanelLabel label = names.labelOf(panel.mac);
+    QJsonObject object = panelJson(panel, interfaceNames());
+    object.insert(QStringLiteral("name"), textOrNull(label.name));
+    object.insert(QStringLiteral("remark"), textOrNull(label.remark));
+    return object;
+}
+
+QStringList Session::labelColumns()
+{
+    return {QStringLiteral("name"), QStringLiteral("remark")};
 }
 
 Patience Session::searchPatience() const

@@ -58,7 +58,7 @@ void report(const SetResult &set, const NetworkSettings &wanted, const Panel &pa
     if (code == ExitCode::Done)
         session.writer->say(sentence);
     else if (set.isHeard) // its earlier state is not shown
-        session.writer->print(panelDetails(panel, session.interfaceNames()));
+        session.writer->print(session.details(panel));
     session.noteIgnored();
     if (code != ExitCode::Done)
         throw Failure{code, sentence, adviceAfter(set)};
@@ -66,7 +66,7 @@ void report(const SetResult &set, const NetworkSettings &wanted, const Panel &pa
 
 ExitCode runOne(const Arguments &arguments, Session &session)
 {
-    const PanelName name = panelNameFromText(arguments.words().first());
+    const PanelName name = panelNameFromText(arguments.words().first(), session.names);
     const PanelList panels = searchFor(name, session);
     Panel panel = onlyMatch(name, panels, session);
     const WantedSettings wanted = wantedSettings(arguments);
@@ -82,9 +82,9 @@ ExitCode runOne(const Arguments &arguments, Session &session)
     const QString question =
         hasSettings(panel, settings)
             ? QStringLiteral("Send %1 the settings that it tells, %2, once more?")
-                  .arg(panelLabel(panel), settingsText(settings))
+                  .arg(session.label(panel), settingsText(settings))
             : QStringLiteral("Change %1 from %2 to %3?")
-                  .arg(panelLabel(panel), settingsText(settingsOf(panel)), settingsText(settings));
+                  .arg(session.label(panel), settingsText(settingsOf(panel)), settingsText(settings));
     askConsent(arguments, session.terminal, question);
     const SetResult result =
         applySettings(session.exchange, panel, settings, session.arguments.patience(SetRounds, SetTimeout),
@@ -108,7 +108,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     if (fromFile) {
         entries = readPlan(arguments.text("from"));
     } else {
-        panelNameFromText(arguments.words().first());
+        panelNameFromText(arguments.words().first(), PanelNames());
         wantedSettings(arguments); // refuses malformed values before anything is sent
     }
     requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));

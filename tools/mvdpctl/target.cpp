@@ -2,32 +2,21 @@
 
 #include "discovery.h"
 #include "failure.h"
+#include "selection.h"
 #include "ways.h"
 
 namespace
 {
 
-const std::size_t MostCandidates = 20;
-
-void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
-{
-    for (std::size_t index = 0; index < panels.size() && index < MostCandidates; ++index)
-        terminal.error(QStringLiteral("  ") + panelLabel(panels[index]));
-    if (panels.size() > MostCandidates)
-        terminal.error(QStringLiteral("  and %1 more").arg(panels.size() - MostCandidates));
-}
-
 [[noreturn]] void failWithoutMatch(const PanelName &name, const PanelList &panels, Session &session)
 {
     session.noteIgnored();
-    const QString kind = name.mac ? QStringLiteral("no panel with the MAC address %1 answered")
-                         : name.address
-                             ? QStringLiteral("no panel with the address %1 answered")
-                             : QStringLiteral("no panel that answered has '%1' in its description");
+    refuseMistyped(name, panels, session);
+    const QString misfit = misfitText(name, panels, session);
     if (panels.isEmpty())
-        throw Failure{ExitCode::NoAnswer, kind.arg(name.text), session.noAnswerAdvice()};
-    session.terminal.error(kind.arg(name.text));
-    listPanels(panels.sorted(), session.terminal);
+        throw Failure{ExitCode::NoAnswer, misfit, session.noAnswerAdvice()};
+    session.terminal.error(misfit);
+    listPanels(panels.sorted(), session);
     throw Failure{
         ExitCode::NoAnswer,
         panels.size() == 1 ? QStringLiteral("only this panel answered")
@@ -40,12 +29,14 @@ void listPanels(const std::vector<Panel> &panels, Terminal &terminal)
 {
     session.terminal.error(
         QStringLiteral("'%1' fits %2 panels").arg(name.text, QString::number(found.size())));
-    listPanels(found, session.terminal);
-    throw Failure{ExitCode::Usage, QStringLiteral("nothing was sent to any of them"),
-                  isZero(found.front().mac)
-                      ? QStringLiteral("Name the panel by the address that it answers from.")
-                      : QStringLiteral("Name the panel by its MAC address, for example %1.")
-                            .arg(macText(found.front().mac))};
+    listPanels(found, session);
+    QString advice = isZero(found.front().mac)
+                         ? QStringLiteral("Name the panel by the address that it answers from")
+                         : QStringLiteral("Name the panel by its MAC address, for example %1")
+                               .arg(macText(found.front().mac));
+    advice += session.arguments.takes("all") ? QStringLiteral(", or give --all for all of them.")
+                                             : QStringLiteral(".");
+    throw Failure{ExitCode::Usage, QStringLiteral("nothing was sent to any of them"), advice};
 }
 
 void showOnly(const PanelName &name, Session &session)
@@ -57,7 +48,7 @@ void showOnly(const PanelName &name, Session &session)
 // The panel's answer to a request to its MAC address, sent only to --to if that is given.
 std::optional<Panel> askByMac(const MacAddress &mac, Session &session)
 {
-    showOnly({macText(mac), mac, std::nullopt}, session);
+    showOnly({macText(mac), mac, std::nullopt, {}, false}, session);
     const auto reachedAt = session.reachedAt();
     const auto destinations =
         reachedAt ? session.transport.towards(*reachedAt) : session.transport.everywhere();
@@ -93,14 +84,13 @@ PanelList searchFor(const PanelName &name, Session &session)
     return discoverPanels(session.exchange, search);
 }
 
-Panel findTarget(Session &session)
+Panel findTarget(const PanelName &name, Session &session)
 {
-    const PanelName name = panelNameFromText(session.arguments.words().first());
     if (!name.mac || isZero(*name.mac))
         return onlyMatch(name, searchFor(name, session), session);
     const auto panel = askByMac(*name.mac, session);
-    if (!panel)
-        failWithoutMatch(name, PanelList(), session);
+    if (!panel) // the others tell whether the address was mistyped
+        failWithoutMatch(name, session.reachedAt() ? PanelList() : searchFor(name, session), session);
     showOnly(*panel, session);
     return *panel;
 }
@@ -111,15 +101,6 @@ void showOnly(const Panel &panel, Session &session)
     session.observer.showOnly([mac = panel.mac, source = panel.source](const Received &received) {
         return received.source == source || (!isZero(mac) && received.datagram.hasMacAddress(mac.data()));
     });
-}
-
-QString panelLabel(const Panel &panel)
-{
-    const std::uint32_t address = panel.address != 0 ? panel.address : panel.source;
-    QString facts = ipv4Text(address);
-    if (!panel.description.isEmpty())
-        facts += QStringLiteral(", ") + panel.description;
-    return QStringLiteral("%1 (%2)").arg(macText(panel.mac), facts);
 }
 
 QString heardBeforeAdvice()

@@ -19,13 +19,10 @@ PanelList searchFor(const PanelName &name, Session &session);
 
 // Finds the panel and ends the search when it has answered. A panel named by its MAC address is asked
 // directly.
-Panel findTarget(Session &session);
+Panel findTarget(const PanelName &name, Session &session);
 
 // From this call on --verbose shows, of the received datagrams, only those of this panel.
 void showOnly(const Panel &panel, Session &session);
-
-// "02:00:5e:10:00:01 (192.168.10.5, QM316-44LRNA)"
-QString panelLabel(const Panel &panel);
 
 // What to do when a panel that was found does not answer.
 QString heardBeforeAdvice();

@@ -122,6 +122,24 @@ bool Terminal::ask(const QString &question)
     return word == "y" || word == "yes";
 }
 
+std::optional<QString> Terminal::readLine(const QString &prompt)
+{
+    clearProgress();
+    std::fputs(encode(printable(prompt)).constData(), stderr);
+    std::fflush(stderr);
+    QByteArray bytes;
+    char piece[256];
+    while (!bytes.endsWith('\n')) {
+        if (std::fgets(piece, sizeof piece, stdin) == nullptr) {
+            std::fputc('\n', stderr);
+            return std::nullopt;
+        }
+        bytes.append(piece);
+    }
+    return (m_characterSet == CharacterSet::Latin1 ? QString::fromLatin1(bytes) : QString::fromUtf8(bytes))
+        .trimmed();
+}
+
 bool Terminal::canPrint() const
 {
     return std::ferror(stdout) == 0;

@@ -8,6 +8,7 @@
 #include <QtCore/QStringList>
 
 #include <cstdio>
+#include <optional>
 
 // When results are colored. Auto: on a terminal that has colors, unless the environment has NO_COLOR.
 enum class ColorUse { Auto, Always, Never };
@@ -49,6 +50,10 @@ public:
     bool canAsk() const;
     // True when the answer was "yes" or "y".
     bool ask(const QString &question);
+    // A line before a question, also when quiet.
+    void question(const QString &line) { writeMessage(line); }
+    // The next line of standard input, without blanks at its ends; nothing at its end and after an interrupt.
+    std::optional<QString> readLine(const QString &prompt);
 
     // False once a result could not be written, because the reader closed the pipe or the disk is full.
     bool canPrint() const;

@@ -14,26 +14,28 @@ const std::chrono::seconds DefaultRound(2);
 void report(const PanelEvent &event, const Session &session)
 {
     const QDateTime now = QDateTime::currentDateTime();
-    const QLatin1String name(eventName(event.kind));
+    const QLatin1String kind(eventName(event.kind));
     const Panel &panel = event.panel;
     const bool isChange = event.kind == PanelEvent::Changed;
     QJsonObject record = {
         {QStringLiteral("time"), now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)},
-        {QStringLiteral("event"), name},
+        {QStringLiteral("event"), kind},
         {QStringLiteral("panel"), session.json(panel)}};
     if (isChange)
         record.insert(QStringLiteral("before"), session.json(event.before));
     session.writer->add(record);
 
+    const QString name = session.nameOf(panel);
     const QString start = QStringLiteral("%1 %2 %3 ")
                               .arg(now.toString(QStringLiteral("HH:mm:ss")))
-                              .arg(name, -8)
+                              .arg(kind, -8)
                               .arg(macText(panel.mac));
-    const QString facts = isChange ? changesText(event.before, panel)
-                                   : QStringLiteral("%1 %2 %3")
-                                         .arg(addressWithNetmask(panel.address, panel.netmask), -18)
-                                         .arg(versionOrUnknown(panel), -10)
-                                         .arg(panel.description);
+    const QString facts =
+        isChange ? (name.isEmpty() ? name : name + QStringLiteral(": ")) + changesText(event.before, panel)
+                 : QStringLiteral("%1 %2 %3")
+                       .arg(addressWithNetmask(panel.address, panel.netmask), -18)
+                       .arg(versionOrUnknown(panel), -10)
+                       .arg(name.isEmpty() ? panel.description : name);
     session.writer->say(start + facts);
 }
 
@@ -44,7 +46,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     PanelWatcher watcher(session.exchange, arguments.patience(DefaultMissedRounds, DefaultRound));
     watcher.start();
     const QStringList columns = {QStringLiteral("time"), QStringLiteral("event")};
-    session.writer->begin(columns + panelColumns());
+    session.writer->begin(columns + panelColumns() + Session::labelColumns());
     watcher.run([&session](const PanelEvent &event) { report(event, session); },
                 [&guard, &terminal] { return guard.isInterrupted() || !terminal.canPrint(); });
     terminal.note(QStringLiteral("Panels at the end: %1.").arg(watcher.size()));

@@ -86,6 +86,16 @@ std::vector<MacAddress> PanelNames::named(const QString &name) const
     return macs;
 }
 
+std::vector<MacAddress> PanelNames::withPiece(const QString &piece) const
+{
+    std::vector<MacAddress> macs;
+    for (const auto &[mac, entry] : m_entries) {
+        if (!piece.isEmpty() && entry.label.name.contains(piece, Qt::CaseInsensitive))
+            macs.push_back(mac);
+    }
+    return macs;
+}
+
 void PanelNames::setName(const MacAddress &mac, const QString &name)
 {
     const QString text = name.trimmed();

@@ -36,6 +36,8 @@ public:
     PanelLabel labelOf(const MacAddress &mac) const; // empty texts for a panel that is not in the file
     // The panels of this name, as a whole, regardless of case.
     std::vector<MacAddress> named(const QString &name) const;
+    // The panels with this piece in their names.
+    std::vector<MacAddress> withPiece(const QString &piece) const;
 
     // Without blanks at its ends; an empty name is removed. Throws ToolError for an unfit name, for the MAC
     // address of zeros, and when the file would have too many columns or panels; nothing is changed then.

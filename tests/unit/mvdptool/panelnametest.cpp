@@ -12,15 +12,17 @@ class PanelNameTest : public QObject
 private slots:
     void wordsAreRead();
     void emptyWordIsRefused();
+    void nameOfOnePanelIsItsMacAddress();
+    void mistypedAddressesAreRecognized();
     void panelsAreMatched_data();
     void panelsAreMatched();
 };
 
 void PanelNameTest::wordsAreRead()
 {
-    QVERIFY(panelNameFromText(QStringLiteral("02-00-5E-10-00-01")).mac.has_value());
-    QCOMPARE(panelNameFromText(QStringLiteral(" 10.0.0.1 ")).address.value_or(0), 0x0A000001u);
-    const PanelName description = panelNameFromText(QStringLiteral("10.0.0"));
+    QVERIFY(panelNameFromText(QStringLiteral("02-00-5E-10-00-01"), {}).mac.has_value());
+    QCOMPARE(panelNameFromText(QStringLiteral(" 10.0.0.1 "), {}).address.value_or(0), 0x0A000001u);
+    const PanelName description = panelNameFromText(QStringLiteral("10.0.0"), {});
     QVERIFY(!description.mac && !description.address);
     QCOMPARE(description.text, QStringLiteral("10.0.0"));
 }
@@ -29,12 +31,40 @@ void PanelNameTest::emptyWordIsRefused()
 {
     for (const char *word : {"", "  "}) {
         try {
-            panelNameFromText(QLatin1String(word));
+            panelNameFromText(QLatin1String(word), {});
             QFAIL("it was taken for the name of every panel");
         } catch (const ToolError &error) {
             QCOMPARE(error.kind, ToolError::BadInput);
         }
     }
+}
+
+void PanelNameTest::nameOfOnePanelIsItsMacAddress()
+{
+    const PanelNames names = PanelNames::fromBytes(
+        "mac,name\n02:00:5e:10:00:01,Press\n02:00:5e:10:00:02,twin\n02:00:5e:10:00:03,twin\n", "names.csv");
+    const PanelName press = panelNameFromText(QStringLiteral("press"), names);
+    QVERIFY(press.isName);
+    QCOMPARE(macText(press.mac.value()), QStringLiteral("02:00:5e:10:00:01"));
+    const PanelName twin = panelNameFromText(QStringLiteral("twin"), names);
+    QVERIFY(twin.isName && !twin.mac);
+    const PanelName piece = panelNameFromText(QStringLiteral("pres"), names);
+    QVERIFY(!piece.isName && !piece.mac);
+}
+
+void PanelNameTest::mistypedAddressesAreRecognized()
+{
+    for (const char *mac : {"02:00:5e:10:00:1", "02:00:5e:10:00", "02:00:5e:10:00:011", "02:00:5e:10:00:0g",
+                            "02-00-5e-10-00-0l", "02:00:5e:10:00:01:02", "02005e10000", "02005e1000011"})
+        QVERIFY2(looksLikeMac(QLatin1String(mac)), mac);
+    for (const char *other :
+         {"02:00:5e:10:00:01", "02005e100001", "QM316-44LRNA", "Press 1", "cafe", "10.0.0.1", "1234567890",
+          "a-b-c-d", "decadefaced", "Cabinet-7-left-door-of-hall"})
+        QVERIFY2(!looksLikeMac(QLatin1String(other)), other);
+    for (const char *address : {"192.168.10.256", "192.168.10", "192.168.10.", "1.2.3.4.5", "010.0.0.1"})
+        QVERIFY2(looksLikeIpv4(QLatin1String(address)), address);
+    for (const char *other : {"192.168.10.1", "1.5", "Press 1", "", "1.2.x.4", "192"})
+        QVERIFY2(!looksLikeIpv4(QLatin1String(other)), other);
 }
 
 void PanelNameTest::panelsAreMatched_data()
@@ -55,6 +85,12 @@ void PanelNameTest::panelsAreMatched_data()
     row("whole description that is a piece of another", "Press 1", "13");
     row("piece of all", "ress", "132");
     row("pattern", "Press .", "");
+    row("name", "Cabinet 12", "2");
+    row("name that is a piece of another", "CABINET 1", "1");
+    row("piece of two names", "cabinet", "12");
+    row("piece of a name and of a description", "1", "132");
+    row("name of two panels", "twin", "3");
+    row("name that nobody has", "Cabinet 2", "");
 }
 
 void PanelNameTest::panelsAreMatched()
@@ -69,8 +105,12 @@ void PanelNameTest::panelsAreMatched()
         panel.source = number == 2 ? 0x0A090002 : panel.address;
         panels.add(panel);
     }
+    const PanelNames names = PanelNames::fromBytes("mac,name\n02:00:5e:10:00:01,Cabinet 1\n"
+                                                   "02:00:5e:10:00:02,Cabinet 12\n02:00:5e:10:00:03,twin\n"
+                                                   "02:00:5e:10:00:09,Twin\n",
+                                                   "names.csv");
     QString result;
-    for (const Panel &panel : matches(panelNameFromText(word), panels))
+    for (const Panel &panel : matches(panelNameFromText(word, names), panels))
         result += QString::number(panel.mac[5]);
     QCOMPARE(result, found);
 }
