@@ -47,7 +47,7 @@ def program():
 def fixture_wire():
     """The namespaces (panel, tool), joined by eth0 on either side."""
     with Namespace("panel") as panel, Namespace("tool") as tool:
-        join(panel, "eth0", tool, "eth0")
+        join(panel, "eth0", tool, "eth0", first_mac=MAC)
         panel.address("eth0", f"{PANEL_ADDRESS}/24", f"{OTHER_ADDRESS}/24", f"{FAR_ADDRESS}/24")
         tool.address("eth0", f"{TOOL_ADDRESS}/24")
         yield panel, tool

@@ -187,7 +187,8 @@ def test_plan_is_shown_and_asked_about_once(wire, fake, plan, answer, code, expe
     terminal.type(answer)
     ended, lines = terminal.finish()
     assert ended == code
-    assert lines[:3] == [f"{MAC2}  192.168.10.12/24        already as planned",
+    assert lines[:4] == ["192.168.10.22 was asked for by ARP: nobody answered.",
+                         f"{MAC2}  192.168.10.12/24        already as planned",
                          f"{MAC}  192.168.10.11/24        -> 192.168.10.22/24",
                          f"Change 1 panel? [y/N] {answer.decode().strip()}"]
     assert " ".join(lines).count("[y/N]") == 1

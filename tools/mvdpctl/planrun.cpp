@@ -9,6 +9,7 @@
 #include "target.h"
 #include "ways.h"
 #include "whereabouts.h"
+#include "wirecheck.h"
 
 #include <algorithm>
 #include <map>
@@ -162,8 +163,9 @@ ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
         session.terminal.setProgressPrefix(QStringLiteral("panel %1 of %2: ").arg(++number).arg(total));
         return isWhereItTells(panel, session.exchange);
     };
-    const Plan plan = makePlan(entries, panels, session.transport.localInterfaces(), isThere);
+    Plan plan = makePlan(entries, panels, session.transport.localInterfaces(), isThere);
     session.terminal.setProgressPrefix(QString());
+    plan.objections += strangersInPlan(plan, panels, session);
     confirm(plan, session);
     return PlanRun(plan, panels, session).run();
 }

@@ -6,6 +6,7 @@
 #include "settingschange.h"
 #include "target.h"
 #include "whereabouts.h"
+#include "wirecheck.h"
 
 namespace
 {
@@ -31,7 +32,8 @@ void checkSettings(const Panel &panel, const WantedSettings &wanted, const Panel
     const auto heardOn = interfacesAmong(interfaces, panels.interfacesOf(panel.mac));
     const QStringList ofOthers = targetObjections(panel.mac, panels) +
                                  holderObjections(settings.address, panel.mac, panels.sorted(), interfaces) +
-                                 cableObjections(settings.address, heardOn, interfaces);
+                                 cableObjections(settings.address, heardOn, interfaces) +
+                                 strangersAt(settings.address, panel, panels, session);
     const QStringList ofSettings = settingsObjections(settings);
     const QStringList ofDeafness = deafnessObjections(settings, panel, heardOn);
     const bool isKeptNetmaskWrong = !wanted.netmask && prefixLength(settings.netmask).value_or(0) == 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <list>
 #include <map>
+#include <set>
 
 namespace
 {
@@ -125,4 +126,21 @@ Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
     }
     order(std::move(changes), plan.steps);
     return plan;
+}
+
+QStringList strangerObjections(const Plan &plan, const PanelList &panels, const ProbeResult &result)
+{
+    std::set<MacAddress> changed;
+    for (const PlanStep &step : plan.steps) {
+        if (step.isChange())
+            changed.insert(step.entry.mac);
+    }
+    QStringList objections;
+    for (const PlanStep &step : plan.steps) {
+        if (!step.isChange())
+            continue;
+        for (const QString &objection : strangerObjections(step.wanted.address, changed, panels, result))
+            objections << titleOf(step) + objection;
+    }
+    return objections;
 }

@@ -1,6 +1,7 @@
 #ifndef PLAN_H
 #define PLAN_H
 
+#include "addressprobe.h"
 #include "planfile.h"
 #include "settingscheck.h"
 
@@ -37,5 +38,9 @@ struct Plan {
 Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
               const std::vector<NetworkInterface> &interfaces,
               const std::function<bool(const Panel &)> &isWhereItTells);
+
+// Objections to changes whose addresses something holds that is no panel. The panels that the plan changes
+// may hold any of them.
+QStringList strangerObjections(const Plan &plan, const PanelList &panels, const ProbeResult &result);
 
 #endif // PLAN_H

@@ -1,0 +1,54 @@
+#include "wirecheck.h"
+
+#include "addressprobe.h"
+#include "settingscheck.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace
+{
+
+// False for an address to which others object anyway: no host may have it, or a panel that was found or this
+// computer holds it.
+bool isToBeAskedFor(std::uint32_t address, const PanelList &panels, const Session &session)
+{
+    const NetworkSettings alone = {address, netmaskOfPrefix(32), 0};
+    const std::vector<Panel> found = panels.sorted();
+    const auto &interfaces = session.transport.localInterfaces();
+    return settingsObjections(alone).isEmpty() && !session.transport.reachesMany(address) &&
+           std::none_of(found.begin(), found.end(),
+                        [address](const Panel &panel) { return panel.holds(address); }) &&
+           std::none_of(interfaces.begin(), interfaces.end(), [address](const NetworkInterface &interface) {
+               return interface.hasAddress(address);
+           });
+}
+
+ProbeResult probe(const std::vector<std::uint32_t> &addresses, Session &session)
+{
+    if (addresses.empty())
+        return {};
+    session.terminal.progress(QStringLiteral("asking who holds the new addresses"));
+    ProbeResult result = probeAddresses(addresses, session.transport);
+    session.writer->note(probeNote(addresses, result));
+    return result;
+}
+
+} // namespace
+
+QStringList strangersAt(std::uint32_t address, const Panel &panel, const PanelList &panels, Session &session)
+{
+    if (!isToBeAskedFor(address, panels, session))
+        return {};
+    return strangerObjections(address, {panel.mac}, panels, probe({address}, session));
+}
+
+QStringList strangersInPlan(const Plan &plan, const PanelList &panels, Session &session)
+{
+    std::vector<std::uint32_t> addresses;
+    for (const PlanStep &step : plan.steps) {
+        if (step.isChange() && isToBeAskedFor(step.wanted.address, panels, session))
+            addresses.push_back(step.wanted.address);
+    }
+    return strangerObjections(plan, panels, probe(addresses, session));
+}

@@ -1,0 +1,19 @@
+#ifndef WIRECHECK_H
+#define WIRECHECK_H
+
+#include "plan.h"
+#include "session.h"
+
+#include <QtCore/QStringList>
+
+// Objections to addresses that something holds that is no panel. Asks the network, which takes less than a
+// second, and notes on the terminal what was possible. Addresses that a panel that was found or this computer
+// holds are not asked for: other objections judge those.
+
+// To the new address of one panel.
+QStringList strangersAt(std::uint32_t address, const Panel &panel, const PanelList &panels, Session &session);
+
+// To the changes of a plan.
+QStringList strangersInPlan(const Plan &plan, const PanelList &panels, Session &session);
+
+#endif // WIRECHECK_H
