@@ -100,6 +100,19 @@ def test_holder_behind_a_router_is_found(wire, fake, mvdpctl, rights):
     assert Command.SET_ADDRESS not in fake.commands()
 
 
+@pytest.mark.parametrize("rights", RIGHTS)
+def test_wire_is_asked_for_an_address_that_is_routed_elsewhere(wire, fake, mvdpctl, rights):
+    """A new panel often has an address of the plant's network, which the engineer's computer reaches by a gateway."""
+    wire[1].route("default via 192.168.10.254")
+    try:
+        result = mvdpctl(rights, *set_to(FOREIGN_ADDRESS))
+    finally:
+        wire[1].ip("route delete default")
+    assert result.code == USAGE
+    assert f"The address {FOREIGN_ADDRESS} is held by {STRANGER}," in result.err
+    assert Command.SET_ADDRESS not in fake.commands()
+
+
 def test_router_that_knows_no_such_host_is_no_holder(wire, fake, mvdpctl):
     """It says so by an ICMP error of its own."""
     wire[2].ip("route add unreachable 10.30.0.0/24")
