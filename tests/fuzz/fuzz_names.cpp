@@ -6,8 +6,6 @@
 #include "panelnames.h"
 #include "tablemodel.h"
 
-#include <QtCore/QRegularExpression>
-
 #include <algorithm>
 #include <map>
 #include <optional>
@@ -35,17 +33,6 @@ std::optional<PanelNames> readOrRefused(const QByteArray &bytes)
 }
 
 // --- The expected reading, written from the manual.
-
-bool isFitName(const QString &name)
-{
-    static const QRegularExpression mac(
-        QStringLiteral("\\A[0-9A-F]{2}([:-]?)([0-9A-F]{2}\\1){4}[0-9A-F]{2}\\z"),
-        QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression address(
-        QStringLiteral("\\A(?:(?:25[0-5]|2[0-4][0-9]|1[0-9][0-9]|[1-9]?[0-9])(?:\\.(?!\\z)|\\z)){4}\\z"));
-    const bool isLong = name.toUcs4().size() > 64;
-    return !isLong && isHarmless(name) && !mac.match(name).hasMatch() && !address.match(name).hasMatch();
-}
 
 std::optional<Labels> expectedLabels(const QByteArray &bytes)
 {

@@ -1,6 +1,7 @@
 // Bytes as a plan file of mvdpctl, as a table and as a JSON document: what is read of it, how it is refused,
 // and the plan that is made of it for six panels that were found.
 
+#include "csvreader.h"
 #include "fuzztarget.h"
 #include "harmlesstext.h"
 #include "plan.h"
@@ -29,25 +30,34 @@ struct Wanted {
     std::optional<std::uint32_t> address;
     std::optional<std::uint32_t> netmask;
     std::optional<std::uint32_t> gateway;
+    QString name;
+    QString remark;
+    QJsonObject unknown;
 
     bool operator==(const Wanted &other) const
     {
         return mac == other.mac && address == other.address && netmask == other.netmask &&
-               gateway == other.gateway;
+               gateway == other.gateway && name == other.name && remark == other.remark &&
+               unknown == other.unknown;
     }
 };
 
 using Settings = std::map<QString, QString>;        // by column
 using Outcome = std::optional<std::vector<Wanted>>; // nothing: refused
 
-const QStringList Columns = {"mac", "address", "netmask", "gateway"};
-const QStringList Overlooked = {"prefix", "version", "description", "source", "interface", "way", "marks"};
+const QStringList Columns = {"mac", "address", "netmask", "gateway", "name", "remark"};
+const QStringList Overlooked = {"prefix",        "version",  "description", "source",        "interface",
+                                "way",           "marks",    "result",      "wantedaddress", "wantednetmask",
+                                "wantedgateway", "seconds",  "command",     "time",          "event",
+                                "sent",          "answered", "lost",        "altered",       "duplicates",
+                                "leastms",       "meanms",   "mostms",      "type",          "bytes"};
 
 std::vector<Wanted> withoutPlaces(const std::vector<PlanEntry> &entries)
 {
     std::vector<Wanted> result;
     for (const PlanEntry &entry : entries)
-        result.push_back({entry.mac, entry.wanted.address, entry.wanted.netmask, entry.wanted.gateway});
+        result.push_back({entry.mac, entry.wanted.address, entry.wanted.netmask, entry.wanted.gateway,
+                          entry.label.name, entry.label.remark, entry.columns});
     return result;
 }
 
@@ -55,7 +65,7 @@ std::vector<Wanted> withoutPlaces(const std::vector<PlanEntry> &entries)
 std::vector<PlanEntry> readOrRefused(const QByteArray &bytes, PlanFormat format)
 {
     try {
-        const std::vector<PlanEntry> entries = parsePlan(bytes, format, QStringLiteral("plan"));
+        const std::vector<PlanEntry> entries = parsePlan(bytes, format, QStringLiteral("plan")).entries;
         REQUIRE(!entries.empty());
         return entries;
     } catch (const ToolError &error) {
@@ -73,14 +83,20 @@ std::vector<PlanEntry> readOrRefused(const QByteArray &bytes, PlanFormat format)
 class ExpectedPlan
 {
 public:
-    void add(const Settings &settings)
+    void add(const Settings &settings, const QJsonObject &unknown)
     {
         Wanted wanted;
+        wanted.unknown = unknown;
         const auto mac = value(settings, "mac", macFromText);
-        wanted.address = value(settings, "address", ipv4FromText);
-        wanted.netmask = value(settings, "netmask", netmaskFromText);
+        addAddress(settings, wanted);
         wanted.gateway = value(settings, "gateway", ipv4FromText);
         wanted.mac = mac.value_or(MacAddress{});
+        wanted.name = settings.count("name") > 0 ? settings.at("name") : QString();
+        wanted.remark = settings.count("remark") > 0 ? expectedCell(settings.at("remark")) : QString();
+        for (auto member = unknown.begin(); member != unknown.end(); ++member)
+            m_titles.insert(member.key());
+        if ((!wanted.name.isEmpty() && !isFitName(wanted.name)) || m_titles.size() > 64)
+            refuse();
         const bool isAnythingSet = wanted.address || wanted.netmask || wanted.gateway;
         if (isZero(wanted.mac) || !isAnythingSet || !m_macs.insert(wanted.mac).second)
             refuse();
@@ -90,6 +106,27 @@ public:
     Outcome outcome() const { return m_isRefused || m_panels.empty() ? Outcome() : Outcome(m_panels); }
 
 private:
+    void addAddress(const Settings &settings, Wanted &wanted)
+    {
+        Settings parts = settings;
+        const QString address = settings.count("address") > 0 ? settings.at("address") : QString();
+        if (address.contains('/')) {
+            parts["address"] = address.section('/', 0, 0);
+            parts["prefix"] = address.section('/', 1);
+            if (parts["address"].isEmpty() || parts["prefix"].isEmpty() || parts["prefix"].startsWith('/'))
+                refuse();
+        } else {
+            parts.erase("prefix");
+        }
+        wanted.address = value(parts, "address", ipv4FromText);
+        wanted.netmask = value(parts, "netmask", netmaskFromText);
+        const auto behind = value(parts, "prefix", netmaskFromText);
+        if (behind && wanted.netmask.value_or(*behind) != *behind)
+            refuse();
+        if (behind)
+            wanted.netmask = behind;
+    }
+
     template <typename Read>
     auto value(const Settings &settings, const char *column, Read read) -> decltype(read(QString()))
     {
@@ -104,6 +141,7 @@ private:
 
     std::vector<Wanted> m_panels;
     std::set<MacAddress> m_macs;
+    std::set<QString> m_titles;
     bool m_isRefused = false;
 };
 
@@ -113,18 +151,27 @@ Outcome expectedOfTable(const QByteArray &bytes)
     QStringList headings;
     if (!rows || !isExpectedTable(*rows, headings))
         return {};
-    for (const QString &name : headings) {
-        if (!Columns.contains(name) && !Overlooked.contains(name))
-            return {};
-    }
     ExpectedPlan plan;
     for (std::size_t i = 1; i < rows->size(); ++i) {
         Settings settings;
-        for (int column = 0; column < static_cast<int>(headings.size()); ++column)
-            settings[headings.at(column)] = rows->at(i).at(column).trimmed();
-        plan.add(settings);
+        QJsonObject unknown;
+        for (int column = 0; column < static_cast<int>(headings.size()); ++column) {
+            const QString &heading = headings.at(column);
+            if (heading.isEmpty())
+                continue;
+            if (!Columns.contains(heading) && !Overlooked.contains(heading))
+                unknown.insert(expectedCell(rows->front().at(column)), expectedCell(rows->at(i).at(column)));
+            settings[heading] = rows->at(i).at(column).trimmed();
+        }
+        plan.add(settings, unknown);
     }
     return plan.outcome();
+}
+
+// Of values of other kinds it is only checked that they are harmless.
+QJsonValue expectedValue(const QJsonValue &value)
+{
+    return value.isString() ? QJsonValue(expectedCell(value.toString())) : value;
 }
 
 // JSON itself is Qt's; what the plan may be made of is checked.
@@ -139,27 +186,30 @@ Outcome expectedOfDocument(const QByteArray &bytes)
         if (!panel.isObject())
             return {};
         Settings settings;
+        QJsonObject unknown;
         const QJsonObject object = panel.toObject();
         // Not by name: Qt 6 finds no name with a byte order mark in front, and tells it without.
         for (auto member = object.begin(); member != object.end(); ++member) {
-            const QString name = member.key();
+            const QString name = expectedCell(member.key()).toLower();
             const QJsonValue value = member.value();
             if (Overlooked.contains(name))
                 continue;
-            if (!Columns.contains(name))
+            if (name.isEmpty() || settings.count(name) > 0)
                 return {};
-            if (value.isDouble()) {
+            if (!Columns.contains(name)) {
+                unknown.insert(expectedCell(member.key()), expectedValue(value));
+            } else if (value.isDouble() && name == QLatin1String("netmask")) {
                 const double number = value.toDouble();
                 if (!(number >= 0 && number <= 32) || number != static_cast<int>(number))
                     return {};
                 settings[name] = QString::number(static_cast<int>(number));
-            } else if (value.isString()) {
+            } else if (value.isString() || value.isNull()) {
                 settings[name] = value.toString().trimmed();
-            } else if (!value.isNull()) {
+            } else {
                 return {};
             }
         }
-        plan.add(settings);
+        plan.add(settings, unknown);
     }
     return plan.outcome();
 }
@@ -179,31 +229,44 @@ QString textOf(const std::optional<std::uint32_t> &value)
     return value ? ipv4Text(*value) : QString();
 }
 
+// The unknown columns are those of the first panel: a table has the same for all.
 QByteArray asTable(const std::vector<Wanted> &panels)
 {
-    QByteArray table = "gateway;description;MAC;netmask;address\r\n";
-    for (const Wanted &panel : panels)
-        table += (textOf(panel.gateway) + QStringLiteral(";\"a \"\"b;\"\"\n\";") + macText(panel.mac) +
-                  QLatin1Char(';') + textOf(panel.netmask) + QLatin1Char(';') + textOf(panel.address))
-                     .toUtf8() +
-                 "\r\n";
-    return table;
+    const QStringList titles = panels.front().unknown.keys();
+    QString table = QStringLiteral("gateway;description;MAC;Name;netmask;remark;address");
+    for (const QString &title : titles)
+        table += ';' + csvField(title);
+    for (const Wanted &panel : panels) {
+        table += QStringLiteral("\r\n") + textOf(panel.gateway) + QStringLiteral(";\"a \"\"b;\"\"\n\";") +
+                 macText(panel.mac) + ';' + csvField(panel.name) + ';' + textOf(panel.netmask) + ';' +
+                 csvField(panel.remark) + ';' + textOf(panel.address);
+        for (const QString &title : titles)
+            table += ';' + csvField(panel.unknown.value(title).toString());
+    }
+    return table.toUtf8();
 }
 
 QByteArray asDocument(const std::vector<Wanted> &panels)
 {
     QJsonArray list;
     for (const Wanted &panel : panels) {
-        QJsonObject object = {
-            {"mac", macText(panel.mac).remove(QLatin1Char(':'))},
-            {"marks", QJsonArray{1, "x"}},
-            {"address", panel.address ? QJsonValue(ipv4Text(*panel.address)) : QJsonValue()}};
+        QJsonObject object = panel.unknown;
+        object.insert(QStringLiteral("mac"), macText(panel.mac).remove(QLatin1Char(':')));
+        object.insert(QStringLiteral("marks"), QJsonArray{1, "x"});
+        object.insert(QStringLiteral("Remark"), panel.remark);
+        object.insert(QStringLiteral("name"), panel.name);
+        const auto prefix = panel.netmask ? prefixLength(*panel.netmask) : std::nullopt;
+        const bool isBehind = panel.address && prefix && *prefix % 2 == 0;
+        if (isBehind)
+            object.insert(QStringLiteral("address"), addressWithNetmask(*panel.address, *panel.netmask));
+        else
+            object.insert(QStringLiteral("address"),
+                          panel.address ? QJsonValue(ipv4Text(*panel.address)) : QJsonValue());
         if (panel.gateway)
             object.insert(QStringLiteral("gateway"), ipv4Text(*panel.gateway));
-        const auto prefix = panel.netmask ? prefixLength(*panel.netmask) : std::nullopt;
-        if (prefix)
+        if (prefix && !isBehind)
             object.insert(QStringLiteral("netmask"), *prefix);
-        else if (panel.netmask)
+        else if (panel.netmask && !isBehind)
             object.insert(QStringLiteral("netmask"), ipv4Text(*panel.netmask));
         list.append(object);
     }
@@ -284,8 +347,30 @@ void checkPlan(const std::vector<PlanEntry> &entries)
     for (const std::uint32_t address : given)
         REQUIRE(address == 0 || given.count(address) == 1 || !plan.objections.isEmpty());
 
-    const QStringList lines = planLines(plan);
-    REQUIRE(areHarmless(lines) && static_cast<std::size_t>(lines.size()) >= plan.steps.size());
+    for (const int columns : {0, 80, 50}) {
+        const QStringList lines = planLines(plan, columns);
+        REQUIRE(areHarmless(lines) && static_cast<std::size_t>(lines.size()) >= plan.steps.size());
+        const int longestWord = 64 + 2; // of a remark: any
+        for (const QString &line : lines)
+            REQUIRE(columns == 0 || line.size() <= std::max(columns, longestWord) ||
+                    !line.trimmed().contains(' '));
+    }
+}
+
+bool isAsExpected(Wanted panel, const Wanted &expected)
+{
+    QJsonObject unknown = expected.unknown;
+    for (const QString &title : panel.unknown.keys()) {
+        const QJsonValue value = panel.unknown.value(title);
+        REQUIRE(
+            isHarmless(QString::fromUtf8(QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact))));
+        if (value.isArray() || value.isObject()) {
+            REQUIRE(unknown.value(title).type() == value.type());
+            unknown.insert(title, value);
+        }
+    }
+    panel.unknown = unknown == panel.unknown ? expected.unknown : panel.unknown;
+    return panel == expected;
 }
 
 void check(const QByteArray &bytes, PlanFormat format)
@@ -293,12 +378,15 @@ void check(const QByteArray &bytes, PlanFormat format)
     const std::vector<PlanEntry> entries = readOrRefused(bytes, format);
     const Outcome expected = expectedPlan(bytes, format);
     const std::vector<Wanted> panels = withoutPlaces(entries);
-    REQUIRE(panels == expected.value_or(std::vector<Wanted>()));
+    REQUIRE(panels.size() == expected.value_or(std::vector<Wanted>()).size());
+    for (std::size_t i = 0; i < panels.size(); ++i)
+        REQUIRE(isAsExpected(panels[i], expected->at(i)));
     if (panels.empty())
         return;
     for (const PlanEntry &entry : entries)
         REQUIRE(entry.place.startsWith(QStringLiteral("plan:")) && entry.place.section(':', 1).toInt() > 0);
-    REQUIRE(withoutPlaces(readOrRefused(asTable(panels), PlanFormat::Csv)) == panels);
+    if (format == PlanFormat::Csv)
+        REQUIRE(withoutPlaces(readOrRefused(asTable(panels), PlanFormat::Csv)) == panels);
     REQUIRE(withoutPlaces(readOrRefused(asDocument(panels), PlanFormat::Json)) == panels);
     checkPlan(entries);
 }

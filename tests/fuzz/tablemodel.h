@@ -82,6 +82,17 @@ inline QString expectedCell(QString field)
     return field.trimmed();
 }
 
+inline bool isFitName(const QString &name)
+{
+    static const QRegularExpression mac(
+        QStringLiteral("\\A[0-9A-F]{2}([:-]?)([0-9A-F]{2}\\1){4}[0-9A-F]{2}\\z"),
+        QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression address(
+        QStringLiteral("\\A(?:(?:25[0-5]|2[0-4][0-9]|1[0-9][0-9]|[1-9]?[0-9])(?:\\.(?!\\z)|\\z)){4}\\z"));
+    const bool isLong = name.toUcs4().size() > 64;
+    return !isLong && isHarmless(name) && !mac.match(name).hasMatch() && !address.match(name).hasMatch();
+}
+
 // True when the first row has the column "mac" and no column twice, and the others have a field for each
 // column, empty below an empty heading. `headings` are then the first row's, in lower case.
 inline bool isExpectedTable(const std::vector<QStringList> &rows, QStringList &headings)

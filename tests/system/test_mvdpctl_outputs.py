@@ -77,8 +77,10 @@ CASES = {
                      {"panels": [*panels(), Identity(mac=BYSTANDER, address="192.168.10.8"),
                                  Identity(mac=UNABLE, address="192.168.10.9")],
                       "on_set": {UNABLE: fakepanel.REFUSE}},
-                     f"mac,address,gateway\n{{mac}},192.168.10.7{{number}},0.0.0.0\n{BYSTANDER},192.168.10.8,\n"
-                     f"{ABSENT},192.168.10.99,\n{UNABLE},192.168.10.98,\n"),
+                     "mac,address,gateway,name,remark,Slot\n"
+                     f"{{mac}},192.168.10.7{{number}},0.0.0.0,Cabinet {{number}},,7\n"
+                     f"{BYSTANDER},192.168.10.8/24,,Gate,\"left,\ndoor\",\n"
+                     f"{ABSENT},192.168.10.99,,,at the store,\n{UNABLE},192.168.10.98,,,,'=1\n"),
     "raw": Case(["raw", "4", "--mac", MAC, "--timeout", "5"]),
     "raw-nobody": Case(["raw", "4", "--mac", ABSENT, "--timeout", "0.2"], NO_ANSWER, "mvdpctl: no answer\n"),
 }

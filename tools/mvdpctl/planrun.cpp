@@ -6,6 +6,7 @@
 #include "outcomeadvice.h"
 #include "planexecution.h"
 #include "plantable.h"
+#include "platform.h"
 #include "target.h"
 #include "ways.h"
 #include "whereabouts.h"
@@ -20,8 +21,6 @@
 namespace
 {
 
-const int ResultColumns = 31;
-
 QString toldText(const PlanStep &step)
 {
     const Panel &panel = *step.now;
@@ -31,10 +30,35 @@ QString toldText(const PlanStep &step)
            ipv4Text(panel.source);
 }
 
+// Of what the panels may report at the end.
+int settingsWidth(const Plan &plan)
+{
+    int width = 0;
+    for (const PlanStep &step : plan.steps)
+        width = step.isFound() ? std::max(width, static_cast<int>(settingsText(step.wanted).size())) : width;
+    return width;
+}
+
+QStringList resultColumns(const PlanContent &content)
+{
+    return outcomeColumns() + QStringList{QStringLiteral("name"), QStringLiteral("remark")} +
+           content.unknownColumns;
+}
+
+QJsonObject resultJson(Outcome outcome, const PlanStep &step, Session &session)
+{
+    const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
+    QJsonObject record = outcomeJson(outcome, step.entry.mac, wanted, step.now, session.interfaceNames());
+    record.insert(QStringLiteral("name"), step.entry.label.name);
+    record.insert(QStringLiteral("remark"), step.entry.label.remark);
+    record.insert(QStringLiteral("columns"), step.entry.columns);
+    return record;
+}
+
 class PlanRun
 {
 public:
-    PlanRun(Plan plan, const PanelList &panels, Session &session);
+    PlanRun(Plan plan, const PanelList &panels, const QStringList &columns, Session &session);
 
     ExitCode run();
 
@@ -45,14 +69,18 @@ private:
     void warnOfSharedAddresses();
 
     Plan m_plan;
+    int m_settingsWidth;
+    QStringList m_columns;
     Session &m_session;
     PlanExecution m_execution;
     std::map<Outcome, int> m_counts;
     std::map<std::pair<Outcome, QString>, int> m_advice; // number of panels for each advice
 };
 
-PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
+PlanRun::PlanRun(Plan plan, const PanelList &panels, const QStringList &columns, Session &session)
     : m_plan(std::move(plan))
+    , m_settingsWidth(settingsWidth(m_plan))
+    , m_columns(columns)
     , m_session(session)
     , m_execution(session.exchange, panels, session.arguments.patience(SetRounds, SetTimeout),
                   session.reachedAt())
@@ -61,7 +89,7 @@ PlanRun::PlanRun(Plan plan, const PanelList &panels, Session &session)
 
 ExitCode PlanRun::run()
 {
-    m_session.writer->beginList(outcomeColumns(), QStringLiteral("results"));
+    m_session.writer->beginList(m_columns, QStringLiteral("results"));
     const InterruptGuard guard;
     m_session.terminal.hint(QStringLiteral("Ctrl-C ends after the panel in hand, a second one at once."));
     int number = 0;
@@ -93,14 +121,13 @@ void PlanRun::report(const PlanStep &step, const SetResult &result)
     ++m_counts[outcome];
     if (outcomeCode(outcome) != ExitCode::Done)
         ++m_advice[{outcome, adviceAfter(result)}];
-    const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
-    m_session.writer->add(outcomeJson(outcome, step.entry.mac, wanted, step.now, m_session.interfaceNames()));
-    QString text = macText(step.entry.mac) + QStringLiteral("  ") + QLatin1String(outcomeName(outcome));
+    m_session.writer->add(resultJson(outcome, step, m_session));
     // Without an answer the panel's data is from before the change, and is not shown as its result.
     const bool isSilent = outcome == Outcome::NoAnswer || outcome == Outcome::Unverified;
-    if (step.now && (result.isHeard || !isSilent))
-        text = text.leftJustified(ResultColumns) + toldText(step);
-    m_session.writer->print({text});
+    const bool isTold = step.now && (result.isHeard || !isSilent);
+    m_session.writer->print(resultLines(step.entry, QLatin1String(outcomeName(outcome)),
+                                        isTold ? toldText(step) : QString(), m_settingsWidth,
+                                        m_session.terminal.columns()));
 }
 
 void PlanRun::conclude()
@@ -128,6 +155,12 @@ void PlanRun::warnOfSharedAddresses()
     }
 }
 
+// Of standard error; 0 when it is no terminal.
+int errorColumns()
+{
+    return isTerminal(stderr) ? terminalColumns(stderr) : 0;
+}
+
 std::set<MacAddress> macsOf(const std::vector<PlanEntry> &entries)
 {
     std::set<MacAddress> macs;
@@ -140,7 +173,7 @@ void confirm(const Plan &plan, Session &session)
 {
     const auto changes = std::count_if(plan.steps.begin(), plan.steps.end(),
                                        [](const PlanStep &step) { return step.isChange(); });
-    session.terminal.noteTable(planLines(plan), !session.arguments.isSet("yes"));
+    session.terminal.noteTable(planLines(plan, errorColumns()), !session.arguments.isSet("yes"));
     weighObjections(plan.objections, session.arguments.isSet("force"), session.terminal,
                     QStringLiteral("Correct the plan, or send it all the same with --force."));
     if (changes > 0)
@@ -151,8 +184,9 @@ void confirm(const Plan &plan, Session &session)
 
 } // namespace
 
-ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
+ExitCode runPlan(const PlanContent &content, Session &session)
 {
+    const std::vector<PlanEntry> &entries = content.entries;
     const Search search = {everyWay(session.transport, session.reachedAt()), session.searchPatience(), {}};
     session.observer.showOnly([planned = macsOf(entries)](const Received &received) {
         return planned.count(Panel::fromReply(received).mac) > 0;
@@ -167,5 +201,5 @@ ExitCode runPlan(const std::vector<PlanEntry> &entries, Session &session)
     session.terminal.setProgressPrefix(QString());
     plan.objections += strangersInPlan(plan, panels, session);
     confirm(plan, session);
-    return PlanRun(plan, panels, session).run();
+    return PlanRun(plan, panels, resultColumns(content), session).run();
 }

@@ -1,37 +1,165 @@
 #include "plantable.h"
 
-QStringList planLines(const Plan &plan)
+#include "terminal.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace
 {
-    const int macColumns = 19;
-    const int addressColumns = 24;
-    QStringList lines;
-    for (const PlanStep &step : plan.steps) {
-        const QString mac = macText(step.entry.mac).leftJustified(macColumns);
-        if (!step.isFound()) {
-            lines << mac + QStringLiteral("not found");
-            continue;
-        }
-        const QString now = addressWithNetmask(step.now->address, step.now->netmask);
-        const QString wanted = addressWithNetmask(step.wanted.address, step.wanted.netmask);
-        if (step.isAlreadySo()) {
-            lines << mac + now.leftJustified(addressColumns) + QStringLiteral("already as planned");
-            continue;
-        }
-        QStringList changes;
-        if (wanted != now)
-            changes << now.leftJustified(addressColumns) + QStringLiteral("-> ") + wanted;
-        if (step.wanted.gateway != step.now->gateway)
-            changes << QStringLiteral("gateway ") +
-                           ipv4Text(step.now->gateway).leftJustified(addressColumns - 8) +
-                           QStringLiteral("-> ") + ipv4Text(step.wanted.gateway);
-        if (!step.isWhereItTells && step.now->address != 0)
-            changes << (changes.isEmpty() ? now.leftJustified(addressColumns) : QString()) +
-                           QStringLiteral("(but answers from %1)").arg(ipv4Text(step.now->source));
-        for (int index = 0; index < static_cast<int>(changes.size()); ++index)
-            lines << (index == 0 ? mac : QString(macColumns, QLatin1Char(' '))) + changes.at(index);
-        if (step.opensCircle)
-            lines << QString(macColumns, QLatin1Char(' ')) +
-                         QStringLiteral("(still held by another panel until that one's turn)");
+
+const int MacColumns = 19;
+const int AddressColumns = 24;
+const int ResultColumns = 12;
+const QString Gap = QStringLiteral("  ");
+
+struct Row {
+    QString left;
+    QString right; // can be empty
+};
+
+struct Section {
+    QString mac;
+    std::vector<Row> rows; // never empty
+    QStringList notes;
+    QString label;
+};
+
+// Behind a blank at least, at this column or further on.
+QString atColumn(const QString &text, int column, const QString &more)
+{
+    return text.isEmpty() ? more : (text + QLatin1Char(' ')).leftJustified(column) + more;
+}
+
+bool fits(const QString &line, int columns)
+{
+    return columns == 0 || line.size() <= columns;
+}
+
+// Indented and broken between words.
+QStringList indented(const QString &text, int columns)
+{
+    const int gap = static_cast<int>(Gap.size());
+    const QString lines = columns == 0 ? text : wrapped(text, columns - gap);
+    return (Gap + lines).split(QLatin1Char('\n'));
+}
+
+Section sectionOf(const PlanStep &step)
+{
+    Section section = {macText(step.entry.mac), {}, {}, labelText(step.entry.label)};
+    if (!step.isFound()) {
+        section.rows = {{QStringLiteral("not found"), QString()}};
+        return section;
     }
+    const QString now = addressWithNetmask(step.now->address, step.now->netmask);
+    const QString wanted = addressWithNetmask(step.wanted.address, step.wanted.netmask);
+    if (step.isAlreadySo()) {
+        section.rows = {{now, QStringLiteral("already as planned")}};
+        return section;
+    }
+    const QString arrow = QStringLiteral("-> ");
+    if (wanted != now)
+        section.rows.push_back({now, arrow + wanted});
+    if (step.wanted.gateway != step.now->gateway)
+        section.rows.push_back({QStringLiteral("gateway ") + ipv4Text(step.now->gateway),
+                                arrow + ipv4Text(step.wanted.gateway)});
+    if (!step.isWhereItTells && step.now->address != 0)
+        section.notes << QStringLiteral("(but answers from %1)").arg(ipv4Text(step.now->source));
+    if (section.rows.empty())
+        section.rows.push_back({now, section.notes.isEmpty() ? QString() : section.notes.takeFirst()});
+    if (step.opensCircle)
+        section.notes << QStringLiteral("(still held by another panel until that one's turn)");
+    return section;
+}
+
+QString joined(const Row &row, int column)
+{
+    return row.right.isEmpty() ? row.left : atColumn(row.left, column, row.right);
+}
+
+QStringList wideLines(const Section &section)
+{
+    QStringList lines;
+    for (const Row &row : section.rows)
+        lines << joined(row, AddressColumns);
+    lines << section.notes;
+    for (int index = 0; index < static_cast<int>(lines.size()); ++index)
+        lines[index].prepend((index == 0 ? section.mac : QString()).leftJustified(MacColumns));
+    return lines;
+}
+
+QStringList narrowLines(const Section &section, int columns)
+{
+    QStringList lines = {section.mac};
+    const QString labelled = section.mac + Gap + section.label;
+    if (!section.label.isEmpty() && fits(labelled, columns))
+        lines = QStringList{labelled};
+    else if (!section.label.isEmpty())
+        lines << indented(section.label, columns);
+    for (const Row &row : section.rows) {
+        const QString line = Gap + joined(row, 0);
+        if (fits(line, columns))
+            lines << line;
+        else
+            lines << Gap + row.left << Gap + row.right;
+    }
+    for (const QString &note : section.notes)
+        lines << indented(note, columns);
+    return lines;
+}
+
+QStringList narrowTable(const std::vector<Section> &sections, int columns)
+{
+    QStringList lines;
+    for (const Section &section : sections)
+        lines << narrowLines(section, columns);
+    return lines;
+}
+
+} // namespace
+
+QString labelText(const PanelLabel &label)
+{
+    const bool isPair = !label.name.isEmpty() && !label.remark.isEmpty();
+    return label.name + (isPair ? QStringLiteral(", ") : QString()) + label.remark;
+}
+
+QStringList planLines(const Plan &plan, int columns)
+{
+    std::vector<Section> sections;
+    for (const PlanStep &step : plan.steps)
+        sections.push_back(sectionOf(step));
+    int width = 0; // of the first lines
+    for (const Section &section : sections)
+        width = std::max(width, static_cast<int>(wideLines(section).first().size()) + 2);
+    QStringList lines;
+    for (const Section &section : sections) {
+        QStringList its = wideLines(section);
+        if (!section.label.isEmpty())
+            its.first() = atColumn(its.first(), width, section.label);
+        lines << its;
+    }
+    const bool isFitting = std::all_of(lines.begin(), lines.end(),
+                                       [columns](const QString &line) { return fits(line, columns); });
+    return isFitting ? lines : narrowTable(sections, columns);
+}
+
+QStringList resultLines(const PlanEntry &entry, const QString &result, const QString &settings, int width,
+                        int columns)
+{
+    const QString label = labelText(entry.label);
+    const QString start = macText(entry.mac).leftJustified(MacColumns) + result;
+    const QString told = settings.isEmpty() ? start : atColumn(start, MacColumns + ResultColumns, settings);
+    const QString whole =
+        label.isEmpty() ? told : atColumn(told, MacColumns + ResultColumns + width + 2, label);
+    if (fits(whole, columns))
+        return {whole};
+    QStringList lines = {start};
+    if (fits(told, columns))
+        lines = QStringList{told};
+    else if (!settings.isEmpty())
+        lines << indented(settings, columns);
+    if (!label.isEmpty())
+        lines << indented(label, columns);
     return lines;
 }

@@ -5,6 +5,7 @@
 #include "session.h"
 #include "settingschange.h"
 #include "target.h"
+#include "textfile.h"
 #include "whereabouts.h"
 #include "wirecheck.h"
 
@@ -95,6 +96,23 @@ ExitCode runOne(const Arguments &arguments, Session &session)
     return ExitCode::Done;
 }
 
+PlanContent readPlan(const Arguments &arguments, Terminal &terminal)
+{
+    const QString path = arguments.text("from");
+    const auto format = planFormatOf(path);
+    if (!format)
+        throwUsage(QStringLiteral("'%1' ends in neither .csv nor .json").arg(path),
+                   QStringLiteral("The end of its name says how a plan is written."));
+    const PlanContent content = parsePlan(TextFile::bytesOf(path), *format, path);
+    QStringList unknown;
+    for (const QString &column : content.unknownColumns)
+        unknown << quoted(column);
+    if (!unknown.isEmpty())
+        terminal.warn(QStringLiteral("%1: these columns are passed on and not used: %2")
+                          .arg(path, unknown.join(QStringLiteral(", "))));
+    return content;
+}
+
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
     const bool anySetting =
@@ -106,16 +124,16 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
         throwUsage(QStringLiteral("an argument is missing: name a panel, or give --from"));
     if (!fromFile && !anySetting)
         throwUsage(QStringLiteral("give at least one of --address, --netmask and --gateway"));
-    std::vector<PlanEntry> entries;
+    PlanContent plan;
     if (fromFile) {
-        entries = readPlan(arguments.text("from"));
+        plan = readPlan(arguments, terminal);
     } else {
         panelNameFromText(arguments.words().first(), PanelNames());
         wantedSettings(arguments); // refuses malformed values before anything is sent
     }
     requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));
     Session session(arguments, terminal);
-    return fromFile ? runPlan(entries, session) : runOne(arguments, session);
+    return fromFile ? runPlan(plan, session) : runOne(arguments, session);
 }
 
 } // namespace

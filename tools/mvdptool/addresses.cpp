@@ -64,6 +64,17 @@ QString addressWithNetmask(std::uint32_t address, std::uint32_t netmask)
     return ipv4Text(address) + QLatin1Char('/') + (prefix ? QString::number(*prefix) : ipv4Text(netmask));
 }
 
+std::optional<AddressWithNetmask> addressWithPrefixFromText(const QString &text)
+{
+    const auto slash = text.indexOf(QLatin1Char('/'));
+    const auto address = ipv4FromText(slash < 0 ? text : text.left(slash));
+    if (!address || slash < 0)
+        return address ? std::optional<AddressWithNetmask>({*address, std::nullopt}) : std::nullopt;
+    const QString behind = text.mid(slash + 1);
+    const auto netmask = behind.startsWith(QLatin1Char('/')) ? std::nullopt : netmaskFromText(behind);
+    return netmask ? std::optional<AddressWithNetmask>({*address, netmask}) : std::nullopt;
+}
+
 std::optional<MacAddress> macFromText(const QString &text)
 {
     static const QRegularExpression form(

@@ -22,6 +22,13 @@ std::uint32_t netmaskOfPrefix(int length);
 // "192.168.0.10/24", or with the netmask in full when it has holes.
 QString addressWithNetmask(std::uint32_t address, std::uint32_t netmask);
 
+struct AddressWithNetmask {
+    std::uint32_t address;
+    std::optional<std::uint32_t> netmask; // nothing: it was not given
+};
+// "192.168.0.10", "192.168.0.10/24" or "192.168.0.10/255.255.255.0".
+std::optional<AddressWithNetmask> addressWithPrefixFromText(const QString &text);
+
 // Twelve hexadecimal digits in pairs, all separated by ':' or all by '-' or not at all.
 std::optional<MacAddress> macFromText(const QString &text);
 QString macText(const MacAddress &mac);

@@ -20,11 +20,6 @@ PlanStep stepOf(const PlanEntry &entry, const PanelList &panels,
     return step;
 }
 
-QString titleOf(const PlanStep &step)
-{
-    return step.entry.place + QStringLiteral(": ") + macText(step.entry.mac) + QStringLiteral(": ");
-}
-
 // The holders of each address after the plan.
 std::map<std::uint32_t, std::vector<MacAddress>> finalHolders(const std::vector<PlanStep> &steps,
                                                               const PanelList &panels)
@@ -57,26 +52,23 @@ QStringList objectionsTo(const PlanStep &step, const PanelList &panels,
            deafnessObjections(step.wanted, *step.now, heardOn);
 }
 
-QStringList objectionsTo(const std::vector<PlanStep> &steps, const PanelList &panels,
-                         const std::vector<NetworkInterface> &interfaces)
+void addObjections(Plan &plan, const PanelList &panels, const std::vector<NetworkInterface> &interfaces)
 {
-    QStringList objections;
-    const auto holders = finalHolders(steps, panels);
-    for (const PlanStep &step : steps) {
+    const auto holders = finalHolders(plan.steps, panels);
+    for (PlanStep &step : plan.steps) {
         if (step.isChange()) {
             for (const QString &objection : objectionsTo(step, panels, interfaces))
-                objections << titleOf(step) + objection;
+                plan.object(step, objection);
         }
         const auto held = holders.find(step.wanted.address);
         if (step.isAlreadySo() || held == holders.end())
             continue;
         for (const MacAddress &other : held->second) {
             if (other != step.entry.mac)
-                objections << titleOf(step) + QStringLiteral("The address %1 would be that of %2, too.")
-                                                  .arg(ipv4Text(step.wanted.address), macText(other));
+                plan.object(step, QStringLiteral("The address %1 would be that of %2, too.")
+                                      .arg(ipv4Text(step.wanted.address), macText(other)));
         }
     }
-    return objections;
 }
 
 // Orders the changes so that an address is freed before another panel takes it.
@@ -107,23 +99,29 @@ void order(std::list<PlanStep> waiting, std::vector<PlanStep> &result)
 
 } // namespace
 
+void Plan::object(PlanStep &step, const QString &sentence)
+{
+    step.isObjectedTo = true;
+    objections << QStringLiteral("%1: %2: ").arg(step.entry.place, macText(step.entry.mac)) + sentence;
+}
+
 Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
               const std::vector<NetworkInterface> &interfaces,
               const std::function<bool(const Panel &)> &isWhereItTells)
 {
-    std::vector<PlanStep> steps;
-    steps.reserve(entries.size());
-    for (const PlanEntry &entry : entries)
-        steps.push_back(stepOf(entry, panels, isWhereItTells));
     Plan plan;
-    plan.objections = objectionsTo(steps, panels, interfaces);
+    for (const PlanEntry &entry : entries)
+        plan.steps.push_back(stepOf(entry, panels, isWhereItTells));
+    addObjections(plan, panels, interfaces);
     std::list<PlanStep> changes;
-    for (PlanStep &step : steps) {
+    std::vector<PlanStep> others;
+    for (PlanStep &step : plan.steps) {
         if (step.isChange())
             changes.push_back(std::move(step));
         else
-            plan.steps.push_back(std::move(step));
+            others.push_back(std::move(step));
     }
+    plan.steps = std::move(others);
     order(std::move(changes), plan.steps);
     return plan;
 }

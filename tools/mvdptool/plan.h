@@ -20,6 +20,7 @@ struct PlanStep {
     // hold one address for a moment.
     bool opensCircle = false;
     bool isWhereItTells = true; // the panel has the address that it reports; see whereabouts.h
+    bool isObjectedTo = false;
 
     bool isFound() const { return now.has_value(); }
     bool isAlreadySo() const { return now && isWhereItTells && hasSettings(*now, wanted); }
@@ -30,8 +31,12 @@ struct Plan {
     // First the panels that need no change or were not found, then the changes. Their order frees every
     // address before another panel takes it.
     std::vector<PlanStep> steps;
-    // Why the plan would not work. Judges the final state: panels may exchange addresses.
+    // Why the plan would not work, each with the place of the step and its panel. Judges the final state:
+    // panels may exchange addresses.
     QStringList objections;
+
+    // The step is one of `steps`.
+    void object(PlanStep &step, const QString &sentence);
 };
 
 // `interfaces` are all of this computer; `isWhereItTells` does what the function in whereabouts.h does.

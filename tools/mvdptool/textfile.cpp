@@ -3,6 +3,7 @@
 #include <QtCore/QFile>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace
 {
@@ -38,6 +39,25 @@ int charactersIn(const QString &text, TextFile::Offset from, TextFile::Offset to
         std::count_if(begin + from, begin + to, [](QChar character) { return !character.isLowSurrogate(); }));
 }
 
+QByteArray contentOf(QFile &file, const QString &what)
+{
+    QByteArray bytes;
+    QByteArray part;
+    // A pipe gives one part after the other.
+    do {
+        part = file.isOpen() ? file.read(LargestFile) : QByteArray();
+        bytes += part;
+    } while (!part.isEmpty() && bytes.size() <= LargestFile);
+    if (file.error() != QFileDevice::NoError)
+        throw ToolError{ToolError::BadInput,
+                        QStringLiteral("%1 cannot be read: %2").arg(what, file.errorString()),
+                        QStringLiteral("Give the name of a file that you may read.")};
+    if (bytes.size() > LargestFile)
+        throw ToolError{ToolError::BadInput, QStringLiteral("%1 is larger than 4 MiB").arg(what),
+                        QStringLiteral("That is no list of panels: 40 panels take 4 kB.")};
+    return bytes;
+}
+
 } // namespace
 
 TextFile::TextFile(const QByteArray &bytes, const QString &name, ToolError::Kind kind, const QString &advice)
@@ -70,15 +90,15 @@ TextFile::TextFile(const QByteArray &bytes, const QString &name, ToolError::Kind
 QByteArray TextFile::bytesOf(const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw ToolError{ToolError::BadInput,
-                        QStringLiteral("'%1' cannot be read: %2").arg(path, file.errorString()),
-                        QStringLiteral("Give the name of a file that you may read.")};
-    const QByteArray bytes = file.read(LargestFile + 1);
-    if (bytes.size() > LargestFile)
-        throw ToolError{ToolError::BadInput, QStringLiteral("'%1' is larger than 4 MiB").arg(path),
-                        QStringLiteral("That is no list of panels: 40 panels take 4 kB.")};
-    return bytes;
+    file.open(QIODevice::ReadOnly);
+    return contentOf(file, QStringLiteral("'%1'").arg(path));
+}
+
+QByteArray TextFile::bytesOfStandardInput()
+{
+    QFile file;
+    file.open(stdin, QIODevice::ReadOnly);
+    return contentOf(file, QStringLiteral("standard input"));
 }
 
 int TextFile::lineOf(Offset at) const

@@ -23,6 +23,7 @@ public:
 
     // The content of a file of 4 MiB at most. Throws ToolError.
     static QByteArray bytesOf(const QString &path);
+    static QByteArray bytesOfStandardInput(); // the same
 
     const QString &text() const { return m_text; } // without the byte order mark
     bool hasByteOrderMark() const { return m_hasByteOrderMark; }

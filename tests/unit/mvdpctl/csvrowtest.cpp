@@ -11,6 +11,7 @@ class CsvRowTest : public QObject
 private slots:
     void numbersHaveTheDigitsOfJson_data();
     void numbersHaveTheDigitsOfJson();
+    void ownColumnsAndPanelCountAsTheRecord();
     void lineIsWritten();
 };
 
@@ -34,6 +35,18 @@ void CsvRowTest::numbersHaveTheDigitsOfJson()
     const QJsonObject object = {{"number", number}};
     QCOMPARE(csvFields(object, {"number"}), QStringList({text}));
     QCOMPARE(QJsonDocument(object).toJson(QJsonDocument::Compact), "{\"number\":" + text.toUtf8() + "}");
+}
+
+void CsvRowTest::ownColumnsAndPanelCountAsTheRecord()
+{
+    const QJsonObject record = {
+        {"panel", QJsonObject{{"address", "10.0.0.1"}, {"marks", QJsonArray{"one", "two"}}}},
+        {"columns",
+         QJsonObject{{"panel", true}, {"slot", QJsonArray{1, "x"}}, {"place", QJsonObject{{"row", 1}}}}},
+        {"result", "applied"},
+    };
+    QCOMPARE(csvFields(record, {"result", "address", "marks", "panel", "slot", "place", "missing"}),
+             QStringList({"applied", "10.0.0.1", "one two", "true", "[1,\"x\"]", "{\"row\":1}", ""}));
 }
 
 void CsvRowTest::lineIsWritten()

@@ -12,6 +12,8 @@ private slots:
     void addressesComeBackAsText();
     void netmasksAreNumbersOrPrefixes_data();
     void netmasksAreNumbersOrPrefixes();
+    void addressesMayHaveAPrefix_data();
+    void addressesMayHaveAPrefix();
     void netmasksWithHolesHaveNoPrefix();
     void everyPrefixLengthSurvives();
     void macAddressesAreWrittenManyWays_data();
@@ -81,6 +83,29 @@ void AddressTest::netmasksAreNumbersOrPrefixes()
     const auto result = netmaskFromText(text);
     QCOMPARE(result.has_value(), isNetmask);
     QCOMPARE(result.value_or(0), netmask);
+}
+
+void AddressTest::addressesMayHaveAPrefix_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("result"); // with the netmask, or "-" where there is none; empty: refused
+    const auto row = [](const char *text, const char *result) { QTest::newRow(text) << text << result; };
+    row("192.168.10.5", "192.168.10.5 -");
+    row("192.168.10.5/24", "192.168.10.5 255.255.255.0");
+    row("192.168.10.5/0", "192.168.10.5 0.0.0.0");
+    row("192.168.10.5/255.0.255.0", "192.168.10.5 255.0.255.0");
+    for (const char *text : {"192.168.10.5/", "192.168.10.5//24", "192.168.10.5/33", "192.168.10/24", "/24",
+                             "192.168.10.5 /24", "192.168.10.5/24/24", ""})
+        row(text, "");
+}
+
+void AddressTest::addressesMayHaveAPrefix()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, result);
+    const auto read = addressWithPrefixFromText(text);
+    const auto netmask = [&read] { return read->netmask ? ipv4Text(*read->netmask) : QStringLiteral("-"); };
+    QCOMPARE(read ? ipv4Text(read->address) + QLatin1Char(' ') + netmask() : QString(), result);
 }
 
 void AddressTest::netmasksWithHolesHaveNoPrefix()

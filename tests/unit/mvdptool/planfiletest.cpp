@@ -1,7 +1,8 @@
 #include "planfile.h"
 
-#include "toolerror.h"
+#include "textfile.h"
 
+#include <QtCore/QJsonArray>
 #include <QtTest/QtTest>
 
 namespace
@@ -14,7 +15,7 @@ QStringList entriesOf(const QByteArray &bytes, PlanFormat format)
         return value ? ipv4Text(*value) : QStringLiteral("-");
     };
     QStringList lines;
-    for (const PlanEntry &entry : parsePlan(bytes, format, QStringLiteral("plan")))
+    for (const PlanEntry &entry : parsePlan(bytes, format, QStringLiteral("plan")).entries)
         lines << QStringList{macText(entry.mac), number(entry.wanted.address), number(entry.wanted.netmask),
                              number(entry.wanted.gateway)}
                      .join(QLatin1Char(' '));
@@ -53,7 +54,10 @@ private slots:
     void brokenPlansAreRefused();
     void everyMistakeIsNamed();
     void manyMistakesAreCutShort();
-    void filesAreBoundedAndNamedByTheirKind();
+    void labelsAndUnknownColumnsAreKept();
+    void unknownMembersKeepTheirKind();
+    void unknownMembersAreBounded();
+    void filesAreBoundedAndToldByTheirNames();
 };
 
 void PlanFileTest::tablesAreRead_data()
@@ -67,6 +71,10 @@ void PlanFileTest::tablesAreRead_data()
     QTest::newRow("semicolons and capitals")
         << QByteArray("MAC;Address\n\"02-00-5E-10-00-01\";10.0.0.1 \n;\n")
         << QStringList{"02:00:5e:10:00:01 10.0.0.1 - -"};
+    QTest::newRow("address with its prefix") << QByteArray("mac,address\n02005e100001,10.0.0.1/255.0.0.0\n")
+                                             << QStringList{"02:00:5e:10:00:01 10.0.0.1 255.0.0.0 -"};
+    QTest::newRow("netmask twice") << QByteArray("mac,address,netmask\n02005e100001,10.0.0.1/8,255.0.0.0\n")
+                                   << QStringList{"02:00:5e:10:00:01 10.0.0.1 255.0.0.0 -"};
     QTest::newRow("only what is given") << QByteArray("gateway,mac,address\n0.0.0.0,02005e100001,\n")
                                         << QStringList{"02:00:5e:10:00:01 - - 0.0.0.0"};
 }
@@ -87,6 +95,8 @@ void PlanFileTest::documentsAreRead_data()
     QTest::newRow("a list") << "[" + entry + "]" << QStringList{Usual};
     QTest::newRow("an object") << "{\"panels\": [" + entry + "], \"ignored\": 3}" << QStringList{Usual};
     QTest::newRow("with a byte order mark") << "\xEF\xBB\xBF[" + entry + "]" << QStringList{Usual};
+    QTest::newRow("capitals and prefix") << QByteArray(R"([{"MAC":"02005e100001","Address":"10.0.0.1/8"}])")
+                                         << QStringList{"02:00:5e:10:00:01 10.0.0.1 255.0.0.0 -"};
     QTest::newRow("prefix length as a number")
         << QByteArray(R"([{"mac":"02005e100001","netmask":16,"address":null}])")
         << QStringList{"02:00:5e:10:00:01 - 255.255.0.0 -"};
@@ -112,7 +122,6 @@ void PlanFileTest::brokenPlansAreRefused_data()
     };
     table("empty", {}, "plan: the plan is empty");
     table("headings only", "mac,address\n", "plan: the plan has no panel");
-    table("unknown column", "mac,adress\n", "plan:1:5: there is no column 'adress'");
     table("no MAC column", "address\n10.0.0.1\n", "plan:1:1: there is no column 'mac'");
     table("no MAC address", "mac,address\n,10.0.0.1\n", "plan:2:1: there is no MAC address");
     table("broken MAC address", "mac,address\n02:00,1.2.3.4\n", "plan:2:1: '02:00' is no MAC address");
@@ -120,6 +129,11 @@ void PlanFileTest::brokenPlansAreRefused_data()
           "plan:2:1: the MAC address of zeros names no panel");
     table("broken address", "mac,address\n02005e100001,1.2.3\n", "plan:2:14: '1.2.3' is no address");
     table("broken netmask", "mac,netmask\n02005e100001,33\n", "plan:2:14: '33' is no netmask");
+    table("two netmasks", "mac,address,netmask\n02005e100001,1.2.3.4/16,24\n",
+          "plan:2:25: '24' is another netmask than that of 1.2.3.4/16");
+    table("broken prefix", "mac,address\n02005e100001,1.2.3.4/33\n", "plan:2:14: '1.2.3.4/33' is no address");
+    table("unfit name", "mac,address,name\n02005e100001,1.2.3.4,\"a\nb\"\n",
+          "plan:2:22: the name 'a b' has control characters");
     table("broken gateway", "mac,gateway\n02005e100001,none\n", "plan:2:14: 'none' is no gateway");
     table("nothing to set", "mac,address\n02005e100001,\n", "plan:2:1: there is nothing to set");
     table("panel twice", "mac,address\n02005e100001,1.2.3.4\n02:00:5E:10:00:01,1.2.3.5\n",
@@ -134,9 +148,15 @@ void PlanFileTest::brokenPlansAreRefused_data()
     document("no list", "{}", "plan: the plan is neither a list nor");
     document("empty list", "[]", "plan: the plan has no panel");
     document("no objects", "[\n 1]", "plan:2:2: this is no object");
-    document("unknown member", R"([{"mac":"02005e100001","ip":"1.2.3.4"}])", "plan:1:29: 'ip' is unknown");
+    document("member twice", R"([{"mac":"02005e100001","MAC":"02005e100002"}])",
+             "plan:1:9: there are two members");
+    document("member without a name", R"([{"mac":"02005e100001","":1}])", "plan:1:27: a member has no name");
+    document("name of the wrong kind", R"([{"mac":"02005e100001","name":7}])",
+             "plan:1:31: 'name' is of the wrong");
+    document("address as a number", R"([{"mac":"02005e100001","address":7}])",
+             "plan:1:34: 'address' is of the wrong");
     document("wrong kind", R"([{"mac":"02005e100001","address":[1]}])",
-             "plan:1:34: 'address' is unknown or of the wrong kind");
+             "plan:1:34: 'address' is of the wrong kind");
     document("number too large", R"([{"mac":"02005e100001","netmask":1e300}])", "plan:1:34: 'netmask' is");
     document("half a number", R"([{"mac":"02005e100001","netmask":8.5}])", "plan:1:34: 'netmask' is");
     document("panel twice in a document",
@@ -175,7 +195,43 @@ void PlanFileTest::manyMistakesAreCutShort()
     QVERIFY2(said.size() < 4000, qPrintable(QString::number(said.size())));
 }
 
-void PlanFileTest::filesAreBoundedAndNamedByTheirKind()
+void PlanFileTest::labelsAndUnknownColumnsAreKept()
+{
+    const QByteArray table = "Cabinet,mac,wantedAddress,NAME,address,remark,\"a\nb\",\n"
+                             "'=7,02005e100001,x,Press,1.2.3.4,\"left\ndoor\",\"1\t2\",\n"
+                             ",02005e100002,,,1.2.3.5,,,\n";
+    const PlanContent read = parsePlan(table, PlanFormat::Csv, QStringLiteral("plan"));
+    QCOMPARE(read.unknownColumns, QStringList({"Cabinet", "a b"}));
+    QCOMPARE(read.entries[0].label.name, QStringLiteral("Press"));
+    QCOMPARE(read.entries[0].label.remark, QStringLiteral("left door"));
+    QCOMPARE(read.entries[0].columns, QJsonObject({{"Cabinet", "=7"}, {"a b", "1 2"}}));
+    QCOMPARE(read.entries[1].label.name, QString());
+    QCOMPARE(read.entries[1].columns, QJsonObject({{"Cabinet", ""}, {"a b", ""}}));
+}
+
+void PlanFileTest::unknownMembersKeepTheirKind()
+{
+    const QByteArray list =
+        R"([{"mac":"02005e100001","address":"1.2.3.4","name":null,"wantedAddress":1,"slot":[7]},
+                               {"mac":"02005e100002","address":"1.2.3.5","a\u001bb":{"\u009b":"x\ny"},"slot":true}])";
+    const PlanContent read = parsePlan(list, PlanFormat::Json, QStringLiteral("plan"));
+    QCOMPARE(read.unknownColumns, QStringList({"slot", "a b"}));
+    QCOMPARE(read.entries[0].columns, QJsonObject({{"slot", QJsonArray{7}}}));
+    QCOMPARE(read.entries[1].columns, QJsonObject({{"slot", true}, {"a b", QJsonObject{{"", "x y"}}}}));
+}
+
+void PlanFileTest::unknownMembersAreBounded()
+{
+    QByteArray members;
+    for (int number = 0; number < 65; ++number)
+        members += ",\"x" + QByteArray::number(number) + "\":1";
+    const QByteArray list = R"([{"mac":"02005e100001","address":"1.2.3.4")" + members + "}]";
+    QVERIFY(complaintAbout(list, PlanFormat::Json)
+                .endsWith(QStringLiteral(": there are more columns than in any "
+                                         "list of panels")));
+}
+
+void PlanFileTest::filesAreBoundedAndToldByTheirNames()
 {
     QTemporaryDir folder;
     const auto complaint = [&folder](const char *name, qint64 size) {
@@ -183,18 +239,20 @@ void PlanFileTest::filesAreBoundedAndNamedByTheirKind()
         if (size >= 0 && !(file.open(QIODevice::WriteOnly) && file.resize(size)))
             return QStringLiteral("the test cannot write");
         try {
-            readPlan(file.fileName());
+            TextFile::bytesOf(file.fileName());
         } catch (const ToolError &error) {
             return error.message;
         }
         return QString();
     };
-    QVERIFY(complaint("plan.txt", 1).contains(QStringLiteral("neither .csv nor .json")));
-    QVERIFY(complaint("missing.csv", -1).contains(QStringLiteral("cannot be read")));
+    QVERIFY(complaint("missing.csv", -1).contains(QStringLiteral("missing.csv' cannot be read")));
     QVERIFY(complaint("large.csv", 100 << 20).contains(QStringLiteral("larger than 4 MiB")));
-    QVERIFY(complaint("empty.JSON", 0).contains(QStringLiteral("empty.JSON:1:1: this is no JSON")));
+    QCOMPARE(complaint("largest.csv", 4 << 20), QString());
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("folder.csv")));
     QVERIFY(complaint("folder.csv", -1).contains(QStringLiteral("cannot be read")));
+    QCOMPARE(planFormatOf(QStringLiteral("a.CSV")), PlanFormat::Csv);
+    QCOMPARE(planFormatOf(QStringLiteral("a.csv.Json")), PlanFormat::Json);
+    QVERIFY(!planFormatOf(QStringLiteral("plan.txt")).has_value());
 }
 
 QTEST_APPLESS_MAIN(PlanFileTest)
