@@ -89,8 +89,8 @@ class Result:
 @pytest.fixture(name="mvdpctl")
 def fixture_mvdpctl(wire):
     """Runs the tool to its end, away from any terminal."""
-    def run(*arguments, locale="C.UTF-8", decode=True):
-        completed = wire[1].run([program(), *arguments], input=b"", capture_output=True, timeout=4 * PATIENCE,
+    def run(*arguments, locale="C.UTF-8", decode=True, stdin=b""):
+        completed = wire[1].run([program(), *arguments], input=stdin, capture_output=True, timeout=4 * PATIENCE,
                                 env={**os.environ, "LC_ALL": locale})
         return Result(completed) if decode else completed
     return run

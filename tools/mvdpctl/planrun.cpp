@@ -5,6 +5,7 @@
 #include "interrupt.h"
 #include "outcomeadvice.h"
 #include "planexecution.h"
+#include "planinput.h"
 #include "plantable.h"
 #include "platform.h"
 #include "target.h"
@@ -13,6 +14,7 @@
 #include "wirecheck.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
 #include <set>
 #include <utility>
@@ -39,13 +41,13 @@ int settingsWidth(const Plan &plan)
     return width;
 }
 
-QStringList resultColumns(const PlanContent &content)
+QStringList planColumns(const PlanContent &content)
 {
     return outcomeColumns() + QStringList{QStringLiteral("name"), QStringLiteral("remark")} +
            content.unknownColumns;
 }
 
-QJsonObject resultJson(Outcome outcome, const PlanStep &step, Session &session)
+QJsonObject planRecord(Outcome outcome, const PlanStep &step, Session &session)
 {
     const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
     QJsonObject record = outcomeJson(outcome, step.entry.mac, wanted, step.now, session.interfaceNames());
@@ -121,13 +123,13 @@ void PlanRun::report(const PlanStep &step, const SetResult &result)
     ++m_counts[outcome];
     if (outcomeCode(outcome) != ExitCode::Done)
         ++m_advice[{outcome, adviceAfter(result)}];
-    m_session.writer->add(resultJson(outcome, step, m_session));
+    m_session.writer->add(planRecord(outcome, step, m_session));
     // Without an answer the panel's data is from before the change, and is not shown as its result.
     const bool isSilent = outcome == Outcome::NoAnswer || outcome == Outcome::Unverified;
     const bool isTold = step.now && (result.isHeard || !isSilent);
-    m_session.writer->print(resultLines(step.entry, QLatin1String(outcomeName(outcome)),
-                                        isTold ? toldText(step) : QString(), m_settingsWidth,
-                                        m_session.terminal.columns()));
+    m_session.writer->print(planResultLines(step.entry, QLatin1String(outcomeName(outcome)),
+                                            isTold ? toldText(step) : QString(), m_settingsWidth,
+                                            m_session.terminal.columns()));
 }
 
 void PlanRun::conclude()
@@ -169,20 +171,69 @@ std::set<MacAddress> macsOf(const std::vector<PlanEntry> &entries)
     return macs;
 }
 
-void confirm(const Plan &plan, Session &session)
+std::ptrdiff_t changesIn(const Plan &plan)
 {
-    const auto changes = std::count_if(plan.steps.begin(), plan.steps.end(),
-                                       [](const PlanStep &step) { return step.isChange(); });
-    session.terminal.noteTable(planLines(plan, errorColumns()), !session.arguments.isSet("yes"));
+    return std::count_if(plan.steps.begin(), plan.steps.end(),
+                         [](const PlanStep &step) { return step.isChange(); });
+}
+
+void weigh(const Plan &plan, Session &session)
+{
     weighObjections(plan.objections, session.arguments.isSet("force"), session.terminal,
                     QStringLiteral("Correct the plan, or send it all the same with --force."));
-    if (changes > 0)
-        askConsent(session.arguments, session.terminal,
-                   changes == 1 ? QStringLiteral("Change 1 panel?")
-                                : QStringLiteral("Change %1 panels?").arg(changes));
+}
+
+void confirm(const Plan &plan, Session &session)
+{
+    const bool isConsentGiven = session.arguments.isSet("yes");
+    session.terminal.noteTable(planLines(plan, errorColumns()), !isConsentGiven);
+    weigh(plan, session);
+    const auto changes = changesIn(plan);
+    if (changes == 0)
+        return;
+    if (isStandardInput(session.arguments.text("from")) && !isConsentGiven)
+        throwUsage(QStringLiteral("the plan came on standard input, so no question can be answered there"),
+                   QStringLiteral("Give --yes to send it all the same."));
+    requireConsent(session.arguments, session.terminal, QStringLiteral("'set' changes panels"));
+    askConsent(session.arguments, session.terminal,
+               changes == 1 ? QStringLiteral("Change 1 panel?")
+                            : QStringLiteral("Change %1 panels?").arg(changes));
+}
+
+ExitCode tellPlan(const Plan &plan, const QStringList &columns, Session &session)
+{
+    const bool isForced = session.arguments.isSet("force");
+    session.writer->beginList(columns, QStringLiteral("results"));
+    for (const PlanStep &step : plan.steps) {
+        QJsonObject record = planRecord(Outcome::NotTried, step, session);
+        record.insert(QStringLiteral("result"), QLatin1String(expectedResult(step, isForced)));
+        session.writer->add(record);
+    }
+    session.writer->endList(session.exchange.ignored());
+    session.writer->print(planLines(plan, session.terminal.columns()));
+    session.terminal.note(QStringLiteral("%1 of %2 panels would be changed; no settings were sent.")
+                              .arg(changesIn(plan))
+                              .arg(plan.steps.size()));
+    session.noteIgnored();
+    const auto missing = std::count_if(plan.steps.begin(), plan.steps.end(),
+                                       [](const PlanStep &step) { return !step.isFound(); });
+    if (missing > 0)
+        session.terminal.error(
+            QStringLiteral("%1 not found: %2").arg(missing).arg(adviceAfter(unsent(Outcome::NotFound))));
+    weigh(plan, session);
+    return missing > 0 ? ExitCode::NoAnswer : ExitCode::Done;
 }
 
 } // namespace
+
+const char *expectedResult(const PlanStep &step, bool isForced)
+{
+    if (!step.isFound())
+        return outcomeName(Outcome::NotFound);
+    if (step.isAlreadySo())
+        return outcomeName(Outcome::AlreadySo);
+    return step.isObjectedTo && !isForced ? "objected to" : "would apply";
+}
 
 ExitCode runPlan(const PlanContent &content, Session &session)
 {
@@ -199,7 +250,9 @@ ExitCode runPlan(const PlanContent &content, Session &session)
     };
     Plan plan = makePlan(entries, panels, session.transport.localInterfaces(), isThere);
     session.terminal.setProgressPrefix(QString());
-    plan.objections += strangersInPlan(plan, panels, session);
+    objectToStrangers(plan, panels, session);
+    if (session.arguments.isSet("dry-run"))
+        return tellPlan(plan, planColumns(content), session);
     confirm(plan, session);
-    return PlanRun(plan, panels, resultColumns(content), session).run();
+    return PlanRun(plan, panels, planColumns(content), session).run();
 }

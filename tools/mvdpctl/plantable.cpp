@@ -22,7 +22,7 @@ struct Section {
     QString mac;
     std::vector<Row> rows; // never empty
     QStringList notes;
-    QString label;
+    PanelLabel label;
 };
 
 // Behind a blank at least, at this column or further on.
@@ -46,7 +46,7 @@ QStringList indented(const QString &text, int columns)
 
 Section sectionOf(const PlanStep &step)
 {
-    Section section = {macText(step.entry.mac), {}, {}, labelText(step.entry.label)};
+    Section section = {macText(step.entry.mac), {}, {}, step.entry.label};
     if (!step.isFound()) {
         section.rows = {{QStringLiteral("not found"), QString()}};
         return section;
@@ -91,11 +91,11 @@ QStringList wideLines(const Section &section)
 QStringList narrowLines(const Section &section, int columns)
 {
     QStringList lines = {section.mac};
-    const QString labelled = section.mac + Gap + section.label;
-    if (!section.label.isEmpty() && fits(labelled, columns))
-        lines = QStringList{labelled};
-    else if (!section.label.isEmpty())
-        lines << indented(section.label, columns);
+    const QString label = labelText(section.label);
+    if (!label.isEmpty() && fits(section.mac + Gap + label, columns))
+        lines.first() += Gap + label;
+    else if (!label.isEmpty())
+        lines << indented(label, columns);
     for (const Row &row : section.rows) {
         const QString line = Gap + joined(row, 0);
         if (fits(line, columns))
@@ -105,6 +105,22 @@ QStringList narrowLines(const Section &section, int columns)
     }
     for (const QString &note : section.notes)
         lines << indented(note, columns);
+    return lines;
+}
+
+QStringList wideTable(const std::vector<Section> &sections, bool hasRemarks)
+{
+    int width = 0; // of the first lines
+    for (const Section &section : sections)
+        width = std::max(width, static_cast<int>(wideLines(section).first().size() + Gap.size()));
+    QStringList lines;
+    for (const Section &section : sections) {
+        const QString label = hasRemarks ? labelText(section.label) : section.label.name;
+        QStringList its = wideLines(section);
+        if (!label.isEmpty())
+            its.first() = atColumn(its.first(), width, label);
+        lines << its;
+    }
     return lines;
 }
 
@@ -129,31 +145,27 @@ QStringList planLines(const Plan &plan, int columns)
     std::vector<Section> sections;
     for (const PlanStep &step : plan.steps)
         sections.push_back(sectionOf(step));
-    int width = 0; // of the first lines
-    for (const Section &section : sections)
-        width = std::max(width, static_cast<int>(wideLines(section).first().size()) + 2);
-    QStringList lines;
-    for (const Section &section : sections) {
-        QStringList its = wideLines(section);
-        if (!section.label.isEmpty())
-            its.first() = atColumn(its.first(), width, section.label);
-        lines << its;
+    for (const bool hasRemarks : {true, false}) {
+        const QStringList lines = wideTable(sections, hasRemarks);
+        if (std::all_of(lines.begin(), lines.end(),
+                        [columns](const QString &line) { return fits(line, columns); }))
+            return lines;
     }
-    const bool isFitting = std::all_of(lines.begin(), lines.end(),
-                                       [columns](const QString &line) { return fits(line, columns); });
-    return isFitting ? lines : narrowTable(sections, columns);
+    return narrowTable(sections, columns);
 }
 
-QStringList resultLines(const PlanEntry &entry, const QString &result, const QString &settings, int width,
-                        int columns)
+QStringList planResultLines(const PlanEntry &entry, const QString &result, const QString &settings, int width,
+                            int columns)
 {
-    const QString label = labelText(entry.label);
     const QString start = macText(entry.mac).leftJustified(MacColumns) + result;
     const QString told = settings.isEmpty() ? start : atColumn(start, MacColumns + ResultColumns, settings);
-    const QString whole =
-        label.isEmpty() ? told : atColumn(told, MacColumns + ResultColumns + width + 2, label);
-    if (fits(whole, columns))
-        return {whole};
+    const QString label = labelText(entry.label);
+    for (const QString &each : {label, entry.label.name}) {
+        const int column = MacColumns + ResultColumns + width + static_cast<int>(Gap.size());
+        const QString whole = each.isEmpty() ? told : atColumn(told, column, each);
+        if (fits(whole, columns) && each.isEmpty() == label.isEmpty())
+            return {whole};
+    }
     QStringList lines = {start};
     if (fits(told, columns))
         lines = QStringList{told};

@@ -1,11 +1,12 @@
 #include "command.h"
 #include "confirm.h"
 #include "outcomeadvice.h"
+#include "planinput.h"
 #include "planrun.h"
+#include "plantable.h"
 #include "session.h"
 #include "settingschange.h"
 #include "target.h"
-#include "textfile.h"
 #include "whereabouts.h"
 #include "wirecheck.h"
 
@@ -25,8 +26,13 @@ const char OtherNetmaskAdvice[] =
     "The netmask is the one that the panel tells: give another with --netmask. ";
 const char GatewayAdvice[] = "Give it a gateway with --gateway. ";
 
-void checkSettings(const Panel &panel, const WantedSettings &wanted, const PanelList &panels,
-                   Session &session)
+struct Objections {
+    QStringList sentences;
+    QString advice;
+};
+
+Objections objectionsTo(const Panel &panel, const WantedSettings &wanted, const PanelList &panels,
+                        Session &session)
 {
     const NetworkSettings settings = wanted.over(panel);
     const auto &interfaces = session.transport.localInterfaces();
@@ -47,8 +53,7 @@ void checkSettings(const Panel &panel, const WantedSettings &wanted, const Panel
         advice.prepend(QLatin1String(OtherGatewayAdvice));
     else if (!ofDeafness.isEmpty())
         advice.prepend(QLatin1String(GatewayAdvice));
-    weighObjections(ofOthers + ofSettings + ofDeafness, session.arguments.isSet("force"), session.terminal,
-                    advice);
+    return {ofOthers + ofSettings + ofDeafness, advice};
 }
 
 void report(const SetResult &set, const NetworkSettings &wanted, const Panel &panel, Session &session)
@@ -67,6 +72,26 @@ void report(const SetResult &set, const NetworkSettings &wanted, const Panel &pa
         throw Failure{code, sentence, adviceAfter(set)};
 }
 
+// --dry-run: the change as a plan of one step.
+void tell(const Panel &panel, const NetworkSettings &settings, bool isThere, bool isObjectedTo,
+          Session &session)
+{
+    PlanStep step;
+    step.entry.mac = panel.mac;
+    step.now = panel;
+    step.wanted = settings;
+    step.isWhereItTells = isThere;
+    step.isObjectedTo = isObjectedTo;
+    QJsonObject record =
+        outcomeJson(Outcome::NotTried, panel.mac, allOf(settings), panel, session.interfaceNames());
+    record.insert(QStringLiteral("result"),
+                  QLatin1String(expectedResult(step, session.arguments.isSet("force"))));
+    session.writer->record(outcomeColumns(), record);
+    session.writer->print(planLines({{step}, {}}, session.terminal.columns()));
+    session.terminal.note(QStringLiteral("No settings were sent."));
+    session.noteIgnored();
+}
+
 ExitCode runOne(const Arguments &arguments, Session &session)
 {
     const PanelName name = panelNameFromText(arguments.words().first(), session.names);
@@ -81,7 +106,13 @@ ExitCode runOne(const Arguments &arguments, Session &session)
     }
     if (!isThere && panel.address != 0)
         session.terminal.warn(elsewhereText(panel) + QStringLiteral(": what it tells may not be in force"));
-    checkSettings(panel, wanted, panels, session);
+    const Objections objections = objectionsTo(panel, wanted, panels, session);
+    const bool isDryRun = arguments.isSet("dry-run");
+    if (isDryRun)
+        tell(panel, settings, isThere, !objections.sentences.isEmpty(), session);
+    weighObjections(objections.sentences, arguments.isSet("force"), session.terminal, objections.advice);
+    if (isDryRun)
+        return ExitCode::Done;
     const QString question =
         hasSettings(panel, settings)
             ? QStringLiteral("Send %1 the settings that it tells, %2, once more?")
@@ -96,23 +127,6 @@ ExitCode runOne(const Arguments &arguments, Session &session)
     return ExitCode::Done;
 }
 
-PlanContent readPlan(const Arguments &arguments, Terminal &terminal)
-{
-    const QString path = arguments.text("from");
-    const auto format = planFormatOf(path);
-    if (!format)
-        throwUsage(QStringLiteral("'%1' ends in neither .csv nor .json").arg(path),
-                   QStringLiteral("The end of its name says how a plan is written."));
-    const PlanContent content = parsePlan(TextFile::bytesOf(path), *format, path);
-    QStringList unknown;
-    for (const QString &column : content.unknownColumns)
-        unknown << quoted(column);
-    if (!unknown.isEmpty())
-        terminal.warn(QStringLiteral("%1: these columns are passed on and not used: %2")
-                          .arg(path, unknown.join(QStringLiteral(", "))));
-    return content;
-}
-
 ExitCode run(const Arguments &arguments, Terminal &terminal)
 {
     const bool anySetting =
@@ -124,14 +138,18 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
         throwUsage(QStringLiteral("an argument is missing: name a panel, or give --from"));
     if (!fromFile && !anySetting)
         throwUsage(QStringLiteral("give at least one of --address, --netmask and --gateway"));
+    if (!fromFile && arguments.isSet("format"))
+        throwUsage(QStringLiteral("--format goes with --from"));
     PlanContent plan;
     if (fromFile) {
         plan = readPlan(arguments, terminal);
     } else {
         panelNameFromText(arguments.words().first(), PanelNames());
         wantedSettings(arguments); // refuses malformed values before anything is sent
+        // A plan is shown before its consent is required.
+        if (!arguments.isSet("dry-run"))
+            requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));
     }
-    requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));
     Session session(arguments, terminal);
     return fromFile ? runPlan(plan, session) : runOne(arguments, session);
 }
@@ -149,8 +167,9 @@ const Command SetCommand = {
     "answer to the settings, and as long again for the panel to show them.\n"
     "\n"
     "FILE.csv or FILE.json is a plan for many panels, with the columns or members\n"
-    "mac, address, netmask and gateway; what 'discover --csv' or '--json' prints is\n"
-    "one to begin with. The plan is shown and asked about once. Panels that are as\n"
+    "mac, address, netmask and gateway; name, remark and any others come back in the\n"
+    "result. 'mvdpctl plan' makes one, and what 'discover --csv' or '--json' prints\n"
+    "is another. - is standard input. The plan is shown and asked about once. Panels that are as\n"
     "planned already are skipped, so it can be run again. Exit status: 3 when any\n"
     "panel refused or did not take the settings, else 4 when this computer could not\n"
     "send, else 1 when any panel is not as planned.",
@@ -158,6 +177,8 @@ const Command SetCommand = {
       {"netmask", "NETMASK", "The new netmask, as 255.255.255.0 or as 24."},
       {"gateway", "ADDRESS", "The new gateway."},
       {"from", "FILE", "Take panels and settings from FILE.csv or FILE.json."},
+      {"format", "FORMAT", "How FILE is written: csv or json."},
+      {"dry-run", nullptr, "Tell what would be done, and send no settings."},
       ToOption,
       {"force", nullptr, "Send also settings that look wrong, with a warning."}},
      0,

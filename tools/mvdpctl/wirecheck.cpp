@@ -43,12 +43,12 @@ QStringList strangersAt(std::uint32_t address, const Panel &panel, const PanelLi
     return strangerObjections(address, {panel.mac}, panels, probe({address}, session));
 }
 
-QStringList strangersInPlan(const Plan &plan, const PanelList &panels, Session &session)
+void objectToStrangers(Plan &plan, const PanelList &panels, Session &session)
 {
     std::vector<std::uint32_t> addresses;
     for (const PlanStep &step : plan.steps) {
         if (step.isChange() && isToBeAskedFor(step.wanted.address, panels, session))
             addresses.push_back(step.wanted.address);
     }
-    return strangerObjections(plan, panels, probe(addresses, session));
+    objectToStrangers(plan, panels, probe(addresses, session));
 }

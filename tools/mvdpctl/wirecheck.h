@@ -13,7 +13,7 @@
 // To the new address of one panel.
 QStringList strangersAt(std::uint32_t address, const Panel &panel, const PanelList &panels, Session &session);
 
-// To the changes of a plan.
-QStringList strangersInPlan(const Plan &plan, const PanelList &panels, Session &session);
+// To the changes of a plan, which gets them.
+void objectToStrangers(Plan &plan, const PanelList &panels, Session &session);
 
 #endif // WIRECHECK_H

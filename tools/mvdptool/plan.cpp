@@ -126,19 +126,17 @@ Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
     return plan;
 }
 
-QStringList strangerObjections(const Plan &plan, const PanelList &panels, const ProbeResult &result)
+void objectToStrangers(Plan &plan, const PanelList &panels, const ProbeResult &result)
 {
     std::set<MacAddress> changed;
     for (const PlanStep &step : plan.steps) {
         if (step.isChange())
             changed.insert(step.entry.mac);
     }
-    QStringList objections;
-    for (const PlanStep &step : plan.steps) {
+    for (PlanStep &step : plan.steps) {
         if (!step.isChange())
             continue;
         for (const QString &objection : strangerObjections(step.wanted.address, changed, panels, result))
-            objections << titleOf(step) + objection;
+            plan.object(step, objection);
     }
-    return objections;
 }

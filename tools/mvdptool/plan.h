@@ -44,8 +44,8 @@ Plan makePlan(const std::vector<PlanEntry> &entries, const PanelList &panels,
               const std::vector<NetworkInterface> &interfaces,
               const std::function<bool(const Panel &)> &isWhereItTells);
 
-// Objections to changes whose addresses something holds that is no panel. The panels that the plan changes
-// may hold any of them.
-QStringList strangerObjections(const Plan &plan, const PanelList &panels, const ProbeResult &result);
+// Objects to changes whose addresses something holds that is no panel. The panels that the plan changes may
+// hold any of them.
+void objectToStrangers(Plan &plan, const PanelList &panels, const ProbeResult &result);
 
 #endif // PLAN_H

@@ -17,8 +17,9 @@ struct PlanEntry {
     QString place; // "plan.csv:3", for messages
     MacAddress mac = {};
     WantedSettings wanted;
-    PanelLabel label;    // of the columns "name" and "remark"
-    QJsonObject columns; // of its unknown columns: texts, and in JSON any values. Without control characters.
+    PanelLabel label = {}; // of the columns "name" and "remark"
+    QJsonObject columns =
+        {}; // of its unknown columns: texts, and in JSON any values. Without control characters.
 };
 
 struct PlanContent {

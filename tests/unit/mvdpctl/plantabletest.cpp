@@ -98,6 +98,12 @@ void PlanTableTest::labelsStandBehind()
     PlanStep both = step(1, 11, 7);
     both.wanted.gateway = 0;
     both.entry.label = {QStringLiteral("Cabinet 7"), QStringLiteral("left door")};
+    QCOMPARE(linesOf({missing, both}, 80),
+             QStringList({
+                 "02:00:5e:10:00:09  not found                                   Gate",
+                 "02:00:5e:10:00:01  192.168.10.11/24        -> 192.168.10.7/24  Cabinet 7",
+                 "                   gateway 192.168.10.1    -> 0.0.0.0",
+             }));
     QCOMPARE(linesOf({missing, step(2, 12, 12), both}),
              QStringList({
                  "02:00:5e:10:00:09  not found                                   Gate",
@@ -148,7 +154,7 @@ void PlanTableTest::resultsAreNarrowWhereTheyMustBe()
     PlanEntry entry = step(1, 1, 1).entry;
     const QString told = QStringLiteral("192.168.10.7/24, gateway 192.168.10.1");
     const auto lines = [&entry](const QString &settings, int columns) {
-        return resultLines(entry, QStringLiteral("applied"), settings, 40, columns);
+        return planResultLines(entry, QStringLiteral("applied"), settings, 40, columns);
     };
     QCOMPARE(lines(told, 80),
              QStringList("02:00:5e:10:00:01  applied     192.168.10.7/24, gateway 192.168.10.1"));
@@ -160,8 +166,13 @@ void PlanTableTest::resultsAreNarrowWhereTheyMustBe()
     QCOMPARE(
         lines(told, 80),
         QStringList({"02:00:5e:10:00:01  applied     192.168.10.7/24, gateway 192.168.10.1", "  Cabinet 7"}));
-    QCOMPARE(lines(told, 50), QStringList({"02:00:5e:10:00:01  applied",
-                                           "  192.168.10.7/24, gateway 192.168.10.1", "  Cabinet 7"}));
+    entry.label.remark = QStringLiteral("left door");
+    QCOMPARE(lines(told, 82),
+             QStringList("02:00:5e:10:00:01  applied     192.168.10.7/24, gateway 192.168.10.1"
+                         "     Cabinet 7"));
+    QCOMPARE(lines(told, 50),
+             QStringList({"02:00:5e:10:00:01  applied", "  192.168.10.7/24, gateway 192.168.10.1",
+                          "  Cabinet 7, left door"}));
 }
 
 QTEST_APPLESS_MAIN(PlanTableTest)
