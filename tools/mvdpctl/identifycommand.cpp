@@ -53,7 +53,7 @@ Panel find(const PanelName &name, Session &session)
 ExitCode identifyOne(const PanelName &name, Session &session)
 {
     const Panel panel = find(name, session);
-    session.writer->record(panelColumns() + Session::labelColumns(), session.json(panel));
+    session.writer->record(panelColumns() + labelColumns(), session.json(panel));
     session.writer->print(session.details(panel));
     session.noteIgnored();
     return ExitCode::Done;

@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include "settingschange.h"
+#include "waiting.h"
 
 #include <QtCore/QJsonValue>
 
@@ -221,24 +222,42 @@ QStringList panelColumns()
 }
 
 QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const WantedSettings &wanted,
-                        const std::optional<Panel> &panel, const InterfaceNames &interfaceName)
+                        const std::optional<Panel> &panel, const PanelLabel &label, OutcomeTime waited,
+                        const InterfaceNames &interfaceName)
 {
     const auto textOrNull = [](std::optional<std::uint32_t> address) {
         return address ? QJsonValue(ipv4Text(*address)) : QJsonValue();
     };
-    return {
+    QJsonObject record = {
         {QStringLiteral("mac"), macText(mac)},
         {QStringLiteral("result"), QLatin1String(outcomeName(outcome))},
         {QStringLiteral("wantedAddress"), textOrNull(wanted.address)},
         {QStringLiteral("wantedNetmask"), textOrNull(wanted.netmask)},
         {QStringLiteral("wantedGateway"), textOrNull(wanted.gateway)},
         {QStringLiteral("panel"), panel ? QJsonValue(panelJson(*panel, interfaceName)) : QJsonValue()},
+        {secondsColumn(), secondsJson(waited)},
     };
+    insertLabel(record, label);
+    return record;
 }
 
 QStringList outcomeColumns()
 {
     return QStringList{QStringLiteral("mac"), QStringLiteral("result"), QStringLiteral("wantedAddress"),
                        QStringLiteral("wantedNetmask"), QStringLiteral("wantedGateway")} +
-           panelColumns().mid(1);
+           panelColumns().mid(1) + labelColumns() + QStringList{secondsColumn()};
+}
+
+void insertLabel(QJsonObject &record, const PanelLabel &label)
+{
+    const auto textOrNull = [](const QString &text) {
+        return text.isEmpty() ? QJsonValue() : QJsonValue(text);
+    };
+    record.insert(QStringLiteral("name"), textOrNull(label.name));
+    record.insert(QStringLiteral("remark"), textOrNull(label.remark));
+}
+
+QStringList labelColumns()
+{
+    return {QStringLiteral("name"), QStringLiteral("remark")};
 }

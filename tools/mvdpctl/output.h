@@ -9,12 +9,16 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <vector>
 
 enum class Outcome;
 struct WantedSettings;
+
+// How long a change was waited for; nothing when it was not, or in vain.
+using OutcomeTime = std::optional<std::chrono::milliseconds>;
 
 // Turns the number of an interface into its name.
 using InterfaceNames = std::function<QString(unsigned)>;
@@ -54,7 +58,11 @@ QStringList panelColumns();
 // The outcome of a change of one panel's settings. For a panel that was not found it holds only the MAC
 // address and the settings that were to change.
 QJsonObject outcomeJson(Outcome outcome, const MacAddress &mac, const WantedSettings &wanted,
-                        const std::optional<Panel> &panel, const InterfaceNames &interfaceName);
+                        const std::optional<Panel> &panel, const PanelLabel &label, OutcomeTime waited,
+                        const InterfaceNames &interfaceName);
 QStringList outcomeColumns();
+// The members "name" and "remark"; null when empty.
+void insertLabel(QJsonObject &record, const PanelLabel &label);
+QStringList labelColumns();
 
 #endif // OUTPUT_H

@@ -33,8 +33,7 @@ void reportPanels(const PanelList &panels, const std::function<bool(const Panel 
     const std::vector<Marks> marks = marksOf(panels, interfaces);
     const QString marksMember = QStringLiteral("marks");
     Writer &writer = *session.writer;
-    writer.beginList(panelColumns() + QStringList{marksMember} + Session::labelColumns(),
-                     QStringLiteral("panels"));
+    writer.beginList(panelColumns() + QStringList{marksMember} + labelColumns(), QStringLiteral("panels"));
     std::vector<PanelRow> rows;
     for (std::size_t index = 0; index < sorted.size(); ++index) {
         if (!isShown(sorted[index]))

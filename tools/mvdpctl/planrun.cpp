@@ -4,11 +4,13 @@
 #include "discovery.h"
 #include "interrupt.h"
 #include "outcomeadvice.h"
+#include "panelreturn.h"
 #include "planexecution.h"
 #include "planinput.h"
 #include "plantable.h"
 #include "platform.h"
 #include "target.h"
+#include "waiting.h"
 #include "ways.h"
 #include "whereabouts.h"
 #include "wirecheck.h"
@@ -43,16 +45,14 @@ int settingsWidth(const Plan &plan)
 
 QStringList planColumns(const PlanContent &content)
 {
-    return outcomeColumns() + QStringList{QStringLiteral("name"), QStringLiteral("remark")} +
-           content.unknownColumns;
+    return outcomeColumns() + content.unknownColumns;
 }
 
-QJsonObject planRecord(Outcome outcome, const PlanStep &step, Session &session)
+QJsonObject planRecord(Outcome outcome, const PlanStep &step, OutcomeTime waited, Session &session)
 {
     const WantedSettings wanted = step.isFound() ? allOf(step.wanted) : step.entry.wanted;
-    QJsonObject record = outcomeJson(outcome, step.entry.mac, wanted, step.now, session.interfaceNames());
-    record.insert(QStringLiteral("name"), step.entry.label.name);
-    record.insert(QStringLiteral("remark"), step.entry.label.remark);
+    QJsonObject record = outcomeJson(outcome, step.entry.mac, wanted, step.now, step.entry.label, waited,
+                                     session.interfaceNames());
     record.insert(QStringLiteral("columns"), step.entry.columns);
     return record;
 }
@@ -61,10 +61,13 @@ class PlanRun
 {
 public:
     PlanRun(Plan plan, const PanelList &panels, const QStringList &columns, Session &session);
+    PlanRun(const PlanRun &) = delete;
+    PlanRun &operator=(const PlanRun &) = delete;
 
     ExitCode run();
 
 private:
+    std::optional<SettingsWait> settingsWait() const;
     SetResult carryOut(PlanStep &step);
     void report(const PlanStep &step, const SetResult &result);
     void conclude();
@@ -74,6 +77,7 @@ private:
     int m_settingsWidth;
     QStringList m_columns;
     Session &m_session;
+    const InterruptGuard m_guard;
     PlanExecution m_execution;
     std::map<Outcome, int> m_counts;
     std::map<std::pair<Outcome, QString>, int> m_advice; // number of panels for each advice
@@ -85,20 +89,27 @@ PlanRun::PlanRun(Plan plan, const PanelList &panels, const QStringList &columns,
     , m_columns(columns)
     , m_session(session)
     , m_execution(session.exchange, panels, session.arguments.patience(SetRounds, SetTimeout),
-                  session.reachedAt())
+                  session.reachedAt(), settingsWait())
 {
+}
+
+// With --wait, Ctrl-C ends the wait for the panel in hand.
+std::optional<SettingsWait> PlanRun::settingsWait() const
+{
+    if (!m_session.arguments.isSet("wait"))
+        return std::nullopt;
+    return SettingsWait{ReturnLimit, [this] { return m_guard.isInterrupted(); }};
 }
 
 ExitCode PlanRun::run()
 {
     m_session.writer->beginList(m_columns, QStringLiteral("results"));
-    const InterruptGuard guard;
     m_session.terminal.hint(QStringLiteral("Ctrl-C ends after the panel in hand, a second one at once."));
     int number = 0;
     for (PlanStep &step : m_plan.steps) {
         m_session.terminal.setProgressPrefix(
             QStringLiteral("panel %1 of %2: ").arg(++number).arg(m_plan.steps.size()));
-        const bool skipped = step.isChange() && guard.isInterrupted();
+        const bool skipped = step.isChange() && m_guard.isInterrupted();
         report(step, skipped ? unsent(Outcome::NotTried) : carryOut(step));
     }
     conclude();
@@ -123,13 +134,15 @@ void PlanRun::report(const PlanStep &step, const SetResult &result)
     ++m_counts[outcome];
     if (outcomeCode(outcome) != ExitCode::Done)
         ++m_advice[{outcome, adviceAfter(result)}];
-    m_session.writer->add(planRecord(outcome, step, m_session));
+    const auto waited = m_session.arguments.isSet("wait") ? result.shownAfter : std::nullopt;
+    m_session.writer->add(planRecord(outcome, step, waited, m_session));
     // Without an answer the panel's data is from before the change, and is not shown as its result.
     const bool isSilent = outcome == Outcome::NoAnswer || outcome == Outcome::Unverified;
-    const bool isTold = step.now && (result.isHeard || !isSilent);
-    m_session.writer->print(planResultLines(step.entry, QLatin1String(outcomeName(outcome)),
-                                            isTold ? toldText(step) : QString(), m_settingsWidth,
-                                            m_session.terminal.columns()));
+    QString told = step.now && (result.isHeard || !isSilent) ? toldText(step) : QString();
+    if (waited)
+        told += QStringLiteral(", took ") + secondsText(*waited);
+    m_session.writer->print(planResultLines(step.entry, QLatin1String(outcomeName(outcome)), told,
+                                            m_settingsWidth, m_session.terminal.columns()));
 }
 
 void PlanRun::conclude()
@@ -205,7 +218,7 @@ ExitCode tellPlan(const Plan &plan, const QStringList &columns, Session &session
     const bool isForced = session.arguments.isSet("force");
     session.writer->beginList(columns, QStringLiteral("results"));
     for (const PlanStep &step : plan.steps) {
-        QJsonObject record = planRecord(Outcome::NotTried, step, session);
+        QJsonObject record = planRecord(Outcome::NotTried, step, std::nullopt, session);
         record.insert(QStringLiteral("result"), QLatin1String(expectedResult(step, isForced)));
         session.writer->add(record);
     }
@@ -237,7 +250,12 @@ const char *expectedResult(const PlanStep &step, bool isForced)
 
 ExitCode runPlan(const PlanContent &content, Session &session)
 {
-    const std::vector<PlanEntry> &entries = content.entries;
+    std::vector<PlanEntry> entries = content.entries;
+    for (PlanEntry &entry : entries) {
+        const PanelLabel known = session.names.labelOf(entry.mac);
+        entry.label.name = entry.label.name.isEmpty() ? known.name : entry.label.name;
+        entry.label.remark = entry.label.remark.isEmpty() ? known.remark : entry.label.remark;
+    }
     const Search search = {everyWay(session.transport, session.reachedAt()), session.searchPatience(), {}};
     session.observer.showOnly([planned = macsOf(entries)](const Received &received) {
         return planned.count(Panel::fromReply(received).mac) > 0;

@@ -119,7 +119,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     confirm(request, arguments, terminal);
     Session session(arguments, terminal);
     const QStringList columns = {QStringLiteral("command"), QStringLiteral("type"), QStringLiteral("bytes")};
-    session.writer->beginList(columns + panelColumns() + Session::labelColumns(), QStringLiteral("replies"));
+    session.writer->beginList(columns + panelColumns() + labelColumns(), QStringLiteral("replies"));
     const ExitCode code = exchangeDatagrams(request, session);
     session.writer->endList(session.exchange.ignored());
     session.noteIgnored();

@@ -36,7 +36,7 @@ QString factsText(const Panel &panel, const Session &session)
 QStringList resultColumns()
 {
     return QStringList{QStringLiteral("command"), QStringLiteral("result")} + panelColumns() +
-           Session::labelColumns() + QStringList{QStringLiteral("word")};
+           labelColumns() + QStringList{QStringLiteral("word")};
 }
 
 QJsonObject resultJson(const char *command, const char *result, const Selected &selected,

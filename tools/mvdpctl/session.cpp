@@ -21,11 +21,6 @@ PanelNames namesFrom(const Arguments &arguments, NamesFile namesFile)
     return isRequired || QFileInfo::exists(path) ? PanelNames::read(path) : PanelNames();
 }
 
-QJsonValue textOrNull(const QString &text)
-{
-    return text.isEmpty() ? QJsonValue() : QJsonValue(text);
-}
-
 } // namespace
 
 QString namesPath(const Arguments &arguments)
@@ -54,16 +49,9 @@ InterfaceNames Session::interfaceNames() const
 
 QJsonObject Session::json(const Panel &panel) const
 {
-    const PanelLabel label = names.labelOf(panel.mac);
     QJsonObject object = panelJson(panel, interfaceNames());
-    object.insert(QStringLiteral("name"), textOrNull(label.name));
-    object.insert(QStringLiteral("remark"), textOrNull(label.remark));
+    insertLabel(object, names.labelOf(panel.mac));
     return object;
-}
-
-QStringList Session::labelColumns()
-{
-    return {QStringLiteral("name"), QStringLiteral("remark")};
 }
 
 Patience Session::searchPatience() const

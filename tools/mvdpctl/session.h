@@ -49,8 +49,6 @@ public:
     InterfaceNames interfaceNames() const;
     // The panel with its name and remark, for scripts.
     QJsonObject json(const Panel &panel) const;
-    // The columns of name and remark in CSV; they stand behind all others.
-    static QStringList labelColumns();
     QString nameOf(const Panel &panel) const { return names.labelOf(panel.mac).name; }
     QStringList details(const Panel &panel) const
     {

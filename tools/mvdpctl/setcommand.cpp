@@ -1,12 +1,15 @@
 #include "command.h"
 #include "confirm.h"
+#include "interrupt.h"
 #include "outcomeadvice.h"
+#include "panelreturn.h"
 #include "planinput.h"
 #include "planrun.h"
 #include "plantable.h"
 #include "session.h"
 #include "settingschange.h"
 #include "target.h"
+#include "waiting.h"
 #include "whereabouts.h"
 #include "wirecheck.h"
 
@@ -61,10 +64,13 @@ void report(const SetResult &set, const NetworkSettings &wanted, const Panel &pa
     const Outcome outcome = set.outcome;
     const QString sentence = outcomeSentence(outcome, panel.mac, wanted);
     const ExitCode code = outcomeCode(outcome);
+    const auto waited = session.arguments.isSet("wait") ? set.shownAfter : std::nullopt;
     session.writer->record(outcomeColumns(),
-                           outcomeJson(outcome, panel.mac, allOf(wanted), panel, session.interfaceNames()));
+                           outcomeJson(outcome, panel.mac, allOf(wanted), panel,
+                                       session.names.labelOf(panel.mac), waited, session.interfaceNames()));
     if (code == ExitCode::Done)
-        session.writer->say(sentence);
+        session.writer->say(waited ? sentence + QStringLiteral(" It took %1.").arg(secondsText(*waited))
+                                   : sentence);
     else if (set.isHeard) // its earlier state is not shown
         session.writer->print(session.details(panel));
     session.noteIgnored();
@@ -83,7 +89,8 @@ void tell(const Panel &panel, const NetworkSettings &settings, bool isThere, boo
     step.isWhereItTells = isThere;
     step.isObjectedTo = isObjectedTo;
     QJsonObject record =
-        outcomeJson(Outcome::NotTried, panel.mac, allOf(settings), panel, session.interfaceNames());
+        outcomeJson(Outcome::NotTried, panel.mac, allOf(settings), panel, session.names.labelOf(panel.mac),
+                    std::nullopt, session.interfaceNames());
     record.insert(QStringLiteral("result"),
                   QLatin1String(expectedResult(step, session.arguments.isSet("force"))));
     session.writer->record(outcomeColumns(), record);
@@ -120,9 +127,16 @@ ExitCode runOne(const Arguments &arguments, Session &session)
             : QStringLiteral("Change %1 from %2 to %3?")
                   .arg(session.label(panel), settingsText(settingsOf(panel)), settingsText(settings));
     askConsent(arguments, session.terminal, question);
+    // With --wait, Ctrl-C ends the wait with what is known.
+    std::optional<InterruptGuard> guard;
+    std::optional<SettingsWait> wait;
+    if (arguments.isSet("wait")) {
+        guard.emplace();
+        wait = SettingsWait{ReturnLimit, [&guard] { return guard->isInterrupted(); }};
+    }
     const SetResult result =
         applySettings(session.exchange, panel, settings, session.arguments.patience(SetRounds, SetTimeout),
-                      session.reachedAt());
+                      session.reachedAt(), wait);
     report(result, settings, panel, session);
     return ExitCode::Done;
 }
@@ -164,7 +178,8 @@ const Command SetCommand = {
     "again to see whether the panel shows them. What is not given stays as the panel\n"
     "has it. --gateway 0.0.0.0 means none: then only computers with an address in the\n"
     "panel's subnet hear it. --timeout (5 seconds) and --rounds (3) are for the\n"
-    "answer to the settings, and as long again for the panel to show them.\n"
+    "answer to the settings, and as long again for the panel to show them; --wait is\n"
+    "for panels that restart first.\n"
     "\n"
     "FILE.csv or FILE.json is a plan for many panels, with the columns or members\n"
     "mac, address, netmask and gateway; name, remark and any others come back in the\n"
@@ -180,6 +195,7 @@ const Command SetCommand = {
       {"format", "FORMAT", "How FILE is written: csv or json."},
       {"dry-run", nullptr, "Tell what would be done, and send no settings."},
       ToOption,
+      WaitOption,
       {"force", nullptr, "Send also settings that look wrong, with a warning."}},
      0,
      1},

@@ -46,7 +46,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     PanelWatcher watcher(session.exchange, arguments.patience(DefaultMissedRounds, DefaultRound));
     watcher.start();
     const QStringList columns = {QStringLiteral("time"), QStringLiteral("event")};
-    session.writer->begin(columns + panelColumns() + Session::labelColumns());
+    session.writer->begin(columns + panelColumns() + labelColumns());
     watcher.run([&session](const PanelEvent &event) { report(event, session); },
                 [&guard, &terminal] { return guard.isInterrupted() || !terminal.canPrint(); });
     terminal.note(QStringLiteral("Panels at the end: %1.").arg(watcher.size()));

@@ -278,7 +278,7 @@ private:
     QString how() const;
 
     const Transport &m_transport;
-    std::vector<NetworkInterface> m_links; // on which holders are asked directly
+    std::vector<NetworkInterface> m_links;        // on which holders are asked directly
     std::vector<std::unique_ptr<ArpAsker>> m_arp; // one for each of them, or none
     const DatagramAsker m_datagrams{IPPROTO_UDP, {}};
     const DatagramAsker m_pings{IPPROTO_ICMP, echoRequest()};

@@ -2,10 +2,13 @@
 
 #include "clock.h"
 #include "discovery.h"
+#include "ways.h"
 
-PanelWatcher::PanelWatcher(Exchange &exchange, const Patience &patience)
+PanelWatcher::PanelWatcher(Exchange &exchange, const Patience &patience,
+                           std::optional<std::uint32_t> reachedAt)
     : m_exchange(exchange)
     , m_patience(patience)
+    , m_destinations(everyWay(exchange.transport(), reachedAt))
     , m_watch(patience.rounds)
     , m_request(Request::toAll(MvdpCommand::Discover))
 {
@@ -13,7 +16,7 @@ PanelWatcher::PanelWatcher(Exchange &exchange, const Patience &patience)
 
 void PanelWatcher::start()
 {
-    m_exchange.send(m_request, m_exchange.transport().everywhere());
+    m_exchange.send(m_request, m_destinations);
 }
 
 void PanelWatcher::run(const std::function<void(const PanelEvent &)> &onEvent,
@@ -33,7 +36,7 @@ void PanelWatcher::run(const std::function<void(const PanelEvent &)> &onEvent,
 // vanish.
 void PanelWatcher::ask()
 {
-    const bool canSend = m_exchange.trySend(m_request, m_exchange.transport().everywhere());
+    const bool canSend = m_exchange.trySend(m_request, m_destinations);
     if (m_couldSend && !canSend)
         m_exchange.observer().warning(QStringLiteral("nothing can be sent at the moment; still watching"));
     m_couldSend = canSend;

@@ -5,7 +5,10 @@
 #include "panelwatch.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <optional>
+#include <vector>
 
 // Searches for panels round by round and reports the changes.
 class PanelWatcher
@@ -13,7 +16,9 @@ class PanelWatcher
 public:
     // A round is as long as the patience's timeout. A panel that does not answer in as many rounds in a row
     // as the patience has, has vanished.
-    PanelWatcher(Exchange &exchange, const Patience &patience);
+    // The watcher asks in every way, and at `reachedAt` if that is given; see ways.h.
+    PanelWatcher(Exchange &exchange, const Patience &patience,
+                 std::optional<std::uint32_t> reachedAt = std::nullopt);
 
     // Sends the first request. Throws ToolError when nothing can be sent.
     void start();
@@ -32,6 +37,7 @@ private:
 
     Exchange &m_exchange;
     Patience m_patience;
+    std::vector<Destination> m_destinations;
     PanelWatch m_watch;
     Request m_request;
     bool m_couldSend = true;

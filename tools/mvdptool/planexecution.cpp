@@ -6,10 +6,11 @@
 #include <algorithm>
 
 PlanExecution::PlanExecution(Exchange &exchange, const PanelList &panels, const Patience &patience,
-                             std::optional<std::uint32_t> reachedAt)
+                             std::optional<std::uint32_t> reachedAt, const std::optional<SettingsWait> &wait)
     : m_exchange(exchange)
     , m_patience(patience)
     , m_reachedAt(reachedAt)
+    , m_wait(wait)
 {
     for (const Panel &panel : panels.sorted())
         m_addresses.emplace_back(panel.mac, panel.heldAddresses());
@@ -40,7 +41,7 @@ bool PlanExecution::isBlocked(const PlanStep &step) const
 
 SetResult PlanExecution::send(PlanStep &step)
 {
-    SetResult result = applySettings(m_exchange, *step.now, step.wanted, m_patience, m_reachedAt);
+    SetResult result = applySettings(m_exchange, *step.now, step.wanted, m_patience, m_reachedAt, m_wait);
     step.isWhereItTells = result.outcome == Outcome::Applied ||
                           isShownToBeThere(*step.now, m_exchange.transport().localInterfaces());
     for (auto &[mac, addresses] : m_addresses) {

@@ -14,9 +14,11 @@
 class PlanExecution
 {
 public:
-    // `panels` are those that were found. The patience applies to each panel; for `reachedAt` see ways.h.
+    // `panels` are those that were found. The patience applies to each panel; for `reachedAt` see ways.h,
+    // for `wait` settingschange.h.
     PlanExecution(Exchange &exchange, const PanelList &panels, const Patience &patience,
-                  std::optional<std::uint32_t> reachedAt);
+                  std::optional<std::uint32_t> reachedAt,
+                  const std::optional<SettingsWait> &wait = std::nullopt);
 
     // Applies the step's settings to its panel and stores the panel's last reply in the step. Blocked when
     // another panel still holds the address, unless it is forced or the step opens a circle. What this
@@ -32,6 +34,7 @@ private:
     Exchange &m_exchange;
     Patience m_patience;
     std::optional<std::uint32_t> m_reachedAt;
+    std::optional<SettingsWait> m_wait;
     // Of all panels, as last known.
     std::vector<std::pair<MacAddress, std::vector<std::uint32_t>>> m_addresses;
 };

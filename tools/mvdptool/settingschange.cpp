@@ -24,11 +24,12 @@ class SettingsChange
 {
 public:
     SettingsChange(Exchange &exchange, const NetworkSettings &settings, const Patience &patience,
-                   std::optional<std::uint32_t> reachedAt)
+                   std::optional<std::uint32_t> reachedAt, const std::optional<SettingsWait> &wait)
         : m_exchange(exchange)
         , m_settings(settings)
         , m_patience(patience)
         , m_reachedAt(reachedAt)
+        , m_wait(wait.value_or(SettingsWait{patience.timeout * patience.rounds}))
     {
     }
 
@@ -45,14 +46,18 @@ private:
     NetworkSettings m_settings;
     Patience m_patience;
     std::optional<std::uint32_t> m_reachedAt;
+    SettingsWait m_wait;
     bool m_heardAgain = false;
 };
 
 SetResult SettingsChange::run(Panel &panel)
 {
     const Panel before = panel;
+    const auto start = Clock::now();
     SetResult result;
     result.outcome = outcome(panel);
+    if (result.outcome == Outcome::Applied)
+        result.shownAfter = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
     result.isHeard = m_heardAgain;
     if (!m_heardAgain) {
         const auto heardOn =
@@ -119,7 +124,7 @@ bool SettingsChange::isHeardWithSettings(Panel &panel, const Search &search)
 bool SettingsChange::verify(Panel &panel)
 {
     m_exchange.observer().progress(QStringLiteral("checking %1").arg(macText(panel.mac)));
-    const auto deadline = Clock::now() + m_patience.timeout * m_patience.rounds;
+    const auto deadline = Clock::now() + m_wait.limit;
     const auto timeout = std::min(m_patience.timeout, CheckTimeout);
     const auto roundsLeft = [deadline, timeout] {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
@@ -129,21 +134,28 @@ bool SettingsChange::verify(Panel &panel)
         const Panel *now = findIn(panels, mac);
         return now != nullptr && hasSettings(*now, m_settings);
     };
-    const auto everywhere = everyWay(m_exchange.transport(), m_reachedAt);
-    if (!isHeardWithSettings(panel, {everywhere, {std::max(1, roundsLeft()), timeout}, tellsSettings}))
-        return false;
-    if (isWhereItTells(panel, m_exchange))
-        return true;
-    // The panel may report the new settings before they are in force.
-    const int rounds = roundsLeft();
-    if (rounds <= 0)
-        return false;
     const auto isThere = [this, mac = panel.mac, tellsSettings](const PanelList &panels) {
         return tellsSettings(panels) &&
                isShownToBeThere(*findIn(panels, mac), m_exchange.transport().localInterfaces());
     };
-    return isHeardWithSettings(panel, {everywhere, {rounds, timeout}, isThere}) &&
-           isWhereItTells(panel, m_exchange);
+    const auto everywhere = everyWay(m_exchange.transport(), m_reachedAt);
+    const int usualRounds = std::max(1, static_cast<int>(m_patience.timeout * m_patience.rounds / timeout));
+    int rounds = std::max(1, roundsLeft());
+    do {
+        if (!isHeardWithSettings(panel, {everywhere, {rounds, timeout}, tellsSettings, m_wait.isInterrupted}))
+            return false;
+        if (isWhereItTells(panel, m_exchange))
+            return true;
+        // The panel may report the new settings before they are in force. Its answers need not show where it
+        // is, so now and then it is asked at its address.
+        rounds = std::min(usualRounds, roundsLeft());
+        if (rounds > 0 &&
+            isHeardWithSettings(panel, {everywhere, {rounds, timeout}, isThere, m_wait.isInterrupted}) &&
+            isWhereItTells(panel, m_exchange))
+            return true;
+        rounds = roundsLeft();
+    } while (rounds > 0 && !(m_wait.isInterrupted && m_wait.isInterrupted()));
+    return false;
 }
 
 struct OutcomeFacts {
@@ -184,13 +196,14 @@ QString outcomeSentence(Outcome outcome, const MacAddress &mac, const NetworkSet
 
 SetResult unsent(Outcome outcome)
 {
-    return {outcome, false, {}, {}};
+    return {outcome, false, {}, {}, {}};
 }
 
 SetResult applySettings(Exchange &exchange, Panel &panel, const NetworkSettings &settings,
-                        const Patience &patience, std::optional<std::uint32_t> reachedAt)
+                        const Patience &patience, std::optional<std::uint32_t> reachedAt,
+                        const std::optional<SettingsWait> &wait)
 {
-    return SettingsChange(exchange, settings, patience, reachedAt).run(panel);
+    return SettingsChange(exchange, settings, patience, reachedAt, wait).run(panel);
 }
 
 QString settingsText(const NetworkSettings &settings)

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 // The outcome of a change of one panel's settings.
@@ -39,6 +40,14 @@ struct SetResult {
     // Why the settings keep the panel's answers from this computer; see deafnessText().
     QString deafness;
     QString heardOn; // the interfaces that received its answers before: "eth0"
+    // From the first request until the panel showed the settings and had the address. Only for Applied.
+    std::optional<std::chrono::milliseconds> shownAfter = {};
+};
+
+// A longer wait for the new settings than usual, for panels that restart after the change.
+struct SettingsWait {
+    std::chrono::milliseconds limit;
+    std::function<bool()> isInterrupted = {}; // when given, the wait ends soon after this is true
 };
 
 // For a panel to which nothing was sent.
@@ -50,9 +59,11 @@ constexpr std::chrono::seconds SetTimeout(5);
 
 // Sends settings to a panel, only to `reachedAt` if that is given, and verifies the result by a new search.
 // `panel` is then as in its last reply. A setting may be repeated without harm, so each attempt goes by
-// another way. Throws ToolError when the settings could not be sent.
+// another way. The search for the settings takes as long as the patience's rounds at most, or as long as
+// `wait` has it. Throws ToolError when the settings could not be sent.
 SetResult applySettings(Exchange &exchange, Panel &panel, const NetworkSettings &settings,
-                        const Patience &patience, std::optional<std::uint32_t> reachedAt);
+                        const Patience &patience, std::optional<std::uint32_t> reachedAt,
+                        const std::optional<SettingsWait> &wait = std::nullopt);
 
 // "192.168.0.10/24, gateway 192.168.0.1"
 QString settingsText(const NetworkSettings &settings);

@@ -4,6 +4,7 @@
 #include "discovery.h"
 #include "echorun.h"
 #include "panelaction.h"
+#include "panelreturn.h"
 #include "panelwatcher.h"
 #include "playedpanel.h"
 #include "settingschange.h"
@@ -14,6 +15,7 @@
 #include <QtTest/QtTest>
 
 #include <functional>
+#include <memory>
 
 namespace
 {
@@ -79,6 +81,8 @@ private slots:
     void onlyHarmlessCommandsAreRepeated();
     void echoesEndWhenInterrupted();
     void watchEndsWhenInterrupted();
+    void returnIsAwaited();
+    void settingsAreAwaited();
     void errorsSayTheirKind();
 };
 
@@ -184,6 +188,62 @@ void EngineTest::watchEndsWhenInterrupted()
                 [&events, &looks] { return !events.isEmpty() && ++looks > 3; });
     QCOMPARE(events, QStringList({"appeared"}));
     QCOMPARE(watcher.size(), std::size_t(1));
+}
+
+// It is told once, however long the front end goes on.
+void EngineTest::returnIsAwaited()
+{
+    auto played = std::make_unique<PlayedPanel>();
+    FrontEnd frontEnd;
+    const MacAddress mac = frontEnd.onlyPanel().mac;
+    const MacAddress absent = {2, 0, 0x5E, 0x10, 0, 9};
+    QList<AwaitedPanel> returned;
+    int asked = 0;
+    const auto goAndComeBack = [&] {
+        if (frontEnd.commandsReceived.count(1) > 1 && played && asked == 0) {
+            played.reset();
+            asked = int(frontEnd.commandsSent.size());
+        } else if (frontEnd.commandsSent.size() > asked + 4 && !played) {
+            played = std::make_unique<PlayedPanel>();
+        }
+        return !returned.isEmpty();
+    };
+    const auto panels = awaitReturns(
+        frontEnd.exchange, {mac, absent, mac}, std::nullopt,
+        [&returned](const AwaitedPanel &panel) { returned << panel; }, goAndComeBack);
+    QCOMPARE(returned.size(), 1);
+    QCOMPARE(returned[0].panel.mac, mac);
+    QCOMPARE(panels.size(), std::size_t(2));
+    QCOMPARE(int(panels[0].state), int(AwaitedPanel::Back));
+    QVERIFY(panels[0].after >= 3 * ReturnRound);
+    QCOMPARE(int(panels[1].state), int(AwaitedPanel::Away));
+    QVERIFY(frontEnd.doings.last().startsWith(QStringLiteral("waiting for 1 of 2 panels, ")));
+}
+
+// The panel is not heard until long after the usual time; then the wait is interrupted as it takes hold.
+void EngineTest::settingsAreAwaited()
+{
+    auto played = std::make_unique<PlayedPanel>();
+    FrontEnd frontEnd;
+    Panel panel = frontEnd.onlyPanel();
+    played.reset();
+    const Patience hasty = {1, std::chrono::milliseconds(100)};
+    const NetworkSettings wanted = {0x7F000001, 0xFF000000, 0};
+    const auto searches = frontEnd.commandsSent.count(1);
+    const SettingsWait wait = {std::chrono::hours(1), [&] {
+                                   if (!played && frontEnd.commandsSent.count(1) > searches + 10)
+                                       played = std::make_unique<PlayedPanel>();
+                                   return false;
+                               }};
+    const SetResult result = applySettings(frontEnd.exchange, panel, wanted, hasty, std::nullopt, wait);
+    QCOMPARE(outcomeName(result.outcome), "applied");
+    QVERIFY(result.shownAfter.value_or(std::chrono::milliseconds(0)) >= 10 * hasty.timeout);
+    played.reset();
+    int looks = 0;
+    const SettingsWait shortWait = {std::chrono::hours(1), [&looks] { return ++looks > 3; }};
+    const SetResult silent = applySettings(frontEnd.exchange, panel, wanted, hasty, std::nullopt, shortWait);
+    QCOMPARE(outcomeName(silent.outcome), "no answer");
+    QVERIFY(!silent.shownAfter);
 }
 
 void EngineTest::errorsSayTheirKind()
