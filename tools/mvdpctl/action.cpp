@@ -3,12 +3,16 @@
 #include "confirm.h"
 #include "interrupt.h"
 #include "panelaction.h"
+#include "panelreturn.h"
 #include "resultlines.h"
 #include "selection.h"
 #include "session.h"
 #include "settingscheck.h"
 #include "target.h"
 #include "toolerror.h"
+#include "waiting.h"
+
+#include <algorithm>
 
 namespace
 {
@@ -25,6 +29,10 @@ const ActionReport NotHeard = {"not heard", ExitCode::NoAnswer};
 const ActionReport NotFound = {"not found", ExitCode::NoAnswer};
 const ActionReport Trouble = {"trouble", ExitCode::NetworkTrouble};
 const ActionReport NotTried = {"not tried", ExitCode::NoAnswer};
+// With --wait.
+const ActionReport Back = {"back", ExitCode::Done};
+const ActionReport NotBack = {"not back", ExitCode::NoAnswer};
+const ActionReport Stayed = {"stayed", ExitCode::NoAnswer};
 
 class ActionRun
 {
@@ -44,12 +52,17 @@ private:
     void confirm(const Selection &selection);
     ActionReport carryOut(Panel &panel);
     ActionOrder order() const;
+    void take(const Selected &selected, const ActionReport &report, OutcomeTime waited);
+    void wait(std::vector<Selected> &restarting, const InterruptGuard &guard);
     void reportAlone(const QString &word, const Panel &panel, bool isDone);
+    ExitCode reportReturn(const QString &word, const Panel &panel);
+    bool isToWait() const { return m_session.arguments.isSet("wait"); }
 
     bool isHarmless() const { return m_action.question == nullptr; }
 
     const Action &m_action;
     Session &m_session;
+    WorstCode m_worst;
 };
 
 ExitCode ActionRun::run()
@@ -70,6 +83,8 @@ ExitCode ActionRun::runOne(const PanelName &name)
             ExitCode::NoAnswer,
             QStringLiteral("%1 is not heard any more; nothing was sent to it").arg(m_session.label(panel)),
             QStringLiteral("Look for it with 'mvdpctl discover'.")};
+    if (result.outcome == ActionResult::Done && isToWait())
+        return reportReturn(name.text, result.panel);
     reportAlone(name.text, result.panel, result.outcome == ActionResult::Done);
     return ExitCode::Done;
 }
@@ -92,7 +107,7 @@ ExitCode ActionRun::runSeveral(const std::vector<PanelName> &names)
         confirm(selection);
     m_session.writer->beginList(resultColumns(), QStringLiteral("results"));
     const InterruptGuard guard;
-    WorstCode worst;
+    std::vector<Selected> restarting;
     std::size_t number = 0;
     for (Selected &selected : selection.items) {
         m_session.terminal.setProgressPrefix(
@@ -100,13 +115,51 @@ ExitCode ActionRun::runSeveral(const std::vector<PanelName> &names)
         const ActionReport report = !selected.panel         ? NotFound
                                     : guard.isInterrupted() ? NotTried
                                                             : carryOut(*selected.panel);
-        worst.add(report.code);
-        reportResult(m_action.name, report.result, selected, m_session);
+        if (report.result == Done.result && isToWait())
+            restarting.push_back(selected);
+        else
+            take(selected, report, std::nullopt);
     }
+    m_session.terminal.setProgressPrefix(QString());
+    wait(restarting, guard);
     m_session.writer->endList(m_session.exchange.ignored());
-    m_session.terminal.note(QStringLiteral("%1 of %2 done.").arg(worst.good()).arg(worst.all()));
+    m_session.terminal.note(QStringLiteral("%1 of %2 done.").arg(m_worst.good()).arg(m_worst.all()));
     m_session.noteIgnored();
-    return worst.code();
+    return m_worst.code();
+}
+
+void ActionRun::take(const Selected &selected, const ActionReport &report, OutcomeTime waited)
+{
+    m_worst.add(report.code);
+    reportResult(m_action.name, report.result, selected, waited, m_session);
+}
+
+// Reports each panel when it is back, and at the end those that are not.
+void ActionRun::wait(std::vector<Selected> &restarting, const InterruptGuard &guard)
+{
+    if (restarting.empty())
+        return;
+    // What their answers say is of interest, of all of them.
+    m_session.observer.showOnly([](const Received &) { return true; });
+    std::vector<MacAddress> macs;
+    for (const Selected &selected : restarting)
+        macs.push_back(selected.panel->mac);
+    const auto selectedOf = [&restarting](const MacAddress &mac) -> Selected & {
+        return *std::find_if(restarting.begin(), restarting.end(),
+                             [&mac](const Selected &selected) { return selected.panel->mac == mac; });
+    };
+    const auto onReturn = [this, &selectedOf](const AwaitedPanel &awaited) {
+        Selected &selected = selectedOf(awaited.mac);
+        selected.panel = awaited.panel;
+        take(selected, Back, awaited.after);
+    };
+    const auto all = awaitReturns(m_session.exchange, macs, m_session.reachedAt(), onReturn,
+                                  [&guard] { return guard.isInterrupted(); });
+    for (const AwaitedPanel &awaited : all) {
+        if (awaited.state != AwaitedPanel::Back)
+            take(selectedOf(awaited.mac), awaited.state == AwaitedPanel::Here ? Stayed : NotBack,
+                 std::nullopt);
+    }
 }
 
 void ActionRun::confirm(const Selection &selection)
@@ -154,9 +207,9 @@ ActionOrder ActionRun::order() const
 
 void ActionRun::reportAlone(const QString &word, const Panel &panel, bool isDone)
 {
-    m_session.writer->record(
-        resultColumns(),
-        resultJson(m_action.name, isDone ? Done.result : NoAnswer.result, {word, panel}, m_session));
+    m_session.writer->record(resultColumns(),
+                             resultJson(m_action.name, isDone ? Done.result : NoAnswer.result, {word, panel},
+                                        std::nullopt, m_session));
     if (isDone)
         m_session.writer->say(QString::fromLatin1(m_action.done).arg(m_session.label(panel)));
     else
@@ -171,6 +224,35 @@ void ActionRun::reportAlone(const QString &word, const Panel &panel, bool isDone
     throw Failure{ExitCode::NoAnswer, what,
                   QStringLiteral("It may have carried it out all the same and only its answer be lost: see "
                                  "with 'mvdpctl discover' before you ask it again.")};
+}
+
+ExitCode ActionRun::reportReturn(const QString &word, const Panel &panel)
+{
+    m_session.terminal.note(QString::fromLatin1(m_action.done).arg(m_session.label(panel)));
+    const InterruptGuard guard;
+    const auto awaited = awaitReturns(
+        m_session.exchange, {panel.mac}, m_session.reachedAt(), [](const AwaitedPanel &) {},
+        [&guard] { return guard.isInterrupted(); });
+    const AwaitedPanel &one = awaited.front();
+    const bool isBack = one.state == AwaitedPanel::Back;
+    const ActionReport report = isBack ? Back : one.state == AwaitedPanel::Here ? Stayed : NotBack;
+    const Panel &last = isBack ? one.panel : panel;
+    m_session.writer->record(resultColumns(),
+                             resultJson(m_action.name, report.result, {word, last},
+                                        isBack ? OutcomeTime(one.after) : std::nullopt, m_session));
+    if (isBack)
+        m_session.writer->say(
+            QStringLiteral("%1 is back after %2.").arg(m_session.label(last), secondsText(one.after)));
+    m_session.noteIgnored();
+    if (isBack)
+        return ExitCode::Done;
+    throw Failure{
+        report.code,
+        (one.state == AwaitedPanel::Here
+             ? QStringLiteral("%1 has answered all the time: it did not restart, or in less than a second")
+             : QStringLiteral("%1 is not back"))
+            .arg(m_session.label(last)),
+        QStringLiteral("Look for it with 'mvdpctl discover'; it may have another address.")};
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "action.h"
 #include "command.h"
 #include "session.h"
+#include "waiting.h"
 
 namespace
 {
@@ -64,8 +65,9 @@ const Command RestartCommand = {
     "Restart panels.",
     "Asks first. The command is sent once: a panel whose answer was lost would be\n"
     "restarted again while it comes up. --rounds N sends it up to N times until an\n"
-    "answer comes, --timeout (10 seconds) apart.",
-    {{AllOption, ToOption}, 0, MostPanels},
+    "answer comes, --timeout (10 seconds) apart. --wait waits until the panel was\n"
+    "silent and answers again, and tells how long that took.",
+    {{AllOption, WaitOption, ToOption}, 0, MostPanels},
     run<Restart>,
 };
 
@@ -76,7 +78,7 @@ const Command ResetNetworkCommand = {
     "Asks first. The panel goes back to the factory's network settings and restarts,\n"
     "so it comes up with another address than it has now. All else that it holds\n"
     "stays. The command is sent once, as with restart; --rounds N repeats it.",
-    {{AllOption, ToOption}, 0, MostPanels},
+    {{AllOption, WaitOption, ToOption}, 0, MostPanels},
     run<ResetNetwork>,
 };
 
@@ -89,7 +91,10 @@ const Command RestoreDefaultsCommand = {
     "/mnt/data/hmi/restorecdsdefault.bin (absolute, command 15) or a file in the\n"
     "working directory of the panel's service (relative, command 6). The command is\n"
     "sent once, as with restart; --rounds N repeats it.",
-    {{AllOption, ToOption, {"marker", "KIND", "Leave the 'absolute' (default) or 'relative' marker."}},
+    {{AllOption,
+      WaitOption,
+      ToOption,
+      {"marker", "KIND", "Leave the 'absolute' (default) or 'relative' marker."}},
      0,
      MostPanels},
     runRestoreDefaults,

@@ -1,11 +1,14 @@
 #include "resultlines.h"
 
+#include "waiting.h"
+
 #include <numeric>
 
 namespace
 {
 
 const int FirstColumns = 19;  // a MAC address and a gap
+const int AfterColumns = 15;  // "after 299.9 s" and a gap
 const int ResultColumns = 12; // the longest result and a gap
 
 } // namespace
@@ -36,26 +39,30 @@ QString factsText(const Panel &panel, const Session &session)
 QStringList resultColumns()
 {
     return QStringList{QStringLiteral("command"), QStringLiteral("result")} + panelColumns() +
-           labelColumns() + QStringList{QStringLiteral("word")};
+           labelColumns() + QStringList{QStringLiteral("word"), secondsColumn()};
 }
 
-QJsonObject resultJson(const char *command, const char *result, const Selected &selected,
+QJsonObject resultJson(const char *command, const char *result, const Selected &selected, OutcomeTime waited,
                        const Session &session)
 {
     const auto &panel = selected.panel;
     return {{QStringLiteral("command"), QLatin1String(command)},
             {QStringLiteral("result"), QLatin1String(result)},
             {QStringLiteral("panel"), panel ? QJsonValue(session.json(*panel)) : QJsonValue()},
-            {QStringLiteral("word"), selected.word.isEmpty() ? QJsonValue() : QJsonValue(selected.word)}};
+            {QStringLiteral("word"), selected.word.isEmpty() ? QJsonValue() : QJsonValue(selected.word)},
+            {secondsColumn(), secondsJson(waited)}};
 }
 
-void reportResult(const char *command, const char *result, const Selected &selected, Session &session)
+void reportResult(const char *command, const char *result, const Selected &selected, OutcomeTime waited,
+                  Session &session)
 {
-    session.writer->add(resultJson(command, result, selected, session));
+    session.writer->add(resultJson(command, result, selected, waited, session));
     const auto &panel = selected.panel;
-    session.writer->print(
-        {resultLine(panel ? macText(panel->mac) : selected.word, QLatin1String(result),
-                    panel ? factsText(*panel, session) : QString(), session.terminal.columns())});
+    QString facts = panel ? factsText(*panel, session) : QString();
+    if (waited)
+        facts = QStringLiteral("after %1  ").arg(secondsText(*waited)).leftJustified(AfterColumns) + facts;
+    session.writer->print({resultLine(panel ? macText(panel->mac) : selected.word, QLatin1String(result),
+                                      facts, session.terminal.columns())});
 }
 
 int WorstCode::all() const

@@ -23,9 +23,11 @@ QString factsText(const Panel &panel, const Session &session);
 
 // One result of a command without settings: for scripts, and written as text or record.
 QStringList resultColumns();
-QJsonObject resultJson(const char *command, const char *result, const Selected &selected,
+// `waited` is how long the panel was away; nothing when that was not waited for.
+QJsonObject resultJson(const char *command, const char *result, const Selected &selected, OutcomeTime waited,
                        const Session &session);
-void reportResult(const char *command, const char *result, const Selected &selected, Session &session);
+void reportResult(const char *command, const char *result, const Selected &selected, OutcomeTime waited,
+                  Session &session);
 
 // Counts the panels by their exit status.
 class WorstCode

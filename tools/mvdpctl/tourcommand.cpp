@@ -147,7 +147,7 @@ void Tour::report()
     m_session.writer->beginList(resultColumns(), QStringLiteral("results"));
     for (std::size_t index = 0; index < m_panels.size(); ++index) {
         const Selected selected = {QString(), m_panels[index]};
-        reportResult("tour", m_results[index], selected, m_session);
+        reportResult("tour", m_results[index], selected, std::nullopt, m_session);
     }
     m_session.writer->endList(m_session.exchange.ignored());
     const auto named = std::count_if(m_results.begin(), m_results.end(),
