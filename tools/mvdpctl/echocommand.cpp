@@ -107,8 +107,8 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     const auto print = [&session](const Echo &echo) {
         session.writer->print({QStringLiteral("%1: %2").arg(ipv4Text(echo.source), text(echo))});
     };
-    const EchoStatistics statistics = runEchoes(session.exchange, {address, count, interval, timeout}, print,
-                                                [&guard] { return guard.isInterrupted(); });
+    const EchoStatistics statistics = runEchoes(session.exchange, {address, {count, interval, timeout}},
+                                                print, [&guard] { return guard.isInterrupted(); });
     session.writer->record(columns(), json(statistics, panel));
     session.writer->print(lines(statistics));
     session.noteIgnored();

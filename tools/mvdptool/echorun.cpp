@@ -2,6 +2,7 @@
 
 #include "clock.h"
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -11,35 +12,42 @@ namespace
 class EchoRun
 {
 public:
-    EchoRun(Exchange &exchange, const EchoOrder &order, const std::function<void(const Echo &)> &onEcho,
-            const std::function<bool()> &isInterrupted)
+    EchoRun(Exchange &exchange, const std::vector<std::uint32_t> &addresses, const EchoPace &pace,
+            const std::function<void(const Echo &)> &onEcho, const std::function<bool()> &isInterrupted)
         : m_exchange(exchange)
-        , m_order(order)
+        , m_addresses(addresses)
+        , m_pace(pace)
         , m_onEcho(onEcho)
         , m_isInterrupted(isInterrupted)
+        , m_statistics(addresses.size())
     {
     }
 
-    EchoStatistics run();
+    std::vector<EchoStatistics> run();
 
 private:
     Request nextRequest();
+    void sendToAll(int number);
+    bool isComplete() const;
     void listen(Clock::time_point deadline, bool untilAllAnswered);
     void take(const Received &received);
 
     struct Sent {
         Request request;
+        int number;
+        std::size_t target;
         Clock::time_point at;
         bool answered = false;
     };
 
     Exchange &m_exchange;
-    const EchoOrder &m_order;
+    const std::vector<std::uint32_t> &m_addresses;
+    const EchoPace &m_pace;
     const std::function<void(const Echo &)> &m_onEcho;
     const std::function<bool()> &m_isInterrupted;
     std::mt19937 m_random{std::random_device{}()};
     std::vector<Sent> m_sent;
-    EchoStatistics m_statistics;
+    std::vector<EchoStatistics> m_statistics; // by target
 };
 
 // Random bytes behind the header, so that an old or foreign echo cannot be mistaken for ours, and to test
@@ -53,24 +61,40 @@ Request EchoRun::nextRequest()
     return request;
 }
 
-EchoStatistics EchoRun::run()
+std::vector<EchoStatistics> EchoRun::run()
 {
-    const auto destinations = m_exchange.transport().towards(m_order.address);
-    for (int number = 1; number <= m_order.count && !m_isInterrupted(); ++number) {
-        m_sent.push_back({nextRequest(), Clock::now()});
-        m_exchange.send(m_sent.back().request, destinations);
-        m_statistics.addSent();
-        if (number < m_order.count)
-            listen(Clock::now() + m_order.interval, false);
+    for (int number = 1; number <= m_pace.count && !m_isInterrupted(); ++number) {
+        sendToAll(number);
+        if (number < m_pace.count)
+            listen(Clock::now() + m_pace.interval, false);
     }
     if (!m_isInterrupted())
-        listen(Clock::now() + m_order.timeout, true);
+        listen(Clock::now() + m_pace.timeout, true);
     return m_statistics;
+}
+
+void EchoRun::sendToAll(int number)
+{
+    bool anySent = false;
+    for (std::size_t target = 0; target < m_addresses.size(); ++target) {
+        m_sent.push_back({nextRequest(), number, target, Clock::now()});
+        const auto destinations = m_exchange.transport().towards(m_addresses[target]);
+        anySent = m_exchange.trySend(m_sent.back().request, destinations) || anySent;
+        m_statistics[target].addSent();
+    }
+    if (!anySent)
+        m_exchange.failUnsent();
+}
+
+bool EchoRun::isComplete() const
+{
+    return std::all_of(m_statistics.begin(), m_statistics.end(),
+                       [](const EchoStatistics &statistics) { return statistics.isComplete(); });
 }
 
 void EchoRun::listen(Clock::time_point deadline, bool untilAllAnswered)
 {
-    while (!m_isInterrupted() && !(untilAllAnswered && m_statistics.isComplete())) {
+    while (!m_isInterrupted() && !(untilAllAnswered && isComplete())) {
         const auto received = m_exchange.nextDatagram(nextLook(deadline));
         if (received)
             take(*received);
@@ -88,23 +112,24 @@ void EchoRun::take(const Received &received)
         verdict = judge(sent.request, received);
         if (verdict != Verdict::Answer)
             continue;
-        const int number = static_cast<int>(index) + 1;
         const std::chrono::duration<double, std::milli> time = now - sent.at;
         if (sent.answered) {
-            m_statistics.addDuplicate();
-            m_onEcho({Echo::Again, received.source, number, 0});
+            m_statistics[sent.target].addDuplicate();
+            m_onEcho({Echo::Again, received.source, sent.number, 0, sent.target});
         } else {
             sent.answered = true;
-            m_statistics.addAnswer(time.count());
-            m_onEcho({Echo::First, received.source, number, time.count()});
+            m_statistics[sent.target].addAnswer(time.count());
+            m_onEcho({Echo::First, received.source, sent.number, time.count(), sent.target});
         }
         return;
     }
-    // Only the panel at the address can alter what was sent to it. From others it is the echo of another
+    // Only the panel at an address can alter what was sent to it. From others it is the echo of another
     // request.
-    if (verdict == Verdict::Altered && received.source == m_order.address) {
-        m_statistics.addAltered();
-        m_onEcho({Echo::Altered, received.source, 0, 0});
+    const auto target = std::find(m_addresses.begin(), m_addresses.end(), received.source);
+    if (verdict == Verdict::Altered && target != m_addresses.end()) {
+        const auto index = static_cast<std::size_t>(target - m_addresses.begin());
+        m_statistics[index].addAltered();
+        m_onEcho({Echo::Altered, received.source, 0, 0, index});
         return;
     }
     m_exchange.countIgnored(verdict, received);
@@ -116,5 +141,12 @@ EchoStatistics runEchoes(Exchange &exchange, const EchoOrder &order,
                          const std::function<void(const Echo &)> &onEcho,
                          const std::function<bool()> &isInterrupted)
 {
-    return EchoRun(exchange, order, onEcho, isInterrupted).run();
+    return runEchoes(exchange, {order.address}, order.pace, onEcho, isInterrupted).front();
+}
+
+std::vector<EchoStatistics> runEchoes(Exchange &exchange, const std::vector<std::uint32_t> &addresses,
+                                      const EchoPace &pace, const std::function<void(const Echo &)> &onEcho,
+                                      const std::function<bool()> &isInterrupted)
+{
+    return EchoRun(exchange, addresses, pace, onEcho, isInterrupted).run();
 }

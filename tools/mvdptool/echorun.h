@@ -5,15 +5,22 @@
 #include "exchange.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <vector>
+
+// How many echoes to send to each address, and when.
+struct EchoPace {
+    int count;
+    std::chrono::milliseconds interval; // between two echoes
+    std::chrono::milliseconds timeout;  // after the last echo
+};
 
 // The echoes to send to one address.
 struct EchoOrder {
     std::uint32_t address;
-    int count;
-    std::chrono::milliseconds interval; // between two echoes
-    std::chrono::milliseconds timeout;  // after the last echo
+    EchoPace pace;
 };
 
 // An echo that came back.
@@ -23,6 +30,7 @@ struct Echo {
     std::uint32_t source;
     int number;          // of the request, from 1; 0 for an altered echo
     double milliseconds; // round-trip time; of the first copy only
+    std::size_t target;  // the index of the address that it was sent to
 };
 
 // Sends the echoes and counts those that come back; `onEcho` is called for each when it arrives. Ends when
@@ -31,5 +39,12 @@ struct Echo {
 EchoStatistics runEchoes(Exchange &exchange, const EchoOrder &order,
                          const std::function<void(const Echo &)> &onEcho,
                          const std::function<bool()> &isInterrupted);
+
+// The same for several addresses at once: each number is sent to all of them, then comes the interval. The
+// statistics are in the order of the addresses. What cannot be sent to one address counts as lost there, with
+// a warning; throws ToolError when an echo could be sent to none.
+std::vector<EchoStatistics> runEchoes(Exchange &exchange, const std::vector<std::uint32_t> &addresses,
+                                      const EchoPace &pace, const std::function<void(const Echo &)> &onEcho,
+                                      const std::function<bool()> &isInterrupted);
 
 #endif // ECHORUN_H

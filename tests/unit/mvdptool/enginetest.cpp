@@ -14,6 +14,7 @@
 #include <QtNetwork/QUdpSocket>
 #include <QtTest/QtTest>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -80,6 +81,7 @@ private slots:
     void commandIsCarriedOut();
     void onlyHarmlessCommandsAreRepeated();
     void echoesEndWhenInterrupted();
+    void echoesOfSeveralAreToldApart();
     void watchEndsWhenInterrupted();
     void returnIsAwaited();
     void settingsAreAwaited();
@@ -169,11 +171,34 @@ void EngineTest::echoesEndWhenInterrupted()
     QList<int> numbers;
     int looks = 0;
     const EchoStatistics statistics = runEchoes(
-        frontEnd.exchange, {0x7F000001, 100, std::chrono::hours(1), std::chrono::hours(1)},
+        frontEnd.exchange, {0x7F000001, {100, std::chrono::hours(1), std::chrono::hours(1)}},
         [&numbers](const Echo &echo) { numbers << echo.number; },
         [&numbers, &looks] { return !numbers.isEmpty() && ++looks > 3; });
     QCOMPARE(numbers, QList<int>({1}));
     QCOMPARE(statistics.answered(), 1);
+}
+
+// By the routing table, the panel is at every address of the loopback, and no route leads elsewhere.
+void EngineTest::echoesOfSeveralAreToldApart()
+{
+    const PlayedPanel played;
+    FrontEnd frontEnd;
+    Transport routed({QString(), 0});
+    Exchange exchange(routed, frontEnd);
+    QList<QPair<int, int>> echoes; // target and number
+    const auto statistics = runEchoes(
+        exchange, {0x7F000001, 0x0A000001, 0x7F000002},
+        {2, std::chrono::milliseconds(0), std::chrono::hours(1)},
+        [&echoes](const Echo &echo) { echoes << qMakePair(int(echo.target), echo.number); },
+        [&echoes] { return echoes.size() == 4; });
+    std::sort(echoes.begin(), echoes.end());
+    QCOMPARE(echoes, (QList<QPair<int, int>>{{0, 1}, {0, 2}, {2, 1}, {2, 2}}));
+    QCOMPARE(statistics.size(), std::size_t(3));
+    for (const std::size_t target : {0u, 2u})
+        QCOMPARE(statistics[target].answered(), 2);
+    QCOMPARE(statistics[1].lost(), 2);
+    QCOMPARE(frontEnd.warnings.size(), 1);
+    QVERIFY(frontEnd.warnings.first().startsWith(QStringLiteral("nothing can be sent to 10.0.0.1")));
 }
 
 void EngineTest::watchEndsWhenInterrupted()
