@@ -16,7 +16,7 @@ COMPONENTS = {
         "share/zsh/site-functions/_mvdpctl",
     ],
     "simulator": ["bin/hwsd-sim", "share/man/man1/hwsd-sim.1"],
-    "dissector": ["share/mvdpserver/wireshark/README.md", "share/mvdpserver/wireshark/mvdp.lua"],
+    "dissector": [f"share/mvdpserver/wireshark/{name}" for name in ("README.md", "colorfilters", "mvdp.lua")],
 }
 
 

@@ -3,6 +3,12 @@
 --
 -- Nothing that a datagram holds may lead to a Lua error: no range is taken that was not captured (see `part`).
 
+-- From the plugin folder and by the command line, for example: the first loading counts.
+if package.loaded.mvdp then
+    return
+end
+package.loaded.mvdp = true
+
 local mvdp = Proto("mvdp", "MVDP Panel Discovery Protocol")
 
 local SIZE, HEADER, PORT = 256, 8, 58553
@@ -499,6 +505,107 @@ local function length_text(length)
         or length > SIZE and string.format(" [too long: %d bytes]", length) or ""
 end
 
+-- Who answered ---------------------------------------------------------------------------------------------
+
+-- What the statistics take from the frame that was dissected last: nil unless a panel says there who it is.
+local answer
+
+-- Of the replies that are the request sent back, only an echo does not tell whose it is.
+local function remember_answer(tvb, pinfo, header)
+    if header.command == ECHO or tvb:len() < 26 then
+        return
+    end
+    local identity = not SENT_BACK[header.command]
+    local description = identity and clean_text(raw(tvb, 44, 108)) or ""
+    answer = {
+        frame = pinfo.number, time = pinfo.abs_ts, source = tostring(pinfo.src), mac = mac_text(raw(tvb, 20, 26)),
+        address = identity and address_text(tvb(8, 4)) or nil,
+        description = description ~= "" and description or nil,
+    }
+end
+
+local NO_MAC = "00:00:00:00:00:00"
+local STATISTICS, PANELS = "mvdp,panels", "MVDP panels"
+
+-- One line for each panel, in the order of their MAC addresses.
+local function panel_table(panels)
+    local order = {}
+    for _, panel in pairs(panels) do
+        table.insert(order, panel)
+    end
+    table.sort(order, function(one, other)
+        return one.mac .. one.source < other.mac .. other.source
+    end)
+    local rows = { { "MAC address", "IPv4 address", "Source", "Last answer", "Frame", "Description" } }
+    for _, panel in ipairs(order) do
+        table.insert(rows, { panel.mac, panel.address, panel.source,
+            os.date("%Y-%m-%d %H:%M:%S", math.floor(panel.time)), tostring(panel.frame), panel.description })
+    end
+    local widths, lines = {}, {}
+    for _, row in ipairs(rows) do
+        for column, text in ipairs(row) do
+            widths[column] = math.max(widths[column] or 0, #text)
+        end
+    end
+    for _, row in ipairs(rows) do
+        for column = 1, #row - 1 do
+            row[column] = row[column] .. string.rep(" ", widths[column] - #row[column])
+        end
+        table.insert(lines, table.concat(row, "  ") .. "\n")
+    end
+    return table.concat(lines)
+end
+
+-- Collects the panels' answers, of those frames that the filter, if any, fits. `show` is called with the table.
+local function collect_panels(filter, show)
+    local tap = Listener.new(nil, filter and "mvdp.reply && (" .. filter .. ")" or "mvdp.reply")
+    local panels = {}
+    function tap.packet(pinfo)
+        if not answer or answer.frame ~= pinfo.number then
+            return
+        end
+        -- Panels that cannot read their MAC address are told apart by where their answers come from.
+        local key = answer.mac == NO_MAC and answer.source or answer.mac
+        local before = panels[key] or {}
+        panels[key] = {
+            mac = answer.mac, source = answer.source, frame = answer.frame, time = answer.time,
+            address = answer.address or before.address or "-",
+            description = answer.description or before.description or "-",
+        }
+    end
+    function tap.draw()
+        show(panel_table(panels))
+    end
+    function tap.reset()
+        panels = {}
+    end
+    return tap
+end
+
+local function open_window(filter)
+    local window = TextWindow.new(PANELS)
+    local tap = collect_panels(filter, function(text) window:set(text) end)
+    window:set_atclose(function() tap:remove() end)
+    retap_packets()
+end
+
+local function print_panels(filter)
+    collect_panels(filter, function(text) io.write(PANELS, "\n", text) end)
+end
+
+-- tshark -z mvdp,panels[,FILTER]
+register_stat_cmd_arg(STATISTICS, function(argument)
+    local filter = argument and argument:sub(#STATISTICS + 2) or ""
+    local show = gui_enabled() and open_window or print_panels
+    local good, problem = pcall(show, filter ~= "" and filter or nil)
+    if not good then
+        io.stderr:write(STATISTICS, ": ", tostring(problem), "\n")
+    end
+end)
+if gui_enabled() then
+    register_menu(PANELS, function() open_window() end, MENU_STAT_UNSORTED)
+end
+
 -- A whole datagram -----------------------------------------------------------------------------------------
 
 local function begin(tvb, pinfo, tree, info)
@@ -533,6 +640,9 @@ local function dissect_good(tvb, pinfo, tree)
         link_up(tvb, pinfo, header)
     end
     local link = links[pinfo.number]
+    if link.from_panel and not quoted then
+        remember_answer(tvb, pinfo, header)
+    end
     local length = quoted and SIZE or tvb:reported_len()
     local root = begin(tvb, pinfo, tree, summary(tvb, header, link.from_panel) .. length_text(length))
     if link.from_panel or header.type == REQUEST then
