@@ -1,7 +1,6 @@
 """The Wireshark dissector on what the real service and the real tool send each other."""
 
 import collections
-import socket
 
 import pytest
 
@@ -11,53 +10,28 @@ import tshark
 from hwsdsim import build_folder
 from mvdp import Command
 from panel import ADDRESS, FAR_ADDRESS, GATEWAY, MAC, NETMASK
+from recorder import Recorder
 from waiting import PATIENCE
 
-_ETH_P_ALL = 0x0003
 NEW_ADDRESS = "192.168.10.8"
-
-
-class Recorder:
-    """Collects the frames that pass through the tool's interface, Ethernet headers and all."""
-
-    def __init__(self, panel):
-        self._sock = panel.tool.call(self._open)
-        self.frames = []
-
-    @staticmethod
-    def _open():
-        sock = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(_ETH_P_ALL))
-        sock.bind(("eth0", _ETH_P_ALL))
-        return sock
-
-    def read(self):
-        """Takes what has come. A datagram that a socket has received was here before it."""
-        self._sock.setblocking(False)
-        while True:
-            try:
-                self.frames.append(self._sock.recv(65535))
-            except BlockingIOError:
-                return
-
-    def write(self, path):
-        self.read()
-        make_capture.write_pcap(path, self.frames)
-
-    def close(self):
-        self._sock.close()
 
 
 @pytest.fixture(name="recorder")
 def fixture_recorder(panel):
-    recorder = Recorder(panel)
+    recorder = Recorder(panel.tool)
     yield recorder
     recorder.close()
+
+
+def write(recorder, path):
+    recorder.read()
+    make_capture.write_pcap(path, recorder.frames)
 
 
 def dissect(recorder, folder):
     """(command, reply or not, linked or not) of each datagram, after checking that nothing is remarked on."""
     capture = folder / "exchange.pcap"
-    recorder.write(capture)
+    write(recorder, capture)
     found = tshark.fields(capture, ["mvdp.command", "mvdp.reply", "mvdp.request_in", "mvdp.response_in",
                                     "_ws.expert.message"], "-2", "-Y", "mvdp")
     assert [frame for frame in found if "_ws.expert.message" in frame] == []
@@ -91,7 +65,7 @@ def test_what_an_earlier_datagram_left_in_the_panel_is_marked(panel, tool, recor
     tool.ask(mvdp.request(Command.ECHO, rest=bytes(100) + b"secret" + bytes(124)))
     tool.ask(mvdp.request(Command.ECHO, tag=1)[:20])
     capture = tmp_path / "stale.pcap"
-    recorder.write(capture)
+    write(recorder, capture)
     found = tshark.fields(capture, ["mvdp.stale", "_ws.expert.message"], "-2", "-Y", "mvdp.reply && mvdp.tag == 1")
     request = tshark.fields(capture, ["frame.number"], "-Y", "mvdp.request && mvdp.tag == 1")[0]["frame.number"]
     assert found == [{"mvdp.stale": b"secret".hex(), "_ws.expert.message":
