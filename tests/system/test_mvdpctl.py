@@ -181,4 +181,7 @@ def test_panel_is_found_by_its_name(fake, mvdpctl, target):
     fake.panels.append(Identity(mac=MAC2, address=OTHER_ADDRESS, description=b"other"))
     result = mvdpctl("identify", target, "--json", *SEARCHING)
     assert (result.code, result.json["mac"]) == (DONE, MAC)
-    assert fake.requests[-1] == mvdp.request(Command.IDENTIFY, mac=MAC)
+    if target == PANEL_ADDRESS:  # it is asked there and nobody else is
+        assert (set(fake.destinations), set(fake.commands())) == ({PANEL_ADDRESS}, {Command.DISCOVER})
+    else:
+        assert fake.requests[-1] == mvdp.request(Command.IDENTIFY, mac=MAC)

@@ -70,7 +70,7 @@ def test_nothing_destructive_is_sent_down_a_way_that_leads_nowhere(fake, mvdpctl
 def test_nothing_is_sent_without_a_terminal_to_ask_on(fake, mvdpctl, name):
     result = mvdpctl(name, MAC)
     assert (result.code, result.out) == (USAGE, "")
-    assert f"'{name}' changes the panel and there is no terminal to ask on" in result.err
+    assert f"'{name}' changes panels and there is no terminal to ask on" in result.err
     assert "--yes" in result.err
     assert fake.requests == []
 
@@ -104,11 +104,14 @@ def only_searched(fake):
 def test_ambiguous_name_lists_the_candidates(fake, mvdpctl, words, target):
     fake.panels = [Identity(), Identity(mac=MAC2), Identity(mac=MAC3, address="192.168.10.8", description=b"x",
                                                             source=OTHER_ADDRESS)]
+    if (words, target) == (["identify"], PANEL_ADDRESS):
+        pytest.skip("an address is asked directly, and only one panel hears that")
     result = mvdpctl(*words, target, *SEARCHING)
     assert (result.code, result.out) == (USAGE, "")
     assert f"'{target}' fits 2 panels" in result.err
     assert f"  {LABEL}\n" in result.err and f"  {MAC2} (" in result.err and MAC3 not in result.err
-    assert f"Name the panel by its MAC address, for example {MAC}." in result.err
+    rest = "." if words[0] == "set" else ", or give --all for all of them."
+    assert f"Name the panel by its MAC address, for example {MAC}{rest}" in result.err
     assert only_searched(fake)
 
 
@@ -127,7 +130,7 @@ def test_name_that_fits_none_says_what_was_found(fake, mvdpctl, words, target, s
 def test_unknown_mac_is_no_answer(fake, mvdpctl, words):
     result = mvdpctl(*words, MAC2, *HASTY)
     assert (result.code, result.out) == (NO_ANSWER, "")
-    assert f"no panel with the MAC address {MAC2} answered\n" in result.err
+    assert f"no panel with the MAC address {MAC2} answered: did you mean {LABEL}?\n" in result.err
     assert set(fake.commands()) <= {Command.DISCOVER, Command.IDENTIFY}
 
 

@@ -31,7 +31,7 @@ CLOCK, DATE = r"\d\d:\d\d:\d\d", r"\d\d\d\d-\d\d-\d\dT\d\d:\d\d:\d\d(Z|[+-]\d\d:
 VARYING = re.compile("|".join([
     rf"^{CLOCK}(?= )", rf'(?<="time":"){DATE}(?=")', rf"^{DATE}(?=,)",
     r"(?<= after )\d+\.\d\d(?= ms$)", r"(?<=^round trip )\d+\.\d\d / \d+\.\d\d / \d+\.\d\d(?= ms)",
-    r'(?<=Ms": )[\d.e-]+', r"(?<=,2,2,0,0,0,)[\d.e-]+,[\d.e-]+,[\d.e-]+$"]), re.MULTILINE)
+    r'(?<=Ms": )[\d.e-]+', r"(?<=,2,2,0,0,0,)[\d.e-]+,[\d.e-]+,[\d.e-]+(?=,)"]), re.MULTILINE)
 
 
 def panels():

@@ -13,7 +13,7 @@ from xscreen import Screen
 DESCRIPTION = "QM413-JD562"
 MEMBERS = {"mac": MAC, "address": ADDRESS, "netmask": NETMASK, "prefix": 24, "gateway": GATEWAY,
            "version": "1.234.56.7", "description": DESCRIPTION, "source": ADDRESS, "interface": "eth0",
-           "way": "unicast"}
+           "way": "unicast", "name": None, "remark": None}
 
 
 @pytest.fixture(name="shared_panel", scope="module")

@@ -145,6 +145,26 @@ std::optional<std::uint32_t> Arguments::address(const char *option) const
     return isSet(option) ? std::optional<std::uint32_t>(addressArgument(text(option))) : std::nullopt;
 }
 
+WantedSettings Arguments::settings() const
+{
+    WantedSettings settings = {std::nullopt, netmask("netmask"), address("gateway")};
+    if (!isSet("address"))
+        return settings;
+    const auto given = addressWithPrefixFromText(text("address"));
+    if (!given)
+        throwUsage(QStringLiteral("'%1' is no IPv4 address").arg(text("address")),
+                   QStringLiteral("Write it as 192.168.0.10, or with its netmask as 192.168.0.10/24."));
+    settings.address = given->address;
+    if (!given->netmask)
+        return settings;
+    if (settings.netmask && *settings.netmask != *given->netmask)
+        throwUsage(QStringLiteral("--address %1 and --netmask %2 contradict each other")
+                       .arg(text("address"), text("netmask")),
+                   QStringLiteral("Give the netmask in one of them."));
+    settings.netmask = given->netmask;
+    return settings;
+}
+
 std::optional<std::uint32_t> Arguments::netmask(const char *option) const
 {
     if (!isSet(option))

@@ -3,6 +3,7 @@
 
 #include "addresses.h"
 #include "exchange.h"
+#include "settingscheck.h"
 #include "terminal.h"
 #include "transport.h"
 
@@ -52,6 +53,9 @@ public:
     QStringList texts(const char *option) const { return m_values.value(QLatin1String(option)); }
 
     std::optional<std::uint32_t> address(const char *option) const;
+    // --address, --netmask and --gateway, of commands that take all three. The netmask may stand behind the
+    // address, as 192.168.0.10/24; another one in --netmask contradicts it.
+    WantedSettings settings() const;
     std::optional<std::uint32_t> netmask(const char *option) const;
     std::optional<MacAddress> mac(const char *option) const;
     std::optional<int> number(const char *option, int least, int most) const;

@@ -40,9 +40,10 @@ Request requestFrom(const Arguments &arguments)
         request.datagram.setMacAddress(mac->data());
         request.forOneMac = true;
     }
-    request.datagram.setIpAddress(arguments.address("address").value_or(0));
-    request.datagram.setNetmask(arguments.netmask("netmask").value_or(0));
-    request.datagram.setGateway(arguments.address("gateway").value_or(0));
+    const WantedSettings settings = arguments.settings();
+    request.datagram.setIpAddress(settings.address.value_or(0));
+    request.datagram.setNetmask(settings.netmask.value_or(0));
+    request.datagram.setGateway(settings.gateway.value_or(0));
     for (const QString &bytes : arguments.texts("hex"))
         putBytes(request.datagram, bytes);
     request.length =
@@ -140,7 +141,7 @@ const Command RawCommand = {
     "15 restore defaults, 102 restart. Panels ignore all others. 5, 6, 14, 15 and\n"
     "102 ask first, and are refused without a terminal unless --yes is given.",
     {{{"mac", "MAC", "The panel that the command is for (bytes 20 to 25)."},
-      {"address", "ADDRESS", "New address (bytes 8 to 11)."},
+      {"address", "ADDRESS", "New address (bytes 8 to 11), alone or with /PREFIX."},
       {"netmask", "NETMASK", "New netmask (bytes 12 to 15)."},
       {"gateway", "ADDRESS", "New gateway (bytes 16 to 19)."},
       {"hex", "[OFFSET:]BYTES", "Put these bytes there (default 8); repeatable.", true},

@@ -16,11 +16,6 @@
 namespace
 {
 
-WantedSettings wantedSettings(const Arguments &arguments)
-{
-    return {arguments.address("address"), arguments.netmask("netmask"), arguments.address("gateway")};
-}
-
 const char ForceAdvice[] = "--force sends such settings all the same.";
 const char OtherGatewayAdvice[] =
     "The gateway is the one that the panel has: give another with --gateway, 0.0.0.0 for "
@@ -104,7 +99,7 @@ ExitCode runOne(const Arguments &arguments, Session &session)
     const PanelName name = panelNameFromText(arguments.words().first(), session.names);
     const PanelList panels = searchFor(name, session);
     Panel panel = onlyMatch(name, panels, session);
-    const WantedSettings wanted = wantedSettings(arguments);
+    const WantedSettings wanted = arguments.settings();
     const NetworkSettings settings = wanted.over(panel);
     const bool isThere = isWhereItTells(panel, session.exchange);
     if (hasSettings(panel, settings) && isThere && !arguments.isSet("force")) {
@@ -159,7 +154,7 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
         plan = readPlan(arguments, terminal);
     } else {
         panelNameFromText(arguments.words().first(), PanelNames());
-        wantedSettings(arguments); // refuses malformed values before anything is sent
+        arguments.settings(); // refuses malformed values before anything is sent
         // A plan is shown before its consent is required.
         if (!arguments.isSet("dry-run"))
             requireConsent(arguments, terminal, QStringLiteral("'set' changes panels"));
@@ -184,11 +179,11 @@ const Command SetCommand = {
     "FILE.csv or FILE.json is a plan for many panels, with the columns or members\n"
     "mac, address, netmask and gateway; name, remark and any others come back in the\n"
     "result. 'mvdpctl plan' makes one, and what 'discover --csv' or '--json' prints\n"
-    "is another. - is standard input. The plan is shown and asked about once. Panels that are as\n"
-    "planned already are skipped, so it can be run again. Exit status: 3 when any\n"
-    "panel refused or did not take the settings, else 4 when this computer could not\n"
-    "send, else 1 when any panel is not as planned.",
-    {{{"address", "ADDRESS", "The new address."},
+    "is another. A dash is standard input. The plan is shown and asked about once.\n"
+    "Panels that are as planned already are skipped, so it can be run again. Exit\n"
+    "status: 3 when any panel refused or did not take the settings, else 4 when this\n"
+    "computer could not send, else 1 when any panel is not as planned.",
+    {{{"address", "ADDRESS", "The new address, alone or as ADDRESS/PREFIX."},
       {"netmask", "NETMASK", "The new netmask, as 255.255.255.0 or as 24."},
       {"gateway", "ADDRESS", "The new gateway."},
       {"from", "FILE", "Take panels and settings from FILE.csv or FILE.json."},

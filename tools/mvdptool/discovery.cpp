@@ -105,8 +105,6 @@ void Discovery::ask(int round)
         for (const Destination &destination : m_search.destinations)
             steps.push_back({destination});
     }
-    const auto start = Clock::now();
-    int number = 0;
     for (const std::vector<Destination> &step : steps) {
         if (isComplete() || isInterrupted())
             return;
@@ -114,8 +112,8 @@ void Discovery::ask(int round)
         // A search with a condition continues, because the link may come up again.
         if (!m_anySent && !m_search.isComplete)
             m_exchange.failUnsent();
-        ++number;
-        listen(round, start + m_search.patience.timeout * number / static_cast<int>(steps.size()));
+        // From now on: to send can take long where the send buffer is full.
+        listen(round, Clock::now() + m_search.patience.timeout / static_cast<int>(steps.size()));
     }
 }
 

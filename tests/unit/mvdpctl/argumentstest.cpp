@@ -48,6 +48,7 @@ private slots:
     void optionsHaveShortForms();
     void mistypedOptionIsGuessed();
     void colorTakesThreeWords();
+    void prefixMayStandBehindTheAddress();
     void defaultsStandWhereNothingIsGiven();
     void secondsTakeADecimalPoint();
     void helpLinesFitIntoEightyColumns();
@@ -178,6 +179,28 @@ void ArgumentsTest::colorTakesThreeWords()
     QCOMPARE(parsed({"x", "--color", "always"}).color(), ColorUse::Always);
     QCOMPARE(parsed({"x", "--color=never"}).color(), ColorUse::Never);
     QCOMPARE(failureOf([] { parsed({"x", "--color", "red"}).color(); }), QStringLiteral("2"));
+}
+
+void ArgumentsTest::prefixMayStandBehindTheAddress()
+{
+    const Grammar grammar = {{{"address", "A", ""}, {"netmask", "M", ""}, {"gateway", "G", ""}}, 0, 0};
+    const auto settings = [&grammar](const QStringList &words) {
+        return Arguments(words, grammar).settings();
+    };
+    const WantedSettings both = settings({"--address", "10.20.0.31/16", "--gateway", "10.20.0.1"});
+    QCOMPARE(both.address.value(), 0x0A14001Fu);
+    QCOMPARE(both.netmask.value(), 0xFFFF0000u);
+    QCOMPARE(both.gateway.value(), 0x0A140001u);
+    const WantedSettings alone = settings({"--address", "10.20.0.31"});
+    QVERIFY(alone.address && !alone.netmask && !alone.gateway);
+    QCOMPARE(settings({"--address", "10.20.0.31/16", "--netmask", "255.255.0.0"}).netmask.value(),
+             0xFFFF0000u);
+    QVERIFY(!settings({}).address);
+    for (const QStringList &words :
+         {QStringList{"--address", "10.20.0.31/16", "--netmask", "24"},
+          QStringList{"--address", "10.20.0.31/33"}, QStringList{"--address", "10.20.0/16"},
+          QStringList{"--address", ""}, QStringList{"--gateway", "10.20.0.1/16"}})
+        QCOMPARE(failureOf([&settings, &words] { settings(words); }), QStringLiteral("2"));
 }
 
 void ArgumentsTest::defaultsStandWhereNothingIsGiven()
