@@ -34,6 +34,9 @@ PATIENT = ["--timeout", "60"]
 SEARCHING = ["--rounds", "100"]
 # For commands that get no answer.
 HASTY = ["--timeout", "0.2", "--rounds", "2"]
+# No names of the user's who runs the tests.
+ENVIRONMENT = {**{name: value for name, value in os.environ.items() if name != "NO_COLOR"}, "LC_ALL": "C.UTF-8",
+               "XDG_CONFIG_HOME": "/nonexistent"}
 # The table of discover where the usual panel is found.
 HEADINGS = "MAC ADDRESS        ADDRESS          GATEWAY       VERSION     DESCRIPTION"
 LINE = "02:00:5e:10:00:01  192.168.10.5/24  192.168.10.1  1.234.56.7  QM316-44LRNA"
@@ -89,21 +92,22 @@ class Result:
 @pytest.fixture(name="mvdpctl")
 def fixture_mvdpctl(wire):
     """Runs the tool to its end, away from any terminal."""
-    def run(*arguments, locale="C.UTF-8", decode=True, stdin=b""):
+    def run(*arguments, locale="C.UTF-8", decode=True, stdin=b"", **environment):
         completed = wire[1].run([program(), *arguments], input=stdin, capture_output=True, timeout=4 * PATIENCE,
-                                env={**os.environ, "LC_ALL": locale})
+                                env={**ENVIRONMENT, "LC_ALL": locale, **environment})
         return Result(completed) if decode else completed
     return run
 
 
 class Terminal:
-    """The tool on a terminal of so many columns, with its user's input."""
+    """The tool on a terminal of so many columns, with its user's input. Without colors unless `kind` names a terminal
+    that has them."""
 
-    def __init__(self, namespace, *arguments, columns=80):
+    def __init__(self, namespace, *arguments, columns=80, kind="dumb", **environment):
         self._terminal, theirs = pty.openpty()
         fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
         self.process = namespace.popen([program(), *arguments], stdin=theirs, stdout=theirs, stderr=theirs,
-                                       env={**os.environ, "LC_ALL": "C.UTF-8"})
+                                       env={**ENVIRONMENT, "TERM": kind, **environment})
         os.close(theirs)
         self.bytes = b""
 
@@ -121,14 +125,22 @@ class Terminal:
         self.bytes += chunk
         return bool(chunk)
 
+    def read_to_end(self):
+        while self._read():
+            pass
+        os.close(self._terminal)
+
+    def answer(self, prompt, text):
+        """Waits for the prompt and types a line."""
+        self.read_until(prompt)
+        self.type(text + b"\n")
+
     def type(self, text):
         os.write(self._terminal, text)
 
     def finish(self):
         """Waits for the end; the code, and the lines that then stand on the screen."""
-        while self._read():
-            pass
-        os.close(self._terminal)
+        self.read_to_end()
         # A line of progress is overwritten with blanks.
         lines = [re.split("\r *\r", line)[-1] for line in self.bytes.decode().split("\r\n")]
         assert not re.search(r"[\x00-\x1f\x7f-\x9f]", "".join(lines)), lines

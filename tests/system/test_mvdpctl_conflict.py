@@ -1,12 +1,12 @@
 """mvdpctl asks who holds an address before it gives it to a panel: by ARP where it may, else as any user can."""
 
-import os
 
 import pytest
 
 from mvdp import Command
 from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
-    fixture_fake, program, Result, DONE, MAC, MAC2, PANEL_ADDRESS, SEARCHING, TOOL_ADDRESS, USAGE)
+    fixture_fake, program, Result, DONE, MAC, MAC2, PANEL_ADDRESS, SEARCHING, TOOL_ADDRESS, USAGE,
+    ENVIRONMENT)
 from fakepanel import Identity
 from netns import Namespace, join
 from waiting import PATIENCE
@@ -51,7 +51,7 @@ def fixture_mvdpctl(wire):
         if forget:
             wire[1].ip("neigh flush all")
         return Result(wire[1].run([*RIGHTS[rights], program(), *arguments], input=b"", capture_output=True,
-                                  timeout=4 * PATIENCE, env={**os.environ, "LC_ALL": "C.UTF-8"}))
+                                  timeout=4 * PATIENCE, env=ENVIRONMENT))
     return run
 
 

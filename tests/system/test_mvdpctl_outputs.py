@@ -6,7 +6,6 @@ three formats at once; where it changes a panel, each format has a panel of its 
 
 import concurrent.futures
 import copy
-import os
 import pathlib
 import re
 from typing import NamedTuple
@@ -18,7 +17,7 @@ from fakepanel import Identity
 from mvdp import Command
 from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_wire, program, DONE, FAR_ADDRESS, HASTY, MAC, MAC2, MAC3, NO_ANSWER, NO_MAC, OTHER_ADDRESS,
-    PATIENT, REFUSED, SEARCHING, Result, Watch)
+    PATIENT, REFUSED, SEARCHING, Result, Watch, ENVIRONMENT)
 from waiting import PATIENCE
 
 RECORDED = pathlib.Path(__file__).resolve().with_name("outputs")
@@ -103,7 +102,7 @@ def test_output_is_as_recorded(wire, fake, tmp_path, name):
         plan.write_text(case.plan.format(**own), encoding="ascii")
         return Result(wire[1].run(
             [program(), *(word.format(plan=plan, **own) for word in case.words), *list(FORMATS.values())[number]],
-            input=b"", capture_output=True, timeout=4 * PATIENCE, env={**os.environ, "LC_ALL": "C.UTF-8"}))
+            input=b"", capture_output=True, timeout=4 * PATIENCE, env=ENVIRONMENT))
 
     with concurrent.futures.ThreadPoolExecutor(len(FORMATS)) as pool:
         results = list(pool.map(run, range(len(FORMATS))))

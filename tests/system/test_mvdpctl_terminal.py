@@ -29,7 +29,7 @@ def test_sentences_and_errors_are_broken_between_words(wire, fake):
                             [["set", MAC, "--address", OTHER_ADDRESS, "--yes"], 0]):
         lines = show(wire, *arguments, code=code)
         assert max(map(len, lines)) <= 80, lines
-        assert all(line.startswith(("mvdpctl: ", "  ", MAC)) for line in lines)
+        assert all(line.startswith(("mvdpctl: ", "  ", MAC, OTHER_ADDRESS)) for line in lines)
 
 
 @pytest.mark.parametrize("columns", [80, 30])
@@ -41,6 +41,44 @@ def test_nothing_of_the_progress_stays(wire, fake, columns):
     progress = b"searching, round 1 of at most 100, panels: 0"[:columns - 1]
     assert terminal.bytes.startswith(progress + b"\r" + b" " * len(progress) + b"\r")
     assert b"\x1b" not in terminal.bytes
+
+
+@pytest.mark.parametrize("kind, environment, options, is_colored", [
+    ("xterm", {}, [], True), ("dumb", {}, [], False), ("xterm", {"NO_COLOR": "1"}, [], False),
+    ("xterm", {"NO_COLOR": ""}, [], True), ("xterm", {}, ["--color", "never"], False),
+    ("dumb", {"NO_COLOR": "1"}, ["--color=always"], True), ("xterm", {}, ["--json"], False)])
+def test_marks_are_colored(wire, fake, kind, environment, options, is_colored):
+    fake.panels = [Identity(mac=MAC), Identity(mac=MAC2)]
+    terminal = Terminal(wire[1], "discover", *options, *SEARCHING, kind=kind, **environment)
+    assert terminal.process.wait() == DONE
+    terminal.read_to_end()
+    assert (b"\x1b[31m*\x1b[0m" in terminal.bytes) == is_colored
+    assert (b"\x1b" in terminal.bytes) == is_colored
+
+
+@pytest.mark.parametrize("arguments", [["discover"], ["discover", "QM"], ["identify", "--all"], ["wink", "--all"],
+                                       ["echo", "--all", "--count", "1"], ["restart", "--all", "--yes"]],
+                         ids=" ".join)
+def test_lines_fit_fifty_columns(wire, fake, tmp_path, arguments):
+    names = tmp_path / "names.csv"
+    names.write_text(f"mac,name\n{MAC},Cabinet 7 at the gate\n{MAC2},8\n")
+    widest = {"address": "192.168.100.105", "gateway": "192.168.100.254"}
+    fake.panels = [Identity(mac=MAC, **widest, partition_version=0xFFFFFFFF, description=b"x" * 64),
+                   Identity(mac=MAC2, **widest, partition_version=0)]
+    ended, lines = Terminal(wire[1], *arguments, "--names", names, *SEARCHING, columns=50).finish()
+    assert ended == DONE
+    assert not [line for line in lines if len(line) > 50], lines
+    assert sum(MAC in line or MAC2 in line for line in lines) >= 2
+
+
+def test_interrupted_search_shows_what_was_found(wire, fake):
+    fake.panels = [Identity(mac=MAC), Identity(mac=MAC2, address=OTHER_ADDRESS, source=OTHER_ADDRESS)]
+    terminal = Terminal(wire[1], "discover", "--timeout", "3600")
+    terminal.read_until(b"panels: 2")
+    terminal.type(b"\x03")
+    ended, lines = terminal.finish()
+    assert (ended, lines[-2:]) == (DONE, ["2 panels.", "Interrupted; there may be more."])
+    assert [line[:17] for line in lines[-5:-2]] == ["MAC ADDRESS      ", MAC, MAC2]
 
 
 def test_marks_are_explained(wire, fake):
