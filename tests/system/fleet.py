@@ -75,10 +75,10 @@ class Fleet:
         """The MAC and IP address of every panel, sorted."""
         return sorted((mac_of(number), address_of(number)) for number in range(len(self.panels)))
 
-    def mvdpctl(self, *arguments):
+    def mvdpctl(self, *arguments, patience=4 * PATIENCE):
         """Runs the configuration tool in the tool's namespace; its exit code and output."""
         completed = self.tool.run([build_folder() / "tools" / "mvdpctl" / "mvdpctl", *arguments], input=b"",
-                                  capture_output=True, timeout=4 * PATIENCE, env={**os.environ, "LC_ALL": "C.UTF-8"})
+                                  capture_output=True, timeout=patience, env={**os.environ, "LC_ALL": "C.UTF-8"})
         return completed.returncode, completed.stdout.decode(), completed.stderr.decode()
 
     def discover(self, *arguments):
