@@ -58,3 +58,11 @@ QString probeNote(const std::vector<std::uint32_t> &addresses, const ProbeResult
     }
     return note;
 }
+
+#ifndef __linux__
+// Linux has another, in addressprobe_linux.cpp.
+ProbeResult probeAddresses(const std::vector<std::uint32_t> &addresses, const Transport &)
+{
+    return {{}, addresses, {}};
+}
+#endif

@@ -105,6 +105,7 @@ void Discovery::ask(int round)
         for (const Destination &destination : m_search.destinations)
             steps.push_back({destination});
     }
+    const auto time = m_search.patience.timeout / static_cast<int>(steps.size());
     for (const std::vector<Destination> &step : steps) {
         if (isComplete() || isInterrupted())
             return;
@@ -112,8 +113,7 @@ void Discovery::ask(int round)
         // A search with a condition continues, because the link may come up again.
         if (!m_anySent && !m_search.isComplete)
             m_exchange.failUnsent();
-        // From now on: to send can take long where the send buffer is full.
-        listen(round, Clock::now() + m_search.patience.timeout / static_cast<int>(steps.size()));
+        listen(round, Clock::now() + time); // sending can take long, where nobody holds an address
     }
 }
 
