@@ -1,5 +1,6 @@
 """mvdpctl asks who holds an address before it gives it to a panel: by ARP where it may, else as any user can."""
 
+import contextlib
 
 import pytest
 
@@ -7,7 +8,7 @@ from mvdp import Command
 from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, program, Result, DONE, MAC, MAC2, PANEL_ADDRESS, SEARCHING, TOOL_ADDRESS, USAGE,
     ENVIRONMENT)
-from fakepanel import Identity
+from fakepanel import FakePanel, Identity
 from netns import Namespace, join
 from waiting import PATIENCE
 
@@ -19,8 +20,8 @@ RIGHTS = {"root": [], "user": UNPRIVILEGED}
 HOW = {"root": "ARP", "user": "the neighbour table"}
 
 
-@pytest.fixture(name="wire", scope="module")
-def fixture_wire():
+@contextlib.contextmanager
+def wires():
     """The namespaces (panel, tool, stranger, far) on one switch. The stranger also routes to the far one."""
     with Namespace("panel") as panel, Namespace("tool") as tool, Namespace("stranger") as stranger, \
             Namespace("switch") as switch, Namespace("far") as far:
@@ -39,9 +40,20 @@ def fixture_wire():
         yield panel, tool, stranger, far
 
 
+@pytest.fixture(name="wire", scope="module")
+def fixture_wire():
+    with wires() as namespaces:
+        yield namespaces
+
+
 def _write(path, text):
     with open(path, "w", encoding="ascii") as setting:
         setting.write(text)
+
+
+def run_mvdpctl(tool, rights, *arguments):
+    return Result(tool.run([*RIGHTS[rights], program(), *arguments], input=b"", capture_output=True,
+                           timeout=4 * PATIENCE, env=ENVIRONMENT))
 
 
 @pytest.fixture(name="mvdpctl")
@@ -50,8 +62,7 @@ def fixture_mvdpctl(wire):
     def run(rights, *arguments, forget=True):
         if forget:
             wire[1].ip("neigh flush all")
-        return Result(wire[1].run([*RIGHTS[rights], program(), *arguments], input=b"", capture_output=True,
-                                  timeout=4 * PATIENCE, env=ENVIRONMENT))
+        return run_mvdpctl(wire[1], rights, *arguments)
     return run
 
 
@@ -138,17 +149,17 @@ def test_neighbour_of_long_ago_is_no_answer(wire, fake, mvdpctl):
     assert "nobody answered" in mvdpctl("root", *set_to(FREE), forget=False).err
 
 
-def test_old_neighbour_is_found_where_users_may_ping(wire, fake, mvdpctl):
-    """It has no open port and a firewall that drops all datagrams to closed ones."""
-    assert fake
-    wire[1].call(_write, "/proc/sys/net/ipv4/ping_group_range", "0 0")
-    wire[2].ip("rule add to 192.168.10.20 ipproto udp blackhole prio 0")
-    wire[1].ip(f"neigh replace {STRANGERS_ADDRESS} lladdr {STRANGER} dev eth0 nud stale")
-    try:
-        result = mvdpctl("user", *set_to(STRANGERS_ADDRESS), forget=False)
-    finally:
-        wire[1].call(_write, "/proc/sys/net/ipv4/ping_group_range", "1 0")
-        wire[2].ip("rule delete to 192.168.10.20 ipproto udp blackhole prio 0")
+def test_old_neighbour_is_found_where_users_may_ping():
+    """It answers no other datagrams."""
+    with wires() as (panel, tool, stranger, _):
+        tool.call(_write, "/proc/sys/net/ipv4/ping_group_range", "0 0")
+        stranger.ip(f"rule add to {STRANGERS_ADDRESS} ipproto udp blackhole prio 0")
+        tool.ip(f"neigh replace {STRANGERS_ADDRESS} lladdr {STRANGER} dev eth0 nud stale")
+        fake = FakePanel(panel, "eth0")
+        try:
+            result = run_mvdpctl(tool, "user", *set_to(STRANGERS_ADDRESS))
+        finally:
+            fake.close()
     assert result.code == USAGE
     assert "was asked for by the neighbour table and ping: somebody answered.\n" in result.err
     assert f"is held by {STRANGER}," in result.err
