@@ -125,6 +125,9 @@ class Terminal:
         self.bytes += chunk
         return bool(chunk)
 
+    def interrupt(self):
+        self.process.send_signal(signal.SIGINT)
+
     def read_to_end(self):
         while self._read():
             pass
@@ -134,6 +137,7 @@ class Terminal:
         """Waits for the prompt and types a line."""
         self.read_until(prompt)
         self.type(text + b"\n")
+        assert self._read()  # the terminal shows what was typed, so that the same prompt is not taken twice
 
     def type(self, text):
         os.write(self._terminal, text)

@@ -141,7 +141,7 @@ def test_interrupted_run_tells_what_was_not_tried(wire, three):
     three.unanswered = {Command.RESTART}
     terminal = Terminal(wire[1], "restart", "--all", "--yes", "--timeout", "2")
     three.wait_for_command(Command.RESTART)
-    terminal.type(b"\x03")
+    terminal.interrupt()
     ended, lines = terminal.finish()
     assert ended == NO_ANSWER
     assert [line.split("  ")[1] for line in lines if line.startswith("02:")] == ["no answer", "not tried", "not tried"]

@@ -43,8 +43,6 @@ def tour(wire, *arguments, home="/nonexistent", columns=80):
 
 def test_names_are_shown(row, mvdpctl, names):
     own = {"XDG_CONFIG_HOME": str(names.parents[1])}
-    assert [line.split("  ")[-2] for line in mvdpctl("discover", *SEARCHING, **own).lines] == [
-        "NAME      ".strip() + " " * 0, "Cabinet 1 ".strip(), "Cabinet 12"] or True
     lines = mvdpctl("discover", *SEARCHING, **own).lines
     assert lines[0].split() == ["MAC", "ADDRESS", "ADDRESS", "GATEWAY", "VERSION", "NAME", "DESCRIPTION"]
     assert ["Cabinet 1 " in lines[1], "Cabinet 12" in lines[2]] == [True, True]
@@ -126,14 +124,17 @@ def test_tour_goes_back_and_again(wire, row, tmp_path):
     assert [line.split("  ")[1] for line in lines if line.startswith("02:")] == ["kept", "skipped"]
 
 
-@pytest.mark.parametrize("last", [b"stop\n", b"\x03", b"\x04"], ids=["stop", "Ctrl-C", "Ctrl-D"])
+@pytest.mark.parametrize("last", [b"stop\n", None, b"\x04"], ids=["stop", "interrupt", "Ctrl-D"])
 def test_tour_that_ends_early_keeps_what_was_named(wire, row, tmp_path, last):
     path = tmp_path / "plant" / "names.csv"
     terminal = tour(wire, "--names", path)
     terminal.answer(b"Name> ", b"Cabinet 7")
     terminal.read_until(b"Name> ")
     assert path.read_text() == f"mac,name,remark\n{MAC},Cabinet 7,\n"
-    terminal.type(last)
+    if last:
+        terminal.type(last)
+    else:
+        terminal.interrupt()
     ended, lines = terminal.finish()
     assert ended == DONE
     assert [line.split("  ")[1] for line in lines if line.startswith("02:")] == ["named", "skipped"]
@@ -144,9 +145,9 @@ def test_tour_asks_again_for_what_is_no_name(wire, row, tmp_path):
     for answer in [b"192.168.10.5", b"x" * 65, b"x" * 5000, b"a\x1b[2Jb", b"Cabinet 7"]:
         terminal.answer(b"Name> ", answer)
     terminal.answer(b"Name> ", b"Cabinet 7")  # of two panels: it is told
-    ended, lines = terminal.finish_with_input()
+    ended, lines = terminal.finish()
     assert ended == DONE
-    assert f"mvdpctl: 'Cabinet 7' is also the name of {MAC}: give one of them another" in " ".join(lines)
+    assert f"mvdpctl: 'Cabinet 7' is also the name of {MAC}: give one of them another" in " ".join(line.strip() for line in lines)
     assert (tmp_path / "mvdpctl" / "names.csv").read_text().count("Cabinet 7") == 2
 
 
@@ -181,4 +182,4 @@ def test_tour_that_cannot_write_ends(wire, row, tmp_path):
     terminal.answer(b"Name> ", b"Cabinet 7")
     ended, lines = terminal.finish()
     assert ended in (USAGE, TROUBLE)
-    assert "names.csv" in " ".join(lines)
+    assert "names.csv" in " ".join(line.strip() for line in lines)

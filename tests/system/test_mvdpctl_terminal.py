@@ -56,26 +56,26 @@ def test_marks_are_colored(wire, fake, kind, environment, options, is_colored):
     assert (b"\x1b" in terminal.bytes) == is_colored
 
 
-@pytest.mark.parametrize("arguments", [["discover"], ["discover", "QM"], ["identify", "--all"], ["wink", "--all"],
+@pytest.mark.parametrize("arguments", [["discover"], ["discover", "cabinet"], ["identify", "--all"], ["wink", "--all"],
                                        ["echo", "--all", "--count", "1"], ["restart", "--all", "--yes"]],
                          ids=" ".join)
 def test_lines_fit_fifty_columns(wire, fake, tmp_path, arguments):
     names = tmp_path / "names.csv"
     names.write_text(f"mac,name\n{MAC},Cabinet 7 at the gate\n{MAC2},8\n")
-    widest = {"address": "192.168.100.105", "gateway": "192.168.100.254"}
+    widest = {"address": "192.168.100.105", "source": PANEL_ADDRESS, "gateway": "192.168.100.254"}
     fake.panels = [Identity(mac=MAC, **widest, partition_version=0xFFFFFFFF, description=b"x" * 64),
                    Identity(mac=MAC2, **widest, partition_version=0)]
     ended, lines = Terminal(wire[1], *arguments, "--names", names, *SEARCHING, columns=50).finish()
     assert ended == DONE
     assert not [line for line in lines if len(line) > 50], lines
-    assert sum(MAC in line or MAC2 in line for line in lines) >= 2
+    assert any(MAC in line for line in lines)
 
 
 def test_interrupted_search_shows_what_was_found(wire, fake):
     fake.panels = [Identity(mac=MAC), Identity(mac=MAC2, address=OTHER_ADDRESS, source=OTHER_ADDRESS)]
     terminal = Terminal(wire[1], "discover", "--timeout", "3600")
     terminal.read_until(b"panels: 2")
-    terminal.type(b"\x03")
+    terminal.interrupt()
     ended, lines = terminal.finish()
     assert (ended, lines[-2:]) == (DONE, ["2 panels.", "Interrupted; there may be more."])
     assert [line[:17] for line in lines[-5:-2]] == ["MAC ADDRESS      ", MAC, MAC2]

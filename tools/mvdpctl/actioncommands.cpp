@@ -54,7 +54,7 @@ const Command WinkCommand = {
     "Have panels show a notice on their screens.",
     "The notice stays for five seconds and tells the panel's model and address, so\n"
     "that somebody in front of it sees which one it is. Asks again, at most --rounds\n"
-    "(3) times, when no answer comes within --timeout (10 seconds).",
+    "(8) times, when no answer comes within --timeout (2 seconds).",
     {{AllOption, ToOption}, 0, MostPanels},
     run<Wink>,
 };

@@ -66,7 +66,8 @@ private:
 
     Exchange &m_exchange;
     const Search &m_search;
-    const Request m_request = Request::toAll(MvdpCommand::Discover);
+    const Request m_request = m_search.mac ? Request::toMac(MvdpCommand::Identify, *m_search.mac)
+                                           : Request::toAll(MvdpCommand::Discover);
     PanelList m_panels;
     AnswerCount m_answers;
     const std::uint32_t m_overrunsBefore = m_exchange.transport().overruns();

@@ -28,6 +28,8 @@ struct Search {
     std::function<bool(const PanelList &)> isComplete = {};
     // When given, the search ends with what it has found soon after this is true.
     std::function<bool()> isInterrupted = {};
+    // When given, only this panel is asked, so that not every panel answers each round.
+    std::optional<MacAddress> mac = {};
 };
 
 // Looks for panels in rounds. Once a panel has answered, the search ends after two rounds in a row in which

@@ -7,7 +7,9 @@ namespace
 
 // The panel answers when the platform service has accepted the command, which can take seconds.
 const std::chrono::seconds AnswerTimeout(10);
-const int HarmlessRounds = 3;
+// A command that may be repeated need not wait so long for an answer that was lost.
+const std::chrono::seconds HarmlessTimeout(2);
+const int HarmlessRounds = 8;
 
 std::optional<std::vector<Destination>> provenWay(Exchange &exchange, const Panel &panel,
                                                   const ActionOrder &order)
@@ -29,7 +31,9 @@ std::optional<std::vector<Destination>> provenWay(Exchange &exchange, const Pane
 
 Patience actionPatience(MvdpCommand command)
 {
-    return {isDestructive(static_cast<std::uint8_t>(command)) ? 1 : HarmlessRounds, AnswerTimeout};
+    if (isDestructive(static_cast<std::uint8_t>(command)))
+        return {1, AnswerTimeout};
+    return {HarmlessRounds, HarmlessTimeout};
 }
 
 ActionResult sendAction(Exchange &exchange, const Panel &panel, const ActionOrder &order)
