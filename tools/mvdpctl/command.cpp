@@ -26,9 +26,8 @@ QString optionLines(const std::vector<Option> &options)
 
 std::vector<const Command *> allCommands()
 {
-    return {&DiscoverCommand, &WatchCommand,        &IdentifyCommand,
-            &EchoCommand,     &SetCommand,          &WinkCommand,
-            &RestartCommand,  &ResetNetworkCommand, &RestoreDefaultsCommand,
+    return {&DiscoverCommand, &WatchCommand, &IdentifyCommand, &EchoCommand,         &SetCommand,
+            &PlanCommand,     &WinkCommand,  &RestartCommand,  &ResetNetworkCommand, &RestoreDefaultsCommand,
             &TourCommand,     &RawCommand};
 }
 

@@ -24,6 +24,7 @@ extern const Command WatchCommand;
 extern const Command IdentifyCommand;
 extern const Command EchoCommand;
 extern const Command SetCommand;
+extern const Command PlanCommand;
 extern const Command WinkCommand;
 extern const Command RestartCommand;
 extern const Command ResetNetworkCommand;
