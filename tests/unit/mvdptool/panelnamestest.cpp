@@ -197,6 +197,8 @@ void PanelNamesTest::namesAreSetAndAllElseIsKept_data()
     row("the same", "mac,name\n02005e100001,\"old\"\n", " old ", "mac,name\n02005e100001,\"old\"\n");
     row("another case", "mac,name\n02005e100001,old\n", "Old", "mac,name\n02005e100001,Old\n");
     row("quotes and formula", "mac;name\n", "=5\"; x", "mac;name\n02:00:5e:10:00:01;\"'=5\"\"; x\"\n");
+    row("quotes in its row", "mac,name,remark\n02005e100001,old,here\n", "a,b",
+        "mac,name,remark\n02005e100001,\"a,b\",here\n");
     row("blanks at the ends", "mac,name\n", " x ", "mac,name\n02:00:5e:10:00:01,x\n");
 }
 

@@ -163,6 +163,8 @@ void PlanFileTest::brokenPlansAreRefused_data()
              "{\"panels\":[{\"mac\":\"02005e100001\",\"netmask\":8},\n"
              " {\"mac\":\"02005e100001\",\"netmask\":8}]}",
              "plan:2:2: 02:00:5e:10:00:01 is in the plan already, in line 1");
+    document("list twice", R"({"panels":[{"mac":"02005e100001","netmask":8}],"panels":[{"mac":"x"}]})",
+             "plan:1:65: 'x' is no MAC address");
     document(
         "behind texts and lists of any kind",
         R"({"a":[{"panels":[1]},"]}\\\""],"panels":[{"mac":"x\"\\","marks":[{}, [1,"}"]], "\u006dac":"y"}]})",
