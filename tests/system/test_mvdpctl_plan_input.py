@@ -38,7 +38,8 @@ def is_untouched(fake):
 
 # --dry-run
 
-@pytest.mark.parametrize("text, code", [(GOOD, DONE), (MISSING, NO_ANSWER), (CLASHING, USAGE)])
+@pytest.mark.parametrize("text, code", [(GOOD, DONE), (MISSING, NO_ANSWER), (CLASHING, USAGE)],
+                         ids=["good", "missing", "clashing"])
 def test_dry_run_tells_and_sends_nothing(fake, mvdpctl, plan, text, code):
     path = plan(text)
     shown = mvdpctl("set", "--from", path, "--dry-run", *SEARCHING)
@@ -98,7 +99,7 @@ def test_plan_without_changes_needs_no_consent(mvdpctl, plan):
 # Standard input
 
 @pytest.mark.parametrize("form, text", [
-    ("csv", GOOD), ("json", json.dumps([{"mac": MAC, "address": "192.168.10.21/24"}]))])
+    ("csv", GOOD), ("json", json.dumps([{"mac": MAC, "address": "192.168.10.21/24"}]))], ids=["csv", "json"])
 def test_plan_is_read_from_standard_input(fake, mvdpctl, form, text):
     words = ["set", "--from", "-", "--format", form, *SEARCHING]
     refused = mvdpctl(*words, stdin=text.encode())

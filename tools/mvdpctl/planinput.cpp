@@ -47,7 +47,7 @@ PlanContent readPlan(const Arguments &arguments, Terminal &terminal)
     const bool isPiped = isStandardInput(path);
     const QByteArray bytes = isPiped ? TextFile::bytesOfStandardInput() : TextFile::bytesOf(path);
     const QString name = isPiped ? QStringLiteral("standard input") : path;
-    const PlanContent content = parsePlan(bytes, format, name);
+    PlanContent content = parsePlan(bytes, format, name);
     QStringList unknown;
     for (const QString &column : content.unknownColumns)
         unknown << quoted(column);

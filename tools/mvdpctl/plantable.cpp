@@ -146,7 +146,7 @@ QStringList planLines(const Plan &plan, int columns)
     for (const PlanStep &step : plan.steps)
         sections.push_back(sectionOf(step));
     for (const bool hasRemarks : {true, false}) {
-        const QStringList lines = wideTable(sections, hasRemarks);
+        QStringList lines = wideTable(sections, hasRemarks);
         if (std::all_of(lines.begin(), lines.end(),
                         [columns](const QString &line) { return fits(line, columns); }))
             return lines;
