@@ -145,16 +145,12 @@ void checkForScripts(const Panel &panel)
     const QStringList fields = csvFields(object, columns);
     const QString line = csvLine(fields);
     REQUIRE(line.endsWith(QLatin1Char('\n')) && isHarmless(line.chopped(1)));
-    const std::vector<CsvRecord> records = csvRecords(csvLine(columns) + line);
-    REQUIRE(records.size() == 2 && records[0].fields == columns);
-    REQUIRE(records[1].fields.size() == fields.size());
-    for (int i = 0; i < fields.size(); ++i) {
-        const QString &told = records[1].fields.at(i);
-        // An apostrophe keeps a spreadsheet from taking a text for a formula.
-        const QString &field = fields.at(i);
-        const bool isFormula = !field.isEmpty() && QStringLiteral("=+-@").contains(field.at(0));
-        REQUIRE(told == (isFormula ? QLatin1Char('\'') + field : field));
-    }
+    TextFile file((csvLine(columns) + line).toUtf8(), QStringLiteral("panels.csv"), ToolError::BadInput, {});
+    const CsvTable table = csvTable(file);
+    file.throwMistakes();
+    REQUIRE(table.headings == columns && table.rows.size() == 1);
+    for (int i = 0; i < fields.size(); ++i)
+        REQUIRE(table.rows[0].at(static_cast<std::size_t>(i)).text == fields.at(i));
 }
 
 void checkForPeople(const PanelList &panels)
@@ -165,13 +161,16 @@ void checkForPeople(const PanelList &panels)
     const std::vector<Panel> sorted = panels.sorted();
     const std::vector<Marks> marks = marksOf(panels, {own});
     REQUIRE(sorted.size() == panels.size() && marks.size() == sorted.size());
-    for (const int columns : {0, 80}) {
-        const QStringList table = panelTable(sorted, marks, columns);
+    std::vector<PanelRow> rows;
+    for (std::size_t index = 0; index < sorted.size(); ++index)
+        rows.push_back({sorted[index], marks[index], QString()});
+    for (const int columns : {0, 50, 80}) {
+        const QStringList table = panelTable(rows, {columns, false}).lines;
         REQUIRE(static_cast<std::size_t>(table.size()) == sorted.size() + 1 && areHarmless(table));
     }
     REQUIRE(areHarmless(markLines(markNotes(panels, {own}))));
     for (const Panel &panel : sorted)
-        REQUIRE(areHarmless(panelDetails(panel, interfaceName)));
+        REQUIRE(areHarmless(panelDetails(panel, {}, interfaceName)));
 }
 
 } // namespace
