@@ -14,18 +14,21 @@ ZSH_DRIVER = pathlib.Path(__file__).resolve().with_name("zshcompletion.zsh")
 BASH = """
 set -u
 source "$1/mvdpctl.bash"
-read -ra COMP_WORDS <<<"$2"
+# Equals signs and colons are words of their own, as in the shell.
+read -ra COMP_WORDS <<<"$(sed 's/[=:]/ & /g' <<<"$2")"
 case $2 in *' ') COMP_WORDS+=("") ;; esac
 COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
 # As the shell itself does it: the function that is registered for the program.
 $(complete -p mvdpctl | sed 's/.*-F \\([^ ]*\\) .*/\\1/')
-printf '%s\\n' ${COMPREPLY[@]+"${COMPREPLY[@]}"}
+for word in ${COMPREPLY[@]+"${COMPREPLY[@]}"}; do echo "$word"; done
 """
 FISH = 'source "$argv[1]/mvdpctl.fish"; complete -C "$argv[2]"'
 
 
 # The long form of an option in a help text's list.
 OPTION = re.compile(r"^  (?:-\w, |    )(--[a-z-]+)", re.MULTILINE)
+# Both forms of an option that takes a value.
+VALUED = re.compile(r"^  (?:(-\w), |    )(--[a-z-]+) [A-Z[]", re.MULTILINE)
 
 
 def said(*arguments, **options):
@@ -67,6 +70,10 @@ def options(*command):
     return names
 
 
+def valued_options(*command):
+    return [name for names in VALUED.findall(help_text(*command)) for name in names if name]
+
+
 @pytest.fixture(name="complete", params=[bash, zsh, fish], ids=lambda shell: shell.__name__)
 def fixture_complete(request):
     return request.param
@@ -86,20 +93,53 @@ def test_options_of_each_command_are_completed(complete):
         assert complete(f"mvdpctl {command} --") == options(command), command
 
 
-def test_version_and_help_are_completed(complete):
-    assert complete("mvdpctl --") >= {"--version", "--help"}
+def test_options_that_every_command_takes_are_completed_before_it(complete):
+    assert complete("mvdpctl --") == options()
 
 
-def test_values_are_completed(complete, tmp_path):
-    assert complete("mvdpctl restore-defaults --marker ") == {"absolute", "relative"}
+def test_options_before_the_command_are_passed_over(complete):
+    valued = {option for command in [(), *((name,) for name in commands())] for option in valued_options(*command)}
+    assert {"-i", "--interface", "--hex"} <= valued
+    long_forms = "".join(f"{option} echo " for option in valued if option.startswith("--"))
+    # A value that is taken for the command makes it another command.
+    for before in (long_forms, "-vi echo -t5 --color=echo ", "-jiecho -t echo --mac 02:00:5e:10:00:01 "):
+        assert complete(f"mvdpctl {before}set --dry") == {"--dry-run"}, before
+    assert complete("mvdpctl --quiet -i echo disc") == {"discover"}
+
+
+def test_options_of_an_abbreviated_command_are_completed(complete):
+    assert complete("mvdpctl disc --") == options("discover")
+    assert complete("mvdpctl restart --quiet restore-defaults --m") == set()
+    assert complete("mvdpctl res --m") == set()
+
+
+@pytest.mark.parametrize("option, values", [
+    ("restore-defaults --marker", {"absolute", "relative"}),
+    ("set --format", {"csv", "json"}),
+    ("discover --color", {"auto", "always", "never"}),
+    ("--color", {"auto", "always", "never"}),
+], ids=lambda each: each if isinstance(each, str) else "")
+def test_words_that_an_option_takes_are_completed(complete, option, values):
+    assert complete(f"mvdpctl {option} ") == values
+    first = min(values)
+    # Some shells complete the value, some the whole word.
+    assert {word.split("=")[-1] for word in complete(f"mvdpctl {option}={first[:2]}")} == {first}
+
+
+def test_files_and_interfaces_are_completed(complete, tmp_path):
     for name in ("plan.csv", "plan.json"):
         (tmp_path / name).touch()
     assert {"plan.csv", "plan.json"} <= complete("mvdpctl set --from ", cwd=tmp_path)
-    assert "lo" in complete("mvdpctl discover --interface ")
+    assert "plan.csv" in complete("mvdpctl discover --names ", cwd=tmp_path)
+    for option in ("--interface", "-i"):
+        assert "lo" in complete(f"mvdpctl discover {option} ")
 
 
 def test_values_that_are_typed_are_not_made_up(complete):
-    assert not [word for word in complete("mvdpctl discover --timeout ") if word.startswith("-")]
+    typed = set(valued_options("raw")) - {"-i", "--interface", "--names", "--color"}
+    assert {"-t", "--timeout", "--hex"} <= typed
+    for option in typed:
+        assert complete(f"mvdpctl raw {option} ") == set(), option
 
 
 def listed_options(heading, *command):

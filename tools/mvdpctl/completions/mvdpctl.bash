@@ -8,40 +8,96 @@ _mvdpctl_interfaces() {
     done
 }
 
+# Folders, and the files with one of these suffixes whose names begin with the first argument.
+_mvdpctl_files() {
+    local word=$1 suffix
+    shift
+    compgen -d -- "$word"
+    for suffix in "$@"; do
+        compgen -f -X "!*$suffix" -- "$word"
+    done
+}
+
+# The options of a command; without one, those of every command.
 _mvdpctl_options() {
-    local common="--interface --source-port --timeout --rounds --json --csv --quiet --verbose --yes --help"
+    local common="--interface --source-port --timeout --rounds --names --json --csv --quiet --verbose --color --yes
+        --help --version"
     case $1 in
-    discover | watch) echo "$common" ;;
-    identify | wink | restart | reset-network) echo "$common --to" ;;
-    restore-defaults) echo "$common --to --marker" ;;
-    echo) echo "$common --to --count --interval" ;;
-    set) echo "$common --to --address --netmask --gateway --from --force" ;;
+    "" | discover | watch | tour) echo "$common" ;;
+    identify | wink) echo "$common --all --to" ;;
+    echo) echo "$common --all --to --count --interval" ;;
+    set) echo "$common --to --address --netmask --gateway --from --format --dry-run --wait --force" ;;
+    restart | reset-network) echo "$common --all --to --wait" ;;
+    restore-defaults) echo "$common --all --to --wait --marker" ;;
     raw) echo "$common --to --mac --address --netmask --gateway --hex --length" ;;
     esac
 }
 
+# True when the next word is the value of this option.
+_mvdpctl_takes_value() {
+    case $1 in
+    --interface | --source-port | --timeout | --rounds | --names | --color | --to | --count | --interval | \
+        --address | --netmask | --gateway | --from | --format | --marker | --mac | --hex | --length) ;;
+    --*) return 1 ;;
+    # Behind a letter that takes a value, the rest of the word is the value.
+    -?*) [ -z "${1#*[it]}" ] ;;
+    *) return 1 ;;
+    esac
+}
+
+# The command before the cursor, also when only the beginning of its name is there; nothing when there is none.
+_mvdpctl_command() {
+    local index word found
+    for ((index = 1; index < COMP_CWORD; ++index)); do
+        word=${COMP_WORDS[index]}
+        case $word in
+        # Bash splits --option=value into three words, and a MAC address into eleven.
+        [=:]*) index=$((index + 1)) ;;
+        -*)
+            if _mvdpctl_takes_value "$word" && [ "${COMP_WORDS[index + 1]}" != "=" ]; then
+                index=$((index + 1))
+            fi
+            ;;
+        *)
+            mapfile -t found < <(compgen -W "$1" -- "$word")
+            [ "${#found[@]}" -eq 1 ] && word=${found[0]}
+            echo "$word"
+            return
+            ;;
+        esac
+    done
+}
+
 _mvdpctl() {
-    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local commands="discover watch identify echo set wink restart reset-network restore-defaults raw"
-    COMPREPLY=()
-    if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$word")
-        return
+    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command
+    local words="discover watch identify echo set wink restart reset-network restore-defaults tour raw"
+    if [ "$word" = "=" ]; then
+        word=
+    elif [ "$previous" = "=" ]; then
+        previous=${COMP_WORDS[COMP_CWORD - 2]}
     fi
+    COMPREPLY=()
     case $previous in
-    --interface) mapfile -t COMPREPLY < <(compgen -W "$(_mvdpctl_interfaces)" -- "$word") ;;
+    --interface | -i) mapfile -t COMPREPLY < <(compgen -W "$(_mvdpctl_interfaces)" -- "$word") ;;
+    --color) mapfile -t COMPREPLY < <(compgen -W "auto always never" -- "$word") ;;
+    --format) mapfile -t COMPREPLY < <(compgen -W "csv json" -- "$word") ;;
     --marker) mapfile -t COMPREPLY < <(compgen -W "absolute relative" -- "$word") ;;
+    --names)
+        compopt -o filenames 2>/dev/null
+        mapfile -t COMPREPLY < <(_mvdpctl_files "$word" .csv)
+        ;;
     --from)
         compopt -o filenames 2>/dev/null
-        mapfile -t COMPREPLY < <(
-            compgen -d -- "$word"
-            compgen -f -X '!*.csv' -- "$word"
-            compgen -f -X '!*.json' -- "$word"
-        )
+        mapfile -t COMPREPLY < <(_mvdpctl_files "$word" .csv .json)
         ;;
-    --source-port | --timeout | --rounds | --to | --count | --interval | --address | --netmask | --gateway | \
-        --mac | --hex | --length) ;;
-    *) mapfile -t COMPREPLY < <(compgen -W "$(_mvdpctl_options "$command")" -- "$word") ;;
+    *)
+        _mvdpctl_takes_value "$previous" && return
+        command=$(_mvdpctl_command "$words")
+        if [ -n "$command" ] || [[ $word == -* ]]; then
+            words=$(_mvdpctl_options "$command")
+        fi
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+        ;;
     esac
 }
 

@@ -1,47 +1,87 @@
 # Completion of mvdpctl for fish. What panels there are is not asked: pressing Tab must not send anything.
 
+function __mvdpctl_commands
+    printf '%s\t%s\n' \
+        discover 'Find panels' \
+        watch 'Show panels appear, change and vanish' \
+        identify 'Show the identity of panels' \
+        echo 'Have panels send datagrams back' \
+        set 'Give panels another address' \
+        wink 'Have panels show a notice on their screens' \
+        restart 'Restart panels' \
+        reset-network 'Give panels their network settings of the factory' \
+        restore-defaults 'Have panels restore their defaults' \
+        tour 'Wink at one panel after the other and take down their names' \
+        raw 'Send any command code'
+end
+
+# True when the next word is the value of this option.
+function __mvdpctl_takes_value
+    contains -- $argv[1] --interface --source-port --timeout --rounds --names --color --to --count --interval \
+        --address --netmask --gateway --from --format --marker --mac --hex --length
+    # Behind a letter that takes a value, the rest of the word is the value.
+    or string match -qr '^-[^-it]*[it]$' -- $argv[1]
+end
+
+# The command before the cursor, also when only the beginning of its name is there; nothing when there is none.
+function __mvdpctl_command
+    set -l previous ""
+    for word in (commandline -opc)[2..]
+        if __mvdpctl_takes_value "$previous"
+            set previous ""
+        else if string match -q -- '-*' $word
+            set previous $word
+        else
+            set -l found (__mvdpctl_commands | string match -r -- '^'(string escape --style=regex -- $word)'[^\t]*')
+            test (count $found) -eq 1; and echo $found; or echo $word
+            return
+        end
+    end
+end
+
 function __mvdpctl_needs_command
-    test (count (commandline -opc)) -eq 1
+    test -z (__mvdpctl_command)
 end
 
+# True for one of these commands. All options may stand before the command: there they are known, so that their
+# values are completed, but not offered.
 function __mvdpctl_command_is
-    set -l words (commandline -opc)
-    test (count $words) -gt 1; and contains -- $words[2] $argv
+    set -l command (__mvdpctl_command)
+    if test -z "$command"
+        not string match -q -- '-*' (commandline -ct)
+    else
+        contains -- $command $argv
+    end
 end
-
-set -l commands discover watch identify echo set wink restart reset-network restore-defaults raw
 
 complete -c mvdpctl -f
-complete -c mvdpctl -n __mvdpctl_needs_command -a discover -d 'Find panels'
-complete -c mvdpctl -n __mvdpctl_needs_command -a watch -d 'Show panels appear, change and vanish'
-complete -c mvdpctl -n __mvdpctl_needs_command -a identify -d 'Show the identity of one panel'
-complete -c mvdpctl -n __mvdpctl_needs_command -a echo -d 'Have a panel send datagrams back'
-complete -c mvdpctl -n __mvdpctl_needs_command -a set -d 'Give panels another address'
-complete -c mvdpctl -n __mvdpctl_needs_command -a wink -d 'Have a panel show a notice on its screen'
-complete -c mvdpctl -n __mvdpctl_needs_command -a restart -d 'Restart a panel'
-complete -c mvdpctl -n __mvdpctl_needs_command -a reset-network -d 'Give a panel its network settings of the factory'
-complete -c mvdpctl -n __mvdpctl_needs_command -a restore-defaults -d 'Have a panel restore its defaults'
-complete -c mvdpctl -n __mvdpctl_needs_command -a raw -d 'Send any command code'
-complete -c mvdpctl -n __mvdpctl_needs_command -l version -d 'Show the version'
-complete -c mvdpctl -l help -d 'Show help'
+complete -c mvdpctl -n __mvdpctl_needs_command -a '(__mvdpctl_commands)'
 
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l interface -x -a '(path basename /sys/class/net/*)' -d 'Use this interface only'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l source-port -x -d 'Send from this UDP port'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l timeout -x -d 'Seconds to wait in each round'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l rounds -x -d 'How often to ask, at most'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l json -d 'Print the result as JSON'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l csv -d 'Print the result as comma-separated values'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l quiet -d 'Print results and errors only'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l verbose -d 'Show the datagrams'
-complete -c mvdpctl -n "__mvdpctl_command_is $commands" -l yes -d 'Do not ask before a dangerous command'
+complete -c mvdpctl -s i -l interface -x -a '(path basename /sys/class/net/*)' -d 'Use this interface only'
+complete -c mvdpctl -l source-port -x -d 'Send from this UDP port'
+complete -c mvdpctl -s t -l timeout -x -d 'Seconds to wait in each round'
+complete -c mvdpctl -l rounds -x -d 'How often to ask, at most'
+complete -c mvdpctl -l names -r -a '(__fish_complete_suffix .csv)' -d 'The file of names'
+complete -c mvdpctl -s j -l json -d 'Print the result as JSON'
+complete -c mvdpctl -l csv -d 'Print the result as comma-separated values'
+complete -c mvdpctl -l quiet -d 'Print results and errors only'
+complete -c mvdpctl -s v -l verbose -d 'Show the datagrams'
+complete -c mvdpctl -l color -x -a 'auto always never' -d 'Color marks'
+complete -c mvdpctl -l yes -d 'Do not ask before a dangerous command'
+complete -c mvdpctl -s h -l help -d 'Show help'
+complete -c mvdpctl -s V -l version -d 'Show the version'
 
+complete -c mvdpctl -n '__mvdpctl_command_is identify echo wink restart reset-network restore-defaults' -l all -d 'Every panel that fits'
 complete -c mvdpctl -n '__mvdpctl_command_is identify echo set wink restart reset-network restore-defaults raw' -l to -x -d 'Reach the panel at this address'
+complete -c mvdpctl -n '__mvdpctl_command_is set restart reset-network restore-defaults' -l wait -d 'Wait for a panel that restarts'
 complete -c mvdpctl -n '__mvdpctl_command_is echo' -l count -x -d 'How many'
 complete -c mvdpctl -n '__mvdpctl_command_is echo' -l interval -x -d 'Seconds between two'
 complete -c mvdpctl -n '__mvdpctl_command_is set raw' -l address -x -d 'The new address'
 complete -c mvdpctl -n '__mvdpctl_command_is set raw' -l netmask -x -d 'The new netmask'
 complete -c mvdpctl -n '__mvdpctl_command_is set raw' -l gateway -x -d 'The new gateway'
 complete -c mvdpctl -n '__mvdpctl_command_is set' -l from -r -a '(__fish_complete_suffix .csv; __fish_complete_suffix .json)' -d 'Take panels and settings from a file'
+complete -c mvdpctl -n '__mvdpctl_command_is set' -l format -x -a 'csv json' -d 'How the file is written'
+complete -c mvdpctl -n '__mvdpctl_command_is set' -l dry-run -d 'Tell what would be done'
 complete -c mvdpctl -n '__mvdpctl_command_is set' -l force -d 'Send also settings that look wrong'
 complete -c mvdpctl -n '__mvdpctl_command_is restore-defaults' -l marker -x -a 'absolute relative' -d 'Which marker file'
 complete -c mvdpctl -n '__mvdpctl_command_is raw' -l mac -x -d 'The panel that is meant'
