@@ -27,6 +27,7 @@ _mvdpctl_options() {
     identify | wink) echo "$common --all --to" ;;
     echo) echo "$common --all --to --count --interval" ;;
     set) echo "$common --to --address --netmask --gateway --from --format --dry-run --wait --force" ;;
+    plan) echo "$common --range --netmask --gateway --order" ;;
     restart | reset-network) echo "$common --all --to --wait" ;;
     restore-defaults) echo "$common --all --to --wait --marker" ;;
     raw) echo "$common --to --mac --address --netmask --gateway --hex --length" ;;
@@ -37,7 +38,8 @@ _mvdpctl_options() {
 _mvdpctl_takes_value() {
     case $1 in
     --interface | --source-port | --timeout | --rounds | --names | --color | --to | --count | --interval | \
-        --address | --netmask | --gateway | --from | --format | --marker | --mac | --hex | --length) ;;
+        --address | --netmask | --gateway | --from | --format | --range | --order | --marker | --mac | --hex | \
+        --length) ;;
     --*) return 1 ;;
     # Behind a letter that takes a value, the rest of the word is the value.
     -?*) [ -z "${1#*[it]}" ] ;;
@@ -70,7 +72,7 @@ _mvdpctl_command() {
 
 _mvdpctl() {
     local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command
-    local words="discover watch identify echo set wink restart reset-network restore-defaults tour raw"
+    local words="discover watch identify echo set plan wink restart reset-network restore-defaults tour raw"
     if [ "$word" = "=" ]; then
         word=
     elif [ "$previous" = "=" ]; then
@@ -81,6 +83,7 @@ _mvdpctl() {
     --interface | -i) mapfile -t COMPREPLY < <(compgen -W "$(_mvdpctl_interfaces)" -- "$word") ;;
     --color) mapfile -t COMPREPLY < <(compgen -W "auto always never" -- "$word") ;;
     --format) mapfile -t COMPREPLY < <(compgen -W "csv json" -- "$word") ;;
+    --order) mapfile -t COMPREPLY < <(compgen -W "mac names model" -- "$word") ;;
     --marker) mapfile -t COMPREPLY < <(compgen -W "absolute relative" -- "$word") ;;
     --names)
         compopt -o filenames 2>/dev/null

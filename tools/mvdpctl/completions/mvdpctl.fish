@@ -7,6 +7,7 @@ function __mvdpctl_commands
         identify 'Show the identity of panels' \
         echo 'Have panels send datagrams back' \
         set 'Give panels another address' \
+        plan 'Make a plan that gives panels the addresses of a range' \
         wink 'Have panels show a notice on their screens' \
         restart 'Restart panels' \
         reset-network 'Give panels their network settings of the factory' \
@@ -18,7 +19,7 @@ end
 # True when the next word is the value of this option.
 function __mvdpctl_takes_value
     contains -- $argv[1] --interface --source-port --timeout --rounds --names --color --to --count --interval \
-        --address --netmask --gateway --from --format --marker --mac --hex --length
+        --address --netmask --gateway --from --format --range --order --marker --mac --hex --length
     # Behind a letter that takes a value, the rest of the word is the value.
     or string match -qr '^-[^-it]*[it]$' -- $argv[1]
 end
@@ -77,12 +78,14 @@ complete -c mvdpctl -n '__mvdpctl_command_is set restart reset-network restore-d
 complete -c mvdpctl -n '__mvdpctl_command_is echo' -l count -x -d 'How many'
 complete -c mvdpctl -n '__mvdpctl_command_is echo' -l interval -x -d 'Seconds between two'
 complete -c mvdpctl -n '__mvdpctl_command_is set raw' -l address -x -d 'The new address'
-complete -c mvdpctl -n '__mvdpctl_command_is set raw' -l netmask -x -d 'The new netmask'
-complete -c mvdpctl -n '__mvdpctl_command_is set raw' -l gateway -x -d 'The new gateway'
+complete -c mvdpctl -n '__mvdpctl_command_is set plan raw' -l netmask -x -d 'The new netmask'
+complete -c mvdpctl -n '__mvdpctl_command_is set plan raw' -l gateway -x -d 'The new gateway'
 complete -c mvdpctl -n '__mvdpctl_command_is set' -l from -r -a '(__fish_complete_suffix .csv; __fish_complete_suffix .json)' -d 'Take panels and settings from a file'
 complete -c mvdpctl -n '__mvdpctl_command_is set' -l format -x -a 'csv json' -d 'How the file is written'
 complete -c mvdpctl -n '__mvdpctl_command_is set' -l dry-run -d 'Tell what would be done'
 complete -c mvdpctl -n '__mvdpctl_command_is set' -l force -d 'Send also settings that look wrong'
+complete -c mvdpctl -n '__mvdpctl_command_is plan' -l range -x -d 'The addresses to give'
+complete -c mvdpctl -n '__mvdpctl_command_is plan' -l order -x -a 'mac names model' -d 'In which order to give them'
 complete -c mvdpctl -n '__mvdpctl_command_is restore-defaults' -l marker -x -a 'absolute relative' -d 'Which marker file'
 complete -c mvdpctl -n '__mvdpctl_command_is raw' -l mac -x -d 'The panel that is meant'
 complete -c mvdpctl -n '__mvdpctl_command_is raw' -l hex -x -d 'Put these bytes'
