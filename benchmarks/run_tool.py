@@ -40,7 +40,7 @@ PATIENCE = 3600  # with a plan on the lossy wire
 LIMITED_BROADCAST = "255.255.255.255"
 NETMASK = "255.255.248.0"
 # Whether mvdpctl has the command `tour`.
-HAS_TOUR = False
+HAS_TOUR = True
 
 
 @dataclasses.dataclass

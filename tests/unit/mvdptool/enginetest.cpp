@@ -254,9 +254,9 @@ void EngineTest::settingsAreAwaited()
     played.reset();
     const Patience hasty = {1, std::chrono::milliseconds(100)};
     const NetworkSettings wanted = {0x7F000001, 0xFF000000, 0};
-    const auto searches = frontEnd.commandsSent.count(1);
+    const auto searches = frontEnd.commandsSent.count(4);
     const SettingsWait wait = {std::chrono::hours(1), [&] {
-                                   if (!played && frontEnd.commandsSent.count(1) > searches + 10)
+                                   if (!played && frontEnd.commandsSent.count(4) > searches + 10)
                                        played = std::make_unique<PlayedPanel>();
                                    return false;
                                }};
