@@ -39,8 +39,6 @@ BUFFER = 1 << 20
 PATIENCE = 3600  # with a plan on the lossy wire
 LIMITED_BROADCAST = "255.255.255.255"
 NETMASK = "255.255.248.0"
-# Whether mvdpctl has the command `tour`.
-HAS_TOUR = True
 
 
 @dataclasses.dataclass
@@ -136,7 +134,7 @@ class Plant:
         return self._results("already so")
 
     def wink(self):
-        return sum(self.fleet.mvdpctl("wink", mac_of(number))[0] == 0 for number in range(self.size))
+        return sum(each["result"] == "done" for each in self._json("wink", "--all")["results"])
 
     def tour(self):
         """Answers each prompt with a name."""
@@ -185,10 +183,9 @@ TASKS = [
     ("`discover`", None, Plant.discover, Plant.bare_discover, RUNS),
     ("a plan: new addresses for all", Plant.next_plan, Plant.carry_out_plan, Plant.bare_plan, 1),
     ("the same plan again", None, Plant.carry_out_plan_again, Plant.bare_discover, RUNS),
-    ("a `wink` for each", None, Plant.wink, Plant.bare_wink, 1),
+    ("`wink --all`", None, Plant.wink, Plant.bare_wink, 1),
+    ("`tour`", None, Plant.tour, Plant.bare_wink, 1),
 ]
-if HAS_TOUR:
-    TASKS.append(("`tour`", None, Plant.tour, Plant.bare_wink, 1))
 
 
 def measure(plant, task, clean):
