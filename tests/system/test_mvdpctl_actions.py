@@ -220,7 +220,8 @@ def test_set_asks_on_a_terminal(wire, fake, answer, code):
     ended, lines = terminal.finish()
     assert ended == code
     assert " ".join(lines).startswith(
-        f"192.168.10.7 was asked for by ARP: nobody answered. Change {MAC} (192.168.10.5, QM316-44LRNA) from 192.168.10.5/24,   gateway 192.168.10.1 to 192.168.10.7/24,")
+        f"192.168.10.7 was asked for by ARP: nobody answered. Change {MAC} (192.168.10.5, QM316-44LRNA) from "
+        "192.168.10.5/24,   gateway 192.168.10.1 to 192.168.10.7/24,")
     assert (Command.SET_ADDRESS in fake.commands()) == (code == DONE)
 
 

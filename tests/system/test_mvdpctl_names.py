@@ -147,7 +147,8 @@ def test_tour_asks_again_for_what_is_no_name(wire, row, tmp_path):
     terminal.answer(b"Name> ", b"Cabinet 7")  # of two panels: it is told
     ended, lines = terminal.finish()
     assert ended == DONE
-    assert f"mvdpctl: 'Cabinet 7' is also the name of {MAC}: give one of them another" in " ".join(line.strip() for line in lines)
+    assert f"mvdpctl: 'Cabinet 7' is also the name of {MAC}: give one of them another" in " ".join(
+        line.strip() for line in lines)
     assert (tmp_path / "mvdpctl" / "names.csv").read_text().count("Cabinet 7") == 2
 
 

@@ -17,7 +17,8 @@ SETTINGS = ["--address", "192.168.10.7"]
 
 
 @pytest.mark.parametrize("arguments", [
-    [], ["re"], ["disco-ver"], ["discover", "--colour"], ["--json"], ["--frob", "discover"], ["-i"], ["discover", "--rounds", "0"],
+    [], ["re"], ["disco-ver"], ["discover", "--colour"], ["--json"], ["--frob", "discover"], ["-i"],
+    ["discover", "--rounds", "0"],
     ["discover", "--json", "--csv"], ["watch", MAC], ["identify"], ["echo"], ["wink"], ["raw"], ["identify", ""],
     ["identify", PANEL_ADDRESS, "--to", NOBODY], ["echo", "224.0.5.128"], ["echo", "192.168.10.255"],
     ["echo", PANEL_ADDRESS, "--count", "0"],

@@ -20,8 +20,9 @@ PanelName panelNameFromText(const QString &text, const PanelNames &names)
 {
     const QString word = text.trimmed();
     if (word.isEmpty())
-        throw ToolError{ToolError::BadInput, QStringLiteral("an empty word names no panel"),
-                        QStringLiteral("Give a MAC address, an IP address, a name or a piece of a description.")};
+        throw ToolError{
+            ToolError::BadInput, QStringLiteral("an empty word names no panel"),
+            QStringLiteral("Give a MAC address, an IP address, a name or a piece of a description.")};
     PanelName name = {word, macFromText(word), ipv4FromText(word), {}, false};
     if (name.mac || name.address)
         return name;
@@ -36,8 +37,8 @@ PanelName panelNameFromText(const QString &text, const PanelNames &names)
 
 bool looksLikeMac(const QString &text)
 {
-    static const QRegularExpression shape(QStringLiteral(
-        "^([0-9A-Za-z]{1,3}([:-][0-9A-Za-z]{1,3}){4,6}|(?=.*[0-9])[0-9A-Fa-f]{11,13})$"));
+    static const QRegularExpression shape(
+        QStringLiteral("^([0-9A-Za-z]{1,3}([:-][0-9A-Za-z]{1,3}){4,6}|(?=.*[0-9])[0-9A-Fa-f]{11,13})$"));
     return !macFromText(text) && shape.match(text).hasMatch();
 }
 

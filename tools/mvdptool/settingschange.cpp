@@ -142,7 +142,8 @@ bool SettingsChange::verify(Panel &panel)
     const int usualRounds = std::max(1, static_cast<int>(m_patience.timeout * m_patience.rounds / timeout));
     int rounds = std::max(1, roundsLeft());
     do {
-        if (!isHeardWithSettings(panel, {everywhere, {rounds, timeout}, tellsSettings, m_wait.isInterrupted, panel.mac}))
+        if (!isHeardWithSettings(
+                panel, {everywhere, {rounds, timeout}, tellsSettings, m_wait.isInterrupted, panel.mac}))
             return false;
         if (isWhereItTells(panel, m_exchange))
             return true;
@@ -150,7 +151,8 @@ bool SettingsChange::verify(Panel &panel)
         // is, so now and then it is asked at its address.
         rounds = std::min(usualRounds, roundsLeft());
         if (rounds > 0 &&
-            isHeardWithSettings(panel, {everywhere, {rounds, timeout}, isThere, m_wait.isInterrupted, panel.mac}) &&
+            isHeardWithSettings(panel,
+                                {everywhere, {rounds, timeout}, isThere, m_wait.isInterrupted, panel.mac}) &&
             isWhereItTells(panel, m_exchange))
             return true;
         rounds = roundsLeft();
