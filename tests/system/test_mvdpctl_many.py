@@ -49,7 +49,8 @@ def test_each_selected_panel_is_told_once(three, mvdpctl, name, command, words, 
     (["--all", "--to", PANEL_ADDRESS], "--to goes with one panel"),
     (["oven", "02:00:5e:10:00:1"], f"The nearest of those that answered is {MAC} ("),
     (["oven", "192.168.10.300", "--all"], "'192.168.10.300' is no IPv4 address"),
-    (["oven", "192.168.10.255"], "192.168.10.255 is not the address of one panel"), (["oven", ""], "an empty word")])
+    (["oven", "192.168.10.255"], "192.168.10.255 is not the address of one panel"), (["oven", ""], "an empty word"),
+    (["oven", "\x1b[2J"], "a word with control characters")])
 def test_unclear_selection_does_nothing(three, mvdpctl, words, fault):
     result = mvdpctl("restart", *words, "--yes", *SEARCHING)
     assert (result.code, result.out) == (USAGE, "")
@@ -88,8 +89,9 @@ def test_one_question_lists_them(wire, three, answer, code, macs):
     terminal.answer(b"[y/N] ", answer)
     ended, lines = terminal.finish()
     assert ended == (NO_ANSWER if macs else code)
-    assert lines[:3] == [f"  {MAC} (192.168.10.5, Press 1)", f"  {MAC2} (192.168.10.6, Press 2)", "  kiln: not found"]
-    assert lines[3].startswith("Restart these 2 panels? [y/N]")
+    assert lines[:4] == ["mvdpctl: no panel that answered has 'kiln' in its description or name",
+                         f"{MAC} (192.168.10.5, Press 1)", f"{MAC2} (192.168.10.6, Press 2)", "not found: kiln"]
+    assert lines[4].startswith("Restart these 2 panels? [y/N]")
     assert told(three, Command.RESTART) == only(*macs)
 
 
@@ -97,10 +99,11 @@ def test_panels_without_a_mac_address_are_left_out(three, mvdpctl):
     """Each of them would carry out what any of them is told."""
     three.panels.append(Identity(mac=NO_MAC, address="0.0.0.0", source=THIRD_ADDRESS, description=b"Press 3"))
     result = mvdpctl("restart", "--all", "--yes", *SEARCHING)
-    assert result.code == DONE
-    assert "left out: 1 without a MAC address" in result.err
+    assert (result.code, "3 of 4 done." in result.err) == (NO_ANSWER, True)
+    assert [line.split("  ")[1] for line in result.lines] == ["no MAC", "done", "done", "done"]
     assert told(three, Command.RESTART) == only(MAC, MAC2, MAC3)
-    assert mvdpctl("wink", "press 3", "--all", *SEARCHING).code == USAGE
+    assert mvdpctl("restart", "press 3", "--all", *SEARCHING, "--yes").code == NO_ANSWER
+    assert mvdpctl("restart", THIRD_ADDRESS, "--wait", "--yes", *SEARCHING).code == USAGE
 
 
 def test_several_are_identified_in_a_table(three, mvdpctl):

@@ -1,12 +1,15 @@
 """Names that the user gives to panels, and the tour that takes them down."""
 
+import os
+import stat
+
 import pytest
 
 from fakepanel import Identity
 from mvdp import Command, mac_bytes
 from mvdpctlrun import (  # noqa: F401: pytest finds the fixtures here
     fixture_fake, fixture_mvdpctl, fixture_wire, Terminal, DONE, MAC, MAC2, MAC3, NO_ANSWER, OTHER_ADDRESS, SEARCHING,
-    TROUBLE, USAGE)
+    USAGE)
 
 NAMES = f"""mac,name,remark
 {MAC},Cabinet 1,"left, below"
@@ -121,7 +124,7 @@ def test_tour_goes_back_and_again(wire, row, tmp_path):
     assert ended == DONE
     assert winks(row) == [mac_bytes(mac) for mac in (MAC, MAC, MAC2, MAC, MAC2, MAC, MAC2)]
     assert (tmp_path / "mvdpctl" / "names.csv").read_text() == f"mac,name,remark\n{MAC},first,\n"
-    assert [line.split("  ")[1] for line in lines if line.startswith("02:")] == ["kept", "skipped"]
+    assert [line.split("  ")[1] for line in lines if line.startswith("02:")] == ["named", "skipped"]
 
 
 @pytest.mark.parametrize("last", [b"stop\n", None, b"\x04"], ids=["stop", "interrupt", "Ctrl-D"])
@@ -179,8 +182,37 @@ def test_tour_tells_of_a_silent_panel(wire, row, tmp_path):
 
 def test_tour_that_cannot_write_ends(wire, row, tmp_path):
     (tmp_path / "mvdpctl").write_text("in the way")
-    terminal = tour(wire, home=tmp_path)
-    terminal.answer(b"Name> ", b"Cabinet 7")
+    for options, said in ([], "cannot be made"), (["--names", "/proc/names.csv"], "cannot be written"):
+        ended, lines = tour(wire, *options, home=tmp_path).finish()
+        assert (ended, winks(row)) == (USAGE, [])
+        assert said in " ".join(lines)
+
+
+def test_tour_leaves_a_device_alone(wire, row, tmp_path):
+    device = tmp_path / "names.csv"
+    os.mknod(device, 0o666 | stat.S_IFCHR, os.makedev(1, 3))
+    ended, lines = tour(wire, "--names", device).finish()
+    assert (ended, winks(row), device.is_char_device()) == (USAGE, [], True)
+    assert "is no ordinary file" in " ".join(lines)
+
+
+def test_tour_keeps_what_others_write_meanwhile(wire, row, names):
+    terminal = tour(wire, home=names.parents[1])
+    terminal.read_until(b"Name [Cabinet 1]> ")
+    names.write_text(NAMES.replace("left, below", "right"), encoding="utf-8")
+    terminal.answer(b"Name [Cabinet 1]> ", b"\xff")
+    terminal.answer(b"Name [Cabinet 1]> ", b"one")
+    terminal.answer(b"Name [Cabinet 12]> ", b"stop")
+    terminal.read_to_end()
+    assert terminal.process.wait() == DONE
+    assert names.read_text(encoding="utf-8") == NAMES.replace("left, below", "right").replace("Cabinet 1,", "one,")
+
+
+def test_interrupted_wink_ends_the_tour(wire, row, tmp_path):
+    row.unanswered = {Command.WINK}
+    terminal = Terminal(wire[1], "tour", "--timeout", "1000", XDG_CONFIG_HOME=str(tmp_path))
+    row.wait_for_command(Command.WINK)
+    terminal.interrupt()
     ended, lines = terminal.finish()
-    assert ended in (USAGE, TROUBLE)
-    assert "names.csv" in " ".join(line.strip() for line in lines)
+    assert ended == NO_ANSWER
+    assert not [line for line in lines if line.startswith("Name")]

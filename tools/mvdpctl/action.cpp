@@ -27,12 +27,24 @@ const ActionReport Done = {"done", ExitCode::Done};
 const ActionReport NoAnswer = {"no answer", ExitCode::NoAnswer};
 const ActionReport NotHeard = {"not heard", ExitCode::NoAnswer};
 const ActionReport NotFound = {"not found", ExitCode::NoAnswer};
+// A request to the MAC address of zeros would be carried out by every panel that does not know its own.
+const ActionReport NoIdentity = {"no MAC", ExitCode::NoAnswer};
 const ActionReport Trouble = {"trouble", ExitCode::NetworkTrouble};
 const ActionReport NotTried = {"not tried", ExitCode::NoAnswer};
 // With --wait.
 const ActionReport Back = {"back", ExitCode::Done};
 const ActionReport NotBack = {"not back", ExitCode::NoAnswer};
 const ActionReport Stayed = {"stayed", ExitCode::NoAnswer};
+const ActionReport NotAwaited = {"not awaited", ExitCode::NoAnswer}; // interrupted
+
+ActionReport reportOf(const AwaitedPanel &awaited, const InterruptGuard &guard)
+{
+    if (awaited.state == AwaitedPanel::Back)
+        return Back;
+    if (guard.isInterrupted())
+        return NotAwaited;
+    return awaited.state == AwaitedPanel::Here ? Stayed : NotBack;
+}
 
 class ActionRun
 {
@@ -50,7 +62,7 @@ private:
     ExitCode runSeveral(const std::vector<PanelName> &names);
     Panel find(const PanelName &name);
     void confirm(const Selection &selection);
-    ActionReport carryOut(Panel &panel);
+    ActionReport carryOut(Panel &panel, const InterruptGuard &guard);
     ActionOrder order() const;
     void take(const Selected &selected, const ActionReport &report, OutcomeTime waited);
     void wait(std::vector<Selected> &restarting, const InterruptGuard &guard);
@@ -74,6 +86,9 @@ ExitCode ActionRun::run()
 ExitCode ActionRun::runOne(const PanelName &name)
 {
     const Panel panel = find(name);
+    if (isToWait() && isZero(panel.mac))
+        throwUsage(QStringLiteral("--wait goes by MAC addresses, and %1 does not know its own")
+                       .arg(m_session.label(panel)));
     if (!isHarmless())
         askConsent(m_session.arguments, m_session.terminal,
                    QString::fromLatin1(m_action.question).arg(m_session.label(panel)));
@@ -102,19 +117,20 @@ Panel ActionRun::find(const PanelName &name)
 ExitCode ActionRun::runSeveral(const std::vector<PanelName> &names)
 {
     Selection selection = selectPanels(names, m_session.arguments.isSet("all"), m_session);
-    leaveOutUnknown(selection, m_session);
     if (!isHarmless())
         confirm(selection);
     m_session.writer->beginList(resultColumns(), QStringLiteral("results"));
     const InterruptGuard guard;
+    m_session.terminal.hint(QStringLiteral("Ctrl-C ends with what is done, a second one at once."));
     std::vector<Selected> restarting;
     std::size_t number = 0;
     for (Selected &selected : selection.items) {
         m_session.terminal.setProgressPrefix(
             QStringLiteral("panel %1 of %2: ").arg(++number).arg(selection.items.size()));
-        const ActionReport report = !selected.panel         ? NotFound
-                                    : guard.isInterrupted() ? NotTried
-                                                            : carryOut(*selected.panel);
+        const ActionReport report = !selected.panel               ? NotFound
+                                    : isZero(selected.panel->mac) ? NoIdentity
+                                    : guard.isInterrupted()       ? NotTried
+                                                                  : carryOut(*selected.panel, guard);
         if (report.result == Done.result && isToWait())
             restarting.push_back(selected);
         else
@@ -142,6 +158,7 @@ void ActionRun::wait(std::vector<Selected> &restarting, const InterruptGuard &gu
     // What their answers say is of interest, of all of them.
     m_session.observer.showOnly([](const Received &) { return true; });
     std::vector<MacAddress> macs;
+    macs.reserve(restarting.size());
     for (const Selected &selected : restarting)
         macs.push_back(selected.panel->mac);
     const auto selectedOf = [&restarting](const MacAddress &mac) -> Selected & {
@@ -157,8 +174,7 @@ void ActionRun::wait(std::vector<Selected> &restarting, const InterruptGuard &gu
                                   [&guard] { return guard.isInterrupted(); });
     for (const AwaitedPanel &awaited : all) {
         if (awaited.state != AwaitedPanel::Back)
-            take(selectedOf(awaited.mac), awaited.state == AwaitedPanel::Here ? Stayed : NotBack,
-                 std::nullopt);
+            take(selectedOf(awaited.mac), reportOf(awaited, guard), std::nullopt);
     }
 }
 
@@ -167,26 +183,35 @@ void ActionRun::confirm(const Selection &selection)
     QStringList lines;
     int count = 0;
     for (const Selected &selected : selection.items) {
-        if (!selected.panel) {
-            lines << QStringLiteral("  %1: not found").arg(selected.word);
+        if (!selected.panel || isZero(selected.panel->mac)) {
+            lines << (selected.panel ? QStringLiteral("left out, as it does not know its MAC address: %1")
+                                           .arg(m_session.label(*selected.panel))
+                                     : QStringLiteral("not found: %1").arg(selected.word));
             continue;
         }
         ++count;
-        lines << QStringLiteral("  ") + m_session.label(*selected.panel);
+        lines << m_session.label(*selected.panel);
         weighObjections(targetObjections(selected.panel->mac, selection.panels), true, m_session.terminal);
     }
-    if (!m_session.arguments.isSet("yes"))
-        m_session.terminal.noteTable(lines, true);
+    if (count == 0)
+        return;
+    if (!m_session.arguments.isSet("yes")) {
+        for (const QString &line : lines)
+            m_session.terminal.question(line);
+    }
     askConsent(m_session.arguments, m_session.terminal,
-               QString::fromLatin1(m_action.questionForSeveral).arg(count));
+               count == 1 ? QString::fromLatin1(m_action.question).arg(QStringLiteral("this panel"))
+                          : QString::fromLatin1(m_action.questionForSeveral).arg(count));
 }
 
 // Stores the panel's last reply.
-ActionReport ActionRun::carryOut(Panel &panel)
+ActionReport ActionRun::carryOut(Panel &panel, const InterruptGuard &guard)
 {
     showOnly(panel, m_session);
     try {
-        const ActionResult result = sendAction(m_session.exchange, panel, order());
+        ActionOrder interruptible = order();
+        interruptible.isInterrupted = [&guard] { return guard.isInterrupted(); };
+        const ActionResult result = sendAction(m_session.exchange, panel, interruptible);
         panel = result.panel;
         return result.outcome == ActionResult::Done       ? Done
                : result.outcome == ActionResult::NoAnswer ? NoAnswer
@@ -234,8 +259,8 @@ ExitCode ActionRun::reportReturn(const QString &word, const Panel &panel)
         m_session.exchange, {panel.mac}, m_session.reachedAt(), [](const AwaitedPanel &) {},
         [&guard] { return guard.isInterrupted(); });
     const AwaitedPanel &one = awaited.front();
+    const ActionReport report = reportOf(one, guard);
     const bool isBack = one.state == AwaitedPanel::Back;
-    const ActionReport report = isBack ? Back : one.state == AwaitedPanel::Here ? Stayed : NotBack;
     const Panel &last = isBack ? one.panel : panel;
     m_session.writer->record(resultColumns(),
                              resultJson(m_action.name, report.result, {word, last},
@@ -246,19 +271,26 @@ ExitCode ActionRun::reportReturn(const QString &word, const Panel &panel)
     m_session.noteIgnored();
     if (isBack)
         return ExitCode::Done;
-    throw Failure{
-        report.code,
-        (one.state == AwaitedPanel::Here
-             ? QStringLiteral("%1 has answered all the time: it did not restart, or in less than a second")
-             : QStringLiteral("%1 is not back"))
-            .arg(m_session.label(last)),
-        QStringLiteral("Look for it with 'mvdpctl discover'; it may have another address.")};
+    const QString label = m_session.label(last);
+    if (guard.isInterrupted())
+        throw Failure{report.code, QStringLiteral("interrupted before %1 was back").arg(label),
+                      QStringLiteral("Look for it with 'mvdpctl discover'.")};
+    if (one.state == AwaitedPanel::Here)
+        throw Failure{
+            report.code,
+            QStringLiteral("%1 has answered all the time, so it did not restart, or was away for less "
+                           "than a second")
+                .arg(label),
+            QStringLiteral("See on its screen.")};
+    throw Failure{report.code, QStringLiteral("%1 is not back").arg(label),
+                  QStringLiteral("Look for it with 'mvdpctl discover'; it may have another address.")};
 }
 
 } // namespace
 
 ExitCode runAction(const Action &action, const Arguments &arguments, Terminal &terminal)
 {
+    requireWords(arguments);
     if (action.question != nullptr)
         requireConsent(arguments, terminal, QStringLiteral("'%1' changes panels").arg(action.name));
     Session session(arguments, terminal);

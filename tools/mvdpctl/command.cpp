@@ -43,6 +43,7 @@ const Command &commandNamed(const QString &name)
             begun.push_back(command);
         names << full;
     }
+    names << QStringLiteral("help");
     if (begun.size() == 1)
         return *begun.front();
     const QString advice = QStringLiteral("'mvdpctl --help' lists the commands.");
@@ -77,8 +78,8 @@ QString generalHelp()
     }
     text +=
         QStringLiteral("\nOptions of every command:\n") + optionLines(commonOptions()) +
-        QStringLiteral("\nPANEL is a MAC address, or an IP address or a piece of a description that fits\n"
-                       "only one of the panels that are found.\n"
+        QStringLiteral("\nPANEL is a MAC address, an IP address, a name that you gave ('mvdpctl tour'), or\n"
+                       "a piece of a description or name. With --all it is every panel that it fits.\n"
                        "\n'mvdpctl COMMAND --help' tells more about a command. The beginning of a\n"
                        "command's name is enough. Options may stand anywhere.\n"
                        "Exit status: 0 done, 1 no answer, 2 usage, 3 refused by the panel,\n"

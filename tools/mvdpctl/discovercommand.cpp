@@ -101,6 +101,8 @@ ExitCode run(const Arguments &arguments, Terminal &terminal)
     session.noteIgnored();
     if (guard.isInterrupted())
         terminal.note(QStringLiteral("Interrupted; there may be more."));
+    if (panels.isEmpty() && !wish.expected.empty())
+        reportMissing(wish, panels, session);
     if (panels.isEmpty())
         throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"), session.noAnswerAdvice()};
     return reportMissing(wish, panels, session);

@@ -146,14 +146,14 @@ EchoResult resultOf(const EchoStatistics &statistics, const Selected &selected)
                                      : EchoResult{"no echo", ExitCode::NoAnswer};
 }
 
-QString summary(const EchoStatistics &statistics, const Panel &panel, const Session &session)
+QStringList summary(const EchoStatistics &statistics, const Panel &panel, const Session &session)
 {
-    const QString counts =
-        QStringLiteral("%1 of %2").arg(statistics.answered()).arg(statistics.sent()).leftJustified(7);
-    const QString time =
-        statistics.answered() == 0 ? QString() : QStringLiteral("%1 ms").arg(statistics.mean(), 0, 'f', 2);
-    return counts + QStringLiteral("  ") + time.leftJustified(10) + QStringLiteral("  ") +
-           factsText(panel, session);
+    const QStringList facts = factsOf(panel, session);
+    const QString time = statistics.answered() == 0
+                             ? QStringLiteral("-")
+                             : QStringLiteral("%1 ms").arg(statistics.mean(), 0, 'f', 2);
+    return {QStringLiteral("%1 of %2").arg(statistics.answered()).arg(statistics.sent()), facts[0],
+            time.leftJustified(9), facts[1]};
 }
 
 ExitCode echoSeveral(const std::vector<PanelName> &names, const EchoPace &pace, Session &session)
@@ -178,7 +178,7 @@ ExitCode echoSeveral(const std::vector<PanelName> &names, const EchoPace &pace, 
         session.writer->add(json(statistics, selected, session));
         session.writer->print({resultLine(
             selected.panel ? macText(selected.panel->mac) : selected.word, QLatin1String(result.name),
-            selected.panel ? summary(statistics, *selected.panel, session) : QString(),
+            selected.panel ? summary(statistics, *selected.panel, session) : QStringList(),
             session.terminal.columns())});
     }
     session.writer->endList(session.exchange.ignored());

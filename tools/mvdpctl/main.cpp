@@ -12,6 +12,8 @@
 namespace
 {
 
+const char HelpAdvice[] = "See 'mvdpctl --help'.";
+
 QString programVersion()
 {
     return QStringLiteral("mvdpctl " MVDPCTL_VERSION);
@@ -51,22 +53,26 @@ ExitCode runCommand(const Command &command, const QStringList &words, Terminal &
     }
 }
 
-// A command line of options alone.
-ExitCode runWithoutCommand(const QStringList &words, Terminal &terminal)
+// Arguments outside of a command.
+Arguments readOptions(const QStringList &words, const Grammar &grammar)
 {
-    const QString advice = QStringLiteral("See 'mvdpctl --help'.");
     try {
-        const Arguments arguments(words, Grammar());
-        if (arguments.isSet("help"))
-            return printed(generalHelp(), terminal);
-        if (arguments.isSet("version"))
-            return printed(programVersion(), terminal);
+        return Arguments(words, grammar);
     } catch (Failure &failure) {
         if (failure.advice.isEmpty())
-            failure.advice = advice;
+            failure.advice = QString::fromLatin1(HelpAdvice);
         throw;
     }
-    throw Failure{ExitCode::Usage, QStringLiteral("no command"), advice};
+}
+
+ExitCode runWithoutCommand(const QStringList &words, Terminal &terminal)
+{
+    const Arguments arguments = readOptions(words, Grammar());
+    if (arguments.isSet("help"))
+        return printed(generalHelp(), terminal);
+    if (arguments.isSet("version"))
+        return printed(programVersion(), terminal);
+    throw Failure{ExitCode::Usage, QStringLiteral("no command"), QString::fromLatin1(HelpAdvice)};
 }
 
 ExitCode run(QStringList words, Terminal &terminal)
@@ -74,6 +80,8 @@ ExitCode run(QStringList words, Terminal &terminal)
     const int position = commandPosition(words, allOptions());
     if (position < 0)
         return runWithoutCommand(words, terminal);
+    // What stands before may be a mistyped option, whose value would be taken for the command.
+    readOptions(words.mid(0, position), {allOptions(), 0, 0});
     const QString name = words.takeAt(position);
     if (name != QLatin1String("help"))
         return runCommand(commandNamed(name), words, terminal);

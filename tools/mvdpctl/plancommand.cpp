@@ -5,6 +5,7 @@
 #include "selection.h"
 #include "session.h"
 #include "whereabouts.h"
+#include "wirecheck.h"
 
 #include <QtCore/QJsonObject>
 
@@ -74,6 +75,7 @@ public:
 private:
     std::vector<LabelledPanel> select();
     void countAsHeld(const std::vector<LabelledPanel> &selected);
+    void requireFitGateways(const std::vector<LabelledPanel> &panels) const;
     AddressPlan assign(const std::vector<LabelledPanel> &panels);
     std::vector<std::uint32_t> addressesToAskFor(const AddressPlan &plan) const;
     void report(const AddressPlan &plan);
@@ -90,6 +92,7 @@ ExitCode PlanCommandRun::run()
     std::vector<LabelledPanel> panels = select();
     countAsHeld(panels);
     sortPanels(panels, orderOf(m_session.arguments));
+    requireFitGateways(panels);
     const AddressPlan plan = assign(panels);
     if (plan.missing > 0)
         throw Failure{
@@ -139,6 +142,22 @@ void PlanCommandRun::countAsHeld(const std::vector<LabelledPanel> &selected)
     }
 }
 
+// 'set' would refuse a plan that leaves a panel a gateway outside its new subnet.
+void PlanCommandRun::requireFitGateways(const std::vector<LabelledPanel> &panels) const
+{
+    if (m_wish.gateway)
+        return;
+    const auto unfit = std::count_if(panels.begin(), panels.end(), [this](const LabelledPanel &each) {
+        const std::uint32_t gateway = each.panel.gateway;
+        return gateway != 0 && ((gateway ^ m_wish.range.first) & m_wish.netmask) != 0;
+    });
+    if (unfit > 0)
+        throwUsage(QStringLiteral("%1 of %2 panels have a gateway outside the subnet of the range")
+                       .arg(unfit)
+                       .arg(panels.size()),
+                   QStringLiteral("Give all another with --gateway; 0.0.0.0 is none."));
+}
+
 // Asks for the addresses that it would give, and gives others for those that somebody has.
 AddressPlan PlanCommandRun::assign(const std::vector<LabelledPanel> &panels)
 {
@@ -150,7 +169,7 @@ AddressPlan PlanCommandRun::assign(const std::vector<LabelledPanel> &panels)
         const std::vector<std::uint32_t> addresses = addressesToAskFor(plan);
         if (addresses.empty()) {
             if (!asked.empty())
-                m_session.writer->note(probeNote(asked, told));
+                tellProbe(asked, told, m_session);
             return plan;
         }
         m_session.terminal.progress(QStringLiteral("asking who holds the new addresses"));

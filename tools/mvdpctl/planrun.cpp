@@ -9,6 +9,7 @@
 #include "planinput.h"
 #include "plantable.h"
 #include "platform.h"
+#include "resultlines.h"
 #include "target.h"
 #include "waiting.h"
 #include "ways.h"
@@ -113,12 +114,10 @@ ExitCode PlanRun::run()
         report(step, skipped ? unsent(Outcome::NotTried) : carryOut(step));
     }
     conclude();
-    for (const ExitCode code : {ExitCode::Refused, ExitCode::NetworkTrouble, ExitCode::NoAnswer}) {
-        if (std::any_of(m_counts.begin(), m_counts.end(),
-                        [code](const auto &count) { return outcomeCode(count.first) == code; }))
-            return code;
-    }
-    return ExitCode::Done;
+    WorstCode worst;
+    for (const auto &count : m_counts)
+        worst.add(outcomeCode(count.first));
+    return worst.code();
 }
 
 SetResult PlanRun::carryOut(PlanStep &step)
@@ -224,8 +223,10 @@ ExitCode tellPlan(const Plan &plan, const QStringList &columns, Session &session
     }
     session.writer->endList(session.exchange.ignored());
     session.writer->print(planLines(plan, session.terminal.columns()));
+    // What speaks against one change keeps the whole plan from being sent.
+    const bool isRefused = !plan.objections.isEmpty() && !isForced;
     session.terminal.note(QStringLiteral("%1 of %2 panels would be changed; no settings were sent.")
-                              .arg(changesIn(plan))
+                              .arg(isRefused ? 0 : changesIn(plan))
                               .arg(plan.steps.size()));
     session.noteIgnored();
     const auto missing = std::count_if(plan.steps.begin(), plan.steps.end(),

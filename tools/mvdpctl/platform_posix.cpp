@@ -14,6 +14,12 @@ namespace
 
 const int DefaultColumns = 80;
 
+// By the locale that prepareStreams() has set.
+bool isLatin1()
+{
+    return std::strcmp(nl_langinfo(CODESET), "ISO-8859-1") == 0;
+}
+
 } // namespace
 
 CharacterSet prepareStreams()
@@ -23,7 +29,7 @@ CharacterSet prepareStreams()
     const char *name = nl_langinfo(CODESET);
     if (std::strcmp(name, "UTF-8") == 0)
         return CharacterSet::Utf8;
-    return std::strcmp(name, "ISO-8859-1") == 0 ? CharacterSet::Latin1 : CharacterSet::Ascii;
+    return isLatin1() ? CharacterSet::Latin1 : CharacterSet::Ascii;
 }
 
 bool isTerminal(std::FILE *stream)
@@ -47,7 +53,7 @@ QStringList commandLineWords(int argc, char *argv[])
 {
     QStringList words;
     for (int index = 1; index < argc; ++index)
-        words << QString::fromUtf8(argv[index]);
+        words << (isLatin1() ? QString::fromLatin1(argv[index]) : QString::fromUtf8(argv[index]));
     return words;
 }
 

@@ -2,38 +2,45 @@
 
 #include "waiting.h"
 
+#include <algorithm>
 #include <numeric>
 
 namespace
 {
 
-const int FirstColumns = 19;  // a MAC address and a gap
-const int AfterColumns = 15;  // "after 299.9 s" and a gap
-const int ResultColumns = 12; // the longest result and a gap
+const int FirstColumns = 17;  // a MAC address
+const int ResultColumns = 10; // the longest result
+const int NameColumns = 15;
+const int Gap = 2;
+
+QString padded(const QString &text, int columns)
+{
+    return text.leftJustified(columns) + QString(Gap, QLatin1Char(' '));
+}
 
 } // namespace
 
-QString resultLine(const QString &first, const QString &result, const QString &rest, int columns)
+QString resultLine(const QString &first, const QString &result, const QStringList &cells, int columns)
 {
-    const QString start = first.leftJustified(FirstColumns - 2) + QStringLiteral("  ") + result;
-    if (rest.isEmpty())
-        return start;
-    const QString line = start.leftJustified(FirstColumns + ResultColumns) + rest;
-    if (columns == 0 || line.size() <= columns)
+    QString line = padded(first, FirstColumns) + result;
+    if (cells.isEmpty())
         return line;
-    // Whole columns go first; they are separated by two blanks.
-    const int gap = static_cast<int>(line.lastIndexOf(QStringLiteral("  ")));
-    return resultLine(first, result, rest.left(std::max(0, gap - FirstColumns - ResultColumns)).trimmed(),
-                      columns);
+    line = padded(first, FirstColumns) + padded(result, ResultColumns);
+    const int room = columns - static_cast<int>(line.size());
+    const QString text = cells.join(QString(Gap, QLatin1Char(' '))).trimmed();
+    if (columns == 0 || text.size() <= room)
+        return line + text;
+    if (cells.size() > 1)
+        return resultLine(first, result, cells.mid(0, cells.size() - 1), columns);
+    return line + cutTo(text, std::max(1, room));
 }
 
-QString factsText(const Panel &panel, const Session &session)
+QStringList factsOf(const Panel &panel, const Session &session)
 {
     const QString name = session.nameOf(panel);
-    const QString second = name.isEmpty() ? panel.description : name;
-    const int addressColumns = 15;
-    const QString address = ipv4Text(panel.heldAddress());
-    return second.isEmpty() ? address : address.leftJustified(addressColumns) + QStringLiteral("  ") + second;
+    const QString text = name.isEmpty() ? panel.description : name;
+    return {(text.isEmpty() ? QStringLiteral("-") : text).leftJustified(NameColumns),
+            ipv4Text(panel.heldAddress())};
 }
 
 QStringList resultColumns()
@@ -58,11 +65,11 @@ void reportResult(const char *command, const char *result, const Selected &selec
 {
     session.writer->add(resultJson(command, result, selected, waited, session));
     const auto &panel = selected.panel;
-    QString facts = panel ? factsText(*panel, session) : QString();
+    QStringList cells = panel ? factsOf(*panel, session) : QStringList();
     if (waited)
-        facts = QStringLiteral("after %1  ").arg(secondsText(*waited)).leftJustified(AfterColumns) + facts;
+        cells.insert(1, QStringLiteral("after %1").arg(secondsText(*waited)));
     session.writer->print({resultLine(panel ? macText(panel->mac) : selected.word, QLatin1String(result),
-                                      facts, session.terminal.columns())});
+                                      cells, session.terminal.columns())});
 }
 
 int WorstCode::all() const

@@ -13,13 +13,14 @@
 
 // What commands for several panels print: a line for each, and an exit status for all.
 
-// "02:00:5e:10:00:01  applied     192.168.10.70/24". `first` is a MAC address, or the word that fits no
-// panel. When so many columns are given, the rest is left out where it has no room.
-QString resultLine(const QString &first, const QString &result, const QString &rest, int columns);
+// "02:00:5e:10:00:01  applied     Cabinet 7        192.168.10.70". `first` is a MAC address, or the word that
+// fits no panel. When so many columns are given, cells are left out from the end, and the first of them is
+// cut.
+QString resultLine(const QString &first, const QString &result, const QStringList &cells, int columns);
 
-// "192.168.10.5  Cabinet 7": what tells a panel apart besides its MAC address; its description when it has no
-// name.
-QString factsText(const Panel &panel, const Session &session);
+// What tells a panel apart besides its MAC address: its name, or its description when it has none, and its
+// address.
+QStringList factsOf(const Panel &panel, const Session &session);
 
 // One result of a command without settings: for scripts, and written as text or record.
 QStringList resultColumns();

@@ -57,17 +57,16 @@ PanelList search(const std::vector<PanelName> &names, Session &session)
     return discoverPanels(session.exchange, search);
 }
 
-[[noreturn]] void failWithoutAny(const std::vector<PanelName> &names, const PanelList &panels,
-                                 Session &session)
+[[noreturn]] void failWithoutAny(const PanelList &panels, Session &session)
 {
     session.noteIgnored();
     if (panels.isEmpty())
         throw Failure{ExitCode::NoAnswer, QStringLiteral("no panel answered"), session.noAnswerAdvice()};
-    for (const PanelName &name : names)
-        session.terminal.error(misfitText(name, panels, session));
     throw Failure{ExitCode::NoAnswer,
-                  QStringLiteral("none of the %1 panels that answered fits").arg(panels.size()),
-                  QStringLiteral("See them with 'mvdpctl discover'.")};
+                  panels.size() == 1
+                      ? QStringLiteral("the only panel that answered does not fit")
+                      : QStringLiteral("none of the %1 panels that answered fits").arg(panels.size()),
+                  QStringLiteral("See which there are with 'mvdpctl discover'.")};
 }
 
 void refuseSeveral(const PanelName &name, const std::vector<Panel> &found, Session &session)
@@ -87,11 +86,15 @@ bool isForSeveral(const Arguments &arguments)
     return arguments.isSet("all") || arguments.words().size() > 1;
 }
 
+void requireWords(const Arguments &arguments)
+{
+    if (arguments.words().isEmpty() && !arguments.isSet("all"))
+        throwUsage(QStringLiteral("an argument is missing: name a panel, or give --all for every one"));
+}
+
 std::vector<PanelName> selectedNames(const Session &session)
 {
-    const QStringList words = session.arguments.words();
-    if (words.isEmpty() && !session.arguments.isSet("all"))
-        throwUsage(QStringLiteral("an argument is missing: name a panel, or give --all for every one"));
+    requireWords(session.arguments);
     if (isForSeveral(session.arguments) && session.reachedAt())
         throwUsage(QStringLiteral("--to goes with one panel"));
     return namesOfWords(session);
@@ -122,6 +125,7 @@ Selection selectPanels(const std::vector<PanelName> &names, bool isAll, Session 
                                             [&panel](const PanelName &name) { return name.fits(panel); });
     });
     selection.panels = search(names, session);
+    QStringList misfits;
     for (const PanelName &name : names) {
         const std::vector<Panel> found = matches(name, selection.panels);
         if (found.empty())
@@ -132,13 +136,17 @@ Selection selectPanels(const std::vector<PanelName> &names, bool isAll, Session 
             take(name.text, panel);
         if (found.empty())
             selection.items.push_back({name.text, std::nullopt});
+        if (found.empty() && !selection.panels.isEmpty())
+            misfits << misfitText(name, selection.panels, session);
     }
     if (names.empty()) {
         for (const Panel &panel : selection.panels.sorted())
             take(QString(), panel);
     }
+    for (const QString &misfit : misfits)
+        session.terminal.error(misfit);
     if (taken.empty())
-        failWithoutAny(names, selection.panels, session);
+        failWithoutAny(selection.panels, session);
     return selection;
 }
 
@@ -151,11 +159,11 @@ void leaveOutUnknown(Selection &selection, const Session &session)
                 items.end());
     if (items.size() < before)
         session.terminal.error(
-            QStringLiteral("left out: %1 without a MAC address, because the platform service is "
-                           "down; name such a panel alone, by its address")
+            QStringLiteral("left out: %1 without a MAC address, because the platform service is down")
                 .arg(before - items.size()));
     if (items.empty())
-        throwUsage(QStringLiteral("nothing was sent"), QStringLiteral("No panel is left."));
+        throwUsage(QStringLiteral("no panel is left"),
+                   QStringLiteral("Restart them, or their platform services."));
 }
 
 QString misfitText(const PanelName &name, const PanelList &panels, const Session &session)

@@ -28,6 +28,9 @@ struct Selection {
 // True for a command line that may mean several panels; its results are a list.
 bool isForSeveral(const Arguments &arguments);
 
+// Throws Failure when there is neither a word nor --all.
+void requireWords(const Arguments &arguments);
+
 // The words of the command line, read. Throws ToolError and Failure for those that name no panel, and when
 // there is neither a word nor --all.
 std::vector<PanelName> selectedNames(const Session &session);

@@ -90,7 +90,8 @@ void tell(const Panel &panel, const NetworkSettings &settings, bool isThere, boo
                   QLatin1String(expectedResult(step, session.arguments.isSet("force"))));
     session.writer->record(outcomeColumns(), record);
     session.writer->print(planLines({{step}, {}}, session.terminal.columns()));
-    session.terminal.note(QStringLiteral("No settings were sent."));
+    if (!isObjectedTo || session.arguments.isSet("force")) // else the refusal says so
+        session.terminal.note(QStringLiteral("No settings were sent."));
     session.noteIgnored();
 }
 

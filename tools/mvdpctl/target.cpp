@@ -15,6 +15,9 @@ namespace
     const QString misfit = misfitText(name, panels, session);
     if (panels.isEmpty())
         throw Failure{ExitCode::NoAnswer, misfit, session.noAnswerAdvice()};
+    if (misfit.endsWith(QLatin1Char('?'))) // a guess is of more use than a long list
+        throw Failure{ExitCode::NoAnswer, misfit,
+                      QStringLiteral("'mvdpctl discover' shows all that answered.")};
     session.terminal.error(misfit);
     listPanels(panels.sorted(), session);
     throw Failure{

@@ -1,22 +1,6 @@
 #include "terminal.h"
 
-namespace
-{
-
-bool isUnfit(QChar character)
-{
-    switch (character.category()) {
-    case QChar::Other_Control:
-    case QChar::Other_Format:
-    case QChar::Separator_Line:
-    case QChar::Separator_Paragraph:
-        return true;
-    default:
-        return false;
-    }
-}
-
-} // namespace
+#include "textfile.h"
 
 Terminal::Terminal(CharacterSet characterSet)
     : m_characterSet(characterSet)
@@ -91,9 +75,10 @@ void Terminal::trace(const QString &lines)
 
 void Terminal::progress(const QString &line)
 {
-    if (m_quiet || m_verbose || !isTerminal(stderr))
+    if (m_quiet || m_verbose || !isTerminal(stderr) || (m_progressColumns > 0 && line == m_progressLine))
         return;
     clearProgress();
+    m_progressLine = line;
     // A wrapped line could not be erased.
     const QString shown = printable(m_progressPrefix + line).left(terminalColumns(stderr) - 1);
     std::fputs(encode(shown).constData(), stderr);
@@ -191,7 +176,7 @@ QString printable(const QString &line)
 {
     QString text = line;
     for (QChar &character : text) {
-        if (isUnfit(character))
+        if (isControl(character))
             character = QLatin1Char('?');
     }
     return text;

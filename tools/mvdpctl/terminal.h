@@ -44,7 +44,11 @@ public:
     // The current activity, in one line that the next output replaces; only on a terminal.
     void progress(const QString &line);
     // The start of each later line of progress, for example which of many panels it is about.
-    void setProgressPrefix(const QString &prefix) { m_progressPrefix = prefix; }
+    void setProgressPrefix(const QString &prefix)
+    {
+        m_progressPrefix = prefix;
+        m_progressLine.clear();
+    }
 
     // True when the user can be asked.
     bool canAsk() const;
@@ -69,6 +73,7 @@ private:
 
     CharacterSet m_characterSet;
     QString m_progressPrefix;
+    QString m_progressLine; // without the prefix
     bool m_quiet = false;
     bool m_verbose = false;
     bool m_color = false;

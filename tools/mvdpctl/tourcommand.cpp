@@ -8,6 +8,7 @@
 #include "toolerror.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace
@@ -17,6 +18,13 @@ const char Instructions[] =
     "Each panel shows its notice for five seconds. Type its name. Enter alone goes on to the "
     "next; 'again' shows the notice again, 'back' returns to the panel before, 'skip' goes "
     "on without a name, 'stop' ends the tour. Each name is saved at once.";
+
+// What became of a panel; in text, JSON and CSV.
+const char NotReached[] = "not reached";
+const char Named[] = "named";
+const char Kept[] = "kept";
+const char Skipped[] = "skipped";
+const char NoAnswer[] = "no answer";
 
 class Tour
 {
@@ -28,21 +36,34 @@ public:
 private:
     enum class Next { Forward, Back, Again, End };
 
-    void arrive(std::size_t index);
+    void arrive(std::size_t index, const InterruptGuard &guard);
     Next ask(std::size_t index, const InterruptGuard &guard);
-    Next take(std::size_t index, const QString &answer);
-    void rename(std::size_t index, const QString &name);
+    std::optional<Next> take(std::size_t index, const QString &answer);
+    bool rename(std::size_t index, const QString &name);
     void report();
 
     std::vector<Panel> m_panels;
     std::vector<const char *> m_results;
+    std::vector<bool> m_isSilent;
     Session &m_session;
     const QString m_path;
 };
 
+// Empty when the answer can be taken down.
+QString mistakeIn(const QString &answer)
+{
+    if (answer.isEmpty())
+        return QString();
+    // What the terminal's character set does not know was replaced by this one.
+    if (answer.contains(QChar::ReplacementCharacter))
+        return QStringLiteral("the name has characters that cannot be read");
+    return PanelNames::nameMistake(answer);
+}
+
 Tour::Tour(std::vector<Panel> panels, Session &session)
     : m_panels(std::move(panels))
-    , m_results(m_panels.size(), "not reached")
+    , m_results(m_panels.size(), NotReached)
+    , m_isSilent(m_panels.size(), false)
     , m_session(session)
     , m_path(namesPath(session.arguments))
 {
@@ -51,10 +72,12 @@ Tour::Tour(std::vector<Panel> panels, Session &session)
 ExitCode Tour::run()
 {
     const InterruptGuard guard;
+    // A file that cannot be written is better known before the first name.
+    m_session.names.write(m_path);
     m_session.terminal.note(QString::fromLatin1(Instructions));
     std::size_t index = 0;
     while (index < m_panels.size()) {
-        arrive(index);
+        arrive(index, guard);
         const Next next = ask(index, guard);
         if (next == Next::End)
             break;
@@ -64,14 +87,12 @@ ExitCode Tour::run()
             --index;
     }
     report();
-    const bool isAnySilent = std::any_of(m_results.begin(), m_results.end(), [](const char *result) {
-        return result == QLatin1String("no answer");
-    });
+    const bool isAnySilent = std::find(m_isSilent.begin(), m_isSilent.end(), true) != m_isSilent.end();
     return isAnySilent ? ExitCode::NoAnswer : ExitCode::Done;
 }
 
 // Shows which panel it is, and has it show its notice.
-void Tour::arrive(std::size_t index)
+void Tour::arrive(std::size_t index, const InterruptGuard &guard)
 {
     Panel &panel = m_panels[index];
     m_session.terminal.question(
@@ -82,17 +103,18 @@ void Tour::arrive(std::size_t index)
         const ActionResult result =
             sendAction(m_session.exchange, panel,
                        {MvdpCommand::Wink, QStringLiteral("wink"), m_session.searchPatience(),
-                        m_session.arguments.patience(usual.rounds, usual.timeout), m_session.reachedAt()});
+                        m_session.arguments.patience(usual.rounds, usual.timeout), m_session.reachedAt(),
+                        [&guard] { return guard.isInterrupted(); }});
         panel = result.panel;
-        if (result.outcome == ActionResult::Done) {
-            m_results[index] = "skipped";
-            return;
-        }
-        m_session.terminal.error(QStringLiteral("it does not answer, so no screen shows its notice"));
+        m_isSilent[index] = result.outcome != ActionResult::Done;
+        if (m_isSilent[index] && !guard.isInterrupted())
+            m_session.terminal.error(QStringLiteral("it does not answer, so no screen shows its notice"));
     } catch (const ToolError &error) {
         m_session.terminal.error(error.message);
+        m_isSilent[index] = true;
     }
-    m_results[index] = "no answer";
+    if (m_results[index] == NotReached || m_results[index] == NoAnswer)
+        m_results[index] = m_isSilent[index] ? NoAnswer : Skipped;
 }
 
 // Asks until there is an answer that makes sense.
@@ -101,18 +123,23 @@ Tour::Next Tour::ask(std::size_t index, const InterruptGuard &guard)
     const QString name = m_session.nameOf(m_panels[index]);
     const QString prompt =
         name.isEmpty() ? QStringLiteral("Name> ") : QStringLiteral("Name [%1]> ").arg(name);
-    for (;;) {
+    while (!guard.isInterrupted()) {
         const auto answer = m_session.terminal.readLine(prompt);
-        if (!answer || guard.isInterrupted())
-            return Next::End;
-        const QString mistake = answer->isEmpty() ? QString() : PanelNames::nameMistake(*answer);
-        if (mistake.isEmpty())
-            return take(index, *answer);
-        m_session.terminal.error(mistake);
+        if (!answer)
+            break;
+        const QString mistake = mistakeIn(*answer);
+        if (mistake.isEmpty()) {
+            if (const auto next = take(index, *answer))
+                return *next;
+        } else {
+            m_session.terminal.error(mistake);
+        }
     }
+    return Next::End;
 }
 
-Tour::Next Tour::take(std::size_t index, const QString &answer)
+// Nothing when the name could not be saved.
+std::optional<Tour::Next> Tour::take(std::size_t index, const QString &answer)
 {
     const QString word = answer.toLower();
     if (word == QLatin1String("stop"))
@@ -121,25 +148,35 @@ Tour::Next Tour::take(std::size_t index, const QString &answer)
         return Next::Again;
     if (word == QLatin1String("back"))
         return Next::Back;
-    const bool isOld = answer.isEmpty() && !m_session.nameOf(m_panels[index]).isEmpty();
-    if (isOld)
-        m_results[index] = "kept";
-    if (!answer.isEmpty() && word != QLatin1String("skip"))
-        rename(index, answer);
+    const bool isName = !answer.isEmpty() && word != QLatin1String("skip");
+    if (isName && !rename(index, answer))
+        return std::nullopt;
+    const bool isKept =
+        answer.isEmpty() && m_results[index] != Named && !m_session.nameOf(m_panels[index]).isEmpty();
+    if (isKept)
+        m_results[index] = Kept;
     return Next::Forward;
 }
 
-void Tour::rename(std::size_t index, const QString &name)
+bool Tour::rename(std::size_t index, const QString &name)
 {
     const MacAddress mac = m_panels[index].mac;
+    try {
+        // What others have written into the file in the meantime stays.
+        m_session.names = PanelNames::read(m_path);
+        m_session.names.setName(mac, name);
+        m_session.names.write(m_path);
+    } catch (const ToolError &error) {
+        m_session.terminal.error(error.message);
+        return false;
+    }
     for (const MacAddress &other : m_session.names.named(name)) {
         if (other != mac)
             m_session.terminal.error(QStringLiteral("'%1' is also the name of %2: give one of them another")
                                          .arg(name, macText(other)));
     }
-    m_session.names.setName(mac, name);
-    m_session.names.write(m_path);
-    m_results[index] = "named";
+    m_results[index] = Named;
+    return true;
 }
 
 void Tour::report()
@@ -150,8 +187,8 @@ void Tour::report()
         reportResult("tour", m_results[index], selected, std::nullopt, m_session);
     }
     m_session.writer->endList(m_session.exchange.ignored());
-    const auto named = std::count_if(m_results.begin(), m_results.end(),
-                                     [](const char *result) { return result == QLatin1String("named"); });
+    const auto named =
+        std::count_if(m_results.begin(), m_results.end(), [](const char *result) { return result == Named; });
     if (named > 0)
         m_session.terminal.note(QStringLiteral("%1 named in %2.").arg(named).arg(m_path));
     m_session.noteIgnored();

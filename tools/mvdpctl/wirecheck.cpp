@@ -30,11 +30,20 @@ ProbeResult probe(const std::vector<std::uint32_t> &addresses, Session &session)
         return {};
     session.terminal.progress(QStringLiteral("asking who holds the new addresses"));
     ProbeResult result = probeAddresses(addresses, session.transport);
-    session.writer->note(probeNote(addresses, result));
+    tellProbe(addresses, result, session);
     return result;
 }
 
 } // namespace
+
+void tellProbe(const std::vector<std::uint32_t> &addresses, const ProbeResult &result, Session &session)
+{
+    // Scripts, too, have to know what was not found out.
+    if (result.unasked.empty())
+        session.writer->note(probeNote(addresses, result));
+    else
+        session.terminal.warn(probeNote(addresses, result));
+}
 
 QStringList strangersAt(std::uint32_t address, const Panel &panel, const PanelList &panels, Session &session)
 {

@@ -27,7 +27,7 @@ QStringList strangerObjections(std::uint32_t address, const std::set<MacAddress>
     if (!holder->mac)
         return {held + QStringLiteral("something that answers there and is no panel that was found.")};
     if (const Panel *panel = panels.find(*holder->mac))
-        return {held + QStringLiteral("the panel %1, although that tells %2.")
+        return {held + QStringLiteral("the panel %1, although that reports %2.")
                            .arg(macText(panel->mac), ipv4Text(panel->address))};
     return {held + QStringLiteral("%1, which is no panel that was found.").arg(macText(*holder->mac))};
 }

@@ -41,8 +41,8 @@ EchoStatistics runEchoes(Exchange &exchange, const EchoOrder &order,
                          const std::function<bool()> &isInterrupted);
 
 // The same for several addresses at once: each number is sent to all of them, then comes the interval. The
-// statistics are in the order of the addresses. What cannot be sent to one address counts as lost there, with
-// a warning; throws ToolError when an echo could be sent to none.
+// statistics are in the order of the addresses. With several, what cannot be sent counts as lost, with a
+// warning; throws ToolError only when it cannot be sent to the only one.
 std::vector<EchoStatistics> runEchoes(Exchange &exchange, const std::vector<std::uint32_t> &addresses,
                                       const EchoPace &pace, const std::function<void(const Echo &)> &onEcho,
                                       const std::function<bool()> &isInterrupted);

@@ -86,6 +86,20 @@ std::optional<Received> Exchange::nextAnswer(const Request &request, Clock::time
     return std::nullopt;
 }
 
+std::optional<Received> Exchange::nextAnswer(const Request &request, Clock::time_point deadline,
+                                             const std::function<bool()> &isInterrupted)
+{
+    if (!isInterrupted)
+        return nextAnswer(request, deadline);
+    while (!isInterrupted()) {
+        if (std::optional<Received> answer = nextAnswer(request, nextLook(deadline)))
+            return answer;
+        if (Clock::now() >= deadline)
+            break;
+    }
+    return std::nullopt;
+}
+
 void Exchange::countIgnored(Verdict verdict, const Received &received)
 {
     if (verdict == Verdict::OtherCommand && m_commandsSent.test(received.datagram.command()))
@@ -96,19 +110,21 @@ void Exchange::countIgnored(Verdict verdict, const Received &received)
 
 std::optional<Received> Exchange::ask(const Request &request,
                                       const std::vector<std::vector<Destination>> &ways,
-                                      const Patience &patience, const QString &doing)
+                                      const Patience &patience, const QString &doing,
+                                      const std::function<bool()> &isInterrupted)
 {
     bool anySent = false;
-    for (int round = 0; round < patience.rounds; ++round) {
+    for (int round = 0; round < patience.rounds && !(isInterrupted && isInterrupted()); ++round) {
         m_observer.progress(
             QStringLiteral("%1, attempt %2 of %3").arg(doing).arg(round + 1).arg(patience.rounds));
         if (!trySend(request, ways[static_cast<std::size_t>(round) % ways.size()]))
             continue;
         anySent = true;
-        if (std::optional<Received> answer = nextAnswer(request, Clock::now() + patience.timeout))
+        if (std::optional<Received> answer =
+                nextAnswer(request, Clock::now() + patience.timeout, isInterrupted))
             return answer;
     }
-    if (!anySent)
+    if (!anySent && !(isInterrupted && isInterrupted()))
         failUnsent();
     return std::nullopt;
 }

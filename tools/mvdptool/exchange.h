@@ -11,6 +11,7 @@
 #include <array>
 #include <bitset>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -36,6 +37,9 @@ public:
     bool trySend(const Request &request, const std::vector<Destination> &destinations);
     // The next answer before the deadline.
     std::optional<Received> nextAnswer(const Request &request, Clock::time_point deadline);
+    // The same; ends also soon after `isInterrupted`, if that is given.
+    std::optional<Received> nextAnswer(const Request &request, Clock::time_point deadline,
+                                       const std::function<bool()> &isInterrupted);
     // The next datagram, for a request whose answers the caller judges itself.
     std::optional<Received> nextDatagram(Clock::time_point deadline);
     // Counts a datagram that is no answer, unless it is a late answer to an earlier request of ours.
@@ -43,10 +47,11 @@ public:
 
     // Sends the request in rounds until an answer comes. Each round uses the next way of `ways`, and the
     // first again after the last. A round whose way cannot be sent to is not waited for. Nothing when no
-    // round brought an answer. `doing` is the text of the progress line. Throws ToolError when nothing could
-    // be sent in any round.
+    // round brought an answer, and soon after `isInterrupted`. `doing` is the text of the progress line.
+    // Throws ToolError when nothing could be sent in any round.
     std::optional<Received> ask(const Request &request, const std::vector<std::vector<Destination>> &ways,
-                                const Patience &patience, const QString &doing);
+                                const Patience &patience, const QString &doing,
+                                const std::function<bool()> &isInterrupted = {});
 
     int ignored() const;
     // One line that says what was ignored and why.

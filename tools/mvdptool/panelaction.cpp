@@ -19,8 +19,10 @@ std::optional<std::vector<Destination>> provenWay(Exchange &exchange, const Pane
     for (int round = 0; round < order.search.rounds; ++round) {
         exchange.observer().progress(QStringLiteral("looking for the way, round %1").arg(round + 1));
         for (const auto &way : ways) {
+            if (order.isInterrupted && order.isInterrupted())
+                return std::nullopt;
             if (exchange.trySend(question, way) &&
-                exchange.nextAnswer(question, Clock::now() + order.search.timeout))
+                exchange.nextAnswer(question, Clock::now() + order.search.timeout, order.isInterrupted))
                 return way;
         }
     }
@@ -41,8 +43,8 @@ ActionResult sendAction(Exchange &exchange, const Panel &panel, const ActionOrde
     const auto way = provenWay(exchange, panel, order);
     if (!way)
         return {ActionResult::NotHeard, panel};
-    const auto answer =
-        exchange.ask(Request::toMac(order.command, panel.mac), {*way}, order.patience, order.name);
+    const auto answer = exchange.ask(Request::toMac(order.command, panel.mac), {*way}, order.patience,
+                                     order.name, order.isInterrupted);
     if (!answer)
         return {ActionResult::NoAnswer, panel};
     // The resets are answered with the request, which holds nothing about the panel.

@@ -7,15 +7,17 @@
 #include <QtCore/QString>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 // A command without settings for one panel.
 struct ActionOrder {
     MvdpCommand command;
-    QString name;                           // for progress
-    Patience search;                        // with the search for the panel beforehand
-    Patience patience;                      // with its answer
-    std::optional<std::uint32_t> reachedAt; // see ways.h
+    QString name;                             // for progress
+    Patience search;                          // with the search for the panel beforehand
+    Patience patience;                        // with its answer
+    std::optional<std::uint32_t> reachedAt;   // see ways.h
+    std::function<bool()> isInterrupted = {}; // the order is given up soon after this is true
 };
 
 struct ActionResult {

@@ -1,5 +1,6 @@
 #include "panelname.h"
 
+#include "textfile.h"
 #include "toolerror.h"
 
 #include <QtCore/QRegularExpression>
@@ -23,6 +24,9 @@ PanelName panelNameFromText(const QString &text, const PanelNames &names)
         throw ToolError{
             ToolError::BadInput, QStringLiteral("an empty word names no panel"),
             QStringLiteral("Give a MAC address, an IP address, a name or a piece of a description.")};
+    if (std::any_of(word.begin(), word.end(), isControl))
+        throw ToolError{
+            ToolError::BadInput, QStringLiteral("a word with control characters names no panel"), {}};
     PanelName name = {word, macFromText(word), ipv4FromText(word), {}, false};
     if (name.mac || name.address)
         return name;

@@ -171,7 +171,14 @@ QByteArray PanelNames::toBytes() const
 
 void PanelNames::write(const QString &path) const
 {
-    QDir().mkpath(QFileInfo(path).absolutePath());
+    const QFileInfo info(path);
+    // To replace a device by a file would break the system.
+    if (info.exists() && !info.isFile())
+        throwInput(QStringLiteral("'%1' is no ordinary file, so names cannot be kept in it").arg(path),
+                   QStringLiteral("Give the name of a file that you may write."));
+    if (!QDir().mkpath(info.absolutePath()))
+        throwInput(QStringLiteral("the folder '%1' cannot be made").arg(info.absolutePath()),
+                   QStringLiteral("Give the name of a file that you may write."));
     QSaveFile file(path);
     const QByteArray bytes = toBytes();
     const bool isWritten = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();

@@ -54,6 +54,7 @@ bool isOverlooked(const QString &heading)
         QStringLiteral("wantedaddress"),
         QStringLiteral("wantednetmask"),
         QStringLiteral("wantedgateway"),
+        QStringLiteral("word"),
         QStringLiteral("seconds"),
         QStringLiteral("command"),
         // of watch

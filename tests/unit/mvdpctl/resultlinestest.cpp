@@ -16,22 +16,20 @@ void ResultLinesTest::lineLeavesOutWhatHasNoRoom_data()
 {
     QTest::addColumn<int>("columns");
     QTest::addColumn<QString>("line");
-    const char *whole = "02:00:5e:10:00:01  done        192.168.10.5  Press 2";
-    const char *address = "02:00:5e:10:00:01  done        192.168.10.5";
+    const char *whole = "02:00:5e:10:00:01  done        Press 2  192.168.10.5";
     QTest::newRow("no terminal") << 0 << whole;
     QTest::newRow("wide") << 52 << whole;
-    QTest::newRow("without the name") << 51 << address;
-    QTest::newRow("just") << 43 << address;
-    QTest::newRow("without the address") << 42 << "02:00:5e:10:00:01  done";
-    QTest::newRow("too narrow for anything") << 3 << "02:00:5e:10:00:01  done";
+    QTest::newRow("without the address") << 51 << "02:00:5e:10:00:01  done        Press 2";
+    QTest::newRow("just") << 38 << "02:00:5e:10:00:01  done        Press 2";
+    QTest::newRow("the name cut") << 37 << "02:00:5e:10:00:01  done        Press>";
+    QTest::newRow("too narrow for anything") << 3 << "02:00:5e:10:00:01  done        >";
 }
 
 void ResultLinesTest::lineLeavesOutWhatHasNoRoom()
 {
     QFETCH(int, columns);
-    QTEST(resultLine("02:00:5e:10:00:01", "done", "192.168.10.5  Press 2", columns), "line");
-    QCOMPARE(resultLine("Press 2", "not found", QString(), columns),
-             QStringLiteral("Press 2            not found"));
+    QTEST(resultLine("02:00:5e:10:00:01", "done", {"Press 2", "192.168.10.5"}, columns), "line");
+    QCOMPARE(resultLine("Press 2", "not found", {}, columns), QStringLiteral("Press 2            not found"));
 }
 
 void ResultLinesTest::worstStatusWins()

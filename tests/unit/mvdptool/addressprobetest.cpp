@@ -55,7 +55,7 @@ void AddressProbeTest::holdersAreNamed_data()
     QTest::newRow("unknown") << ""
                              << "something that answers there and is no panel that was found.";
     QTest::newRow("another panel") << "02:00:5e:10:00:02"
-                                   << "the panel 02:00:5e:10:00:02, although that tells 192.168.10.6.";
+                                   << "the panel 02:00:5e:10:00:02, although that reports 192.168.10.6.";
 }
 
 void AddressProbeTest::holdersAreNamed()

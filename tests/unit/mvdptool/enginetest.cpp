@@ -157,7 +157,7 @@ void EngineTest::commandIsCarriedOut()
 
 void EngineTest::onlyHarmlessCommandsAreRepeated()
 {
-    QCOMPARE(actionPatience(MvdpCommand::Wink).rounds, 3);
+    QCOMPARE(actionPatience(MvdpCommand::Wink).rounds, 8);
     for (const MvdpCommand command : {MvdpCommand::Restart, MvdpCommand::ResetNetwork,
                                       MvdpCommand::RestoreDefaults, MvdpCommand::RestoreDefaultsRelative})
         QCOMPARE(actionPatience(command).rounds, 1);
