@@ -214,7 +214,7 @@ def measure_all(size, tasks, clean):
         wires.append(LossyWire(tool, "eth0", switch, "tool"))
 
     with tempfile.TemporaryDirectory() as folder, Fleet(size, None if clean else lay_lossy) as fleet:
-        fleet.discover()  # the panels' first questions to their platform services are behind them
+        fleet.discover("--rounds", "100")  # the panels' first questions to their platform services are behind them
         for wire in wires:
             wire.loss, wire.delay, wire.duplicate = LOSS, DELAY, DOUBLED
         plant = Plant(fleet, pathlib.Path(folder))

@@ -89,8 +89,8 @@ def test_settings_are_applied_and_seen(fake, mvdpctl):
     settings = [request for request in fake.requests if request[6] == Command.SET_ADDRESS]
     assert settings == [mvdp.request(Command.SET_ADDRESS, mac=MAC, address="192.168.10.7",
                                      netmask="255.255.255.128", gateway="192.168.10.100")]
-    # What the panel said is believed only when a fresh search finds it so.
-    assert fake.commands()[-1] == Command.DISCOVER
+    # What the panel said is believed only when it is found so by a fresh question.
+    assert fake.commands()[-1] == Command.IDENTIFY
 
 
 @pytest.mark.parametrize("on_set, code, name, said", [

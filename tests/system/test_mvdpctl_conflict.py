@@ -143,7 +143,7 @@ def test_neighbour_of_long_ago_is_no_answer(wire, fake, mvdpctl):
     wire[1].ip(old)
     result = mvdpctl("user", *set_to(FREE), forget=False)
     assert result.code == DONE
-    assert f"Whether {FREE} is held by anything but panels could not be found out.\n" == result.err
+    assert f"mvdpctl: Whether {FREE} is held by anything but panels could not be found out.\n" == result.err
     fake.panels = [Identity()]
     wire[1].ip(old)
     assert "nobody answered" in mvdpctl("root", *set_to(FREE), forget=False).err

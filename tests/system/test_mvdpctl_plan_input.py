@@ -72,7 +72,7 @@ def test_dry_run_for_one_panel(fake, mvdpctl, last, code, expected):
     assert (shown.code, document.code) == (code, code)
     if expected != "already so":
         assert shown.out == f"{MAC}  192.168.10.11/24        -> 192.168.10.{last}/24\n"
-        assert "No settings were sent.\n" in shown.err
+        assert ("No settings were sent.\n" if code == DONE else "mvdpctl: nothing was sent\n") in shown.err
     assert ("is held by the panel" in shown.err) == (expected == "objected to")
     assert document.json["result"] == expected
     assert is_untouched(fake)

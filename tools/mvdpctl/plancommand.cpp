@@ -75,7 +75,7 @@ public:
 private:
     std::vector<LabelledPanel> select();
     void countAsHeld(const std::vector<LabelledPanel> &selected);
-    void requireFitGateways(const std::vector<LabelledPanel> &panels) const;
+    void warnOfGateways(const std::vector<LabelledPanel> &panels) const;
     AddressPlan assign(const std::vector<LabelledPanel> &panels);
     std::vector<std::uint32_t> addressesToAskFor(const AddressPlan &plan) const;
     void report(const AddressPlan &plan);
@@ -92,7 +92,7 @@ ExitCode PlanCommandRun::run()
     std::vector<LabelledPanel> panels = select();
     countAsHeld(panels);
     sortPanels(panels, orderOf(m_session.arguments));
-    requireFitGateways(panels);
+    warnOfGateways(panels);
     const AddressPlan plan = assign(panels);
     if (plan.missing > 0)
         throw Failure{
@@ -143,7 +143,7 @@ void PlanCommandRun::countAsHeld(const std::vector<LabelledPanel> &selected)
 }
 
 // 'set' would refuse a plan that leaves a panel a gateway outside its new subnet.
-void PlanCommandRun::requireFitGateways(const std::vector<LabelledPanel> &panels) const
+void PlanCommandRun::warnOfGateways(const std::vector<LabelledPanel> &panels) const
 {
     if (m_wish.gateway)
         return;
@@ -152,10 +152,12 @@ void PlanCommandRun::requireFitGateways(const std::vector<LabelledPanel> &panels
         return gateway != 0 && ((gateway ^ m_wish.range.first) & m_wish.netmask) != 0;
     });
     if (unfit > 0)
-        throwUsage(QStringLiteral("%1 of %2 panels have a gateway outside the subnet of the range")
-                       .arg(unfit)
-                       .arg(panels.size()),
-                   QStringLiteral("Give all another with --gateway; 0.0.0.0 is none."));
+        m_session.terminal.error(
+            QStringLiteral(
+                "warning: %1 of %2 panels have a gateway outside the subnet of the range, and 'set' will "
+                "refuse that: give all another with --gateway (0.0.0.0 is none)")
+                .arg(unfit)
+                .arg(panels.size()));
 }
 
 // Asks for the addresses that it would give, and gives others for those that somebody has.

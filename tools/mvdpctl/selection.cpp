@@ -180,7 +180,7 @@ QString misfitText(const PanelName &name, const PanelList &panels, const Session
                              ? QStringLiteral("no panel with the address %1 answered")
                              : QStringLiteral("no panel that answered has '%1' in its description or name");
     return kind.arg(name.text) +
-           (name.isName ? QString() : didYouMean(name.text, candidates(panels, session)));
+           (name.isName || name.address ? QString() : didYouMean(name.text, candidates(panels, session)));
 }
 
 void refuseMistyped(const PanelName &name, const PanelList &panels, const Session &session)

@@ -145,7 +145,7 @@ bool SettingsChange::verify(Panel &panel)
         if (!isHeardWithSettings(
                 panel, {everywhere, {rounds, timeout}, tellsSettings, m_wait.isInterrupted, panel.mac}))
             return false;
-        if (isWhereItTells(panel, m_exchange))
+        if (isWhereItTells(panel, m_exchange, MvdpCommand::Discover))
             return true;
         // The panel may report the new settings before they are in force. Its answers need not show where it
         // is, so now and then it is asked at its address.
@@ -153,7 +153,7 @@ bool SettingsChange::verify(Panel &panel)
         if (rounds > 0 &&
             isHeardWithSettings(panel,
                                 {everywhere, {rounds, timeout}, isThere, m_wait.isInterrupted, panel.mac}) &&
-            isWhereItTells(panel, m_exchange))
+            isWhereItTells(panel, m_exchange, MvdpCommand::Discover))
             return true;
         rounds = roundsLeft();
     } while (rounds > 0 && !(m_wait.isInterrupted && m_wait.isInterrupted()));

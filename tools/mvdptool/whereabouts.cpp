@@ -31,7 +31,7 @@ bool hasGateway(const NetworkSettings &settings)
            ((settings.gateway ^ settings.address) & settings.netmask) == 0;
 }
 
-bool answersAtItsAddress(const Panel &panel, Exchange &exchange)
+bool answersAtItsAddress(const Panel &panel, Exchange &exchange, MvdpCommand question)
 {
     const Transport &transport = exchange.transport();
     if (panel.address == 0 || isZero(panel.mac) || transport.reachesMany(panel.address))
@@ -42,8 +42,12 @@ bool answersAtItsAddress(const Panel &panel, Exchange &exchange)
         const auto routed = transport.towards(panel.address);
         there.insert(there.end(), routed.begin(), routed.end());
     }
+    const Patience patience = {SearchRounds, SearchTimeout};
+    const auto isFound = [mac = panel.mac](const PanelList &panels) { return panels.find(mac) != nullptr; };
     try {
-        return identifyPanel(exchange, panel.mac, {there}, {SearchRounds, SearchTimeout},
+        if (question == MvdpCommand::Discover)
+            return isFound(discoverPanels(exchange, {there, patience, isFound}));
+        return identifyPanel(exchange, panel.mac, {there}, patience,
                              QStringLiteral("asking at ") + ipv4Text(panel.address))
             .has_value();
     } catch (const ToolError &) {
@@ -58,10 +62,10 @@ bool isShownToBeThere(const Panel &panel, const std::vector<NetworkInterface> &i
     return panel.source == panel.address || isBehindTranslation(panel, interfaces);
 }
 
-bool isWhereItTells(const Panel &panel, Exchange &exchange)
+bool isWhereItTells(const Panel &panel, Exchange &exchange, MvdpCommand question)
 {
     return isShownToBeThere(panel, exchange.transport().localInterfaces()) ||
-           answersAtItsAddress(panel, exchange);
+           answersAtItsAddress(panel, exchange, question);
 }
 
 QString elsewhereText(const Panel &panel)

@@ -23,8 +23,10 @@
 // Checks by one answer: conditions 1 and 3. `interfaces` are all of this computer.
 bool isShownToBeThere(const Panel &panel, const std::vector<NetworkInterface> &interfaces);
 
-// Checks all three; sends a request to the panel's address if needed, for three seconds at most.
-bool isWhereItTells(const Panel &panel, Exchange &exchange);
+// Checks all three; sends a request to the panel's address if needed, for three seconds at most. `question`
+// is Identify or Discover, and not what was asked everywhere just before: a late answer to that would be
+// taken for one from the address.
+bool isWhereItTells(const Panel &panel, Exchange &exchange, MvdpCommand question = MvdpCommand::Identify);
 
 // "02:00:5e:10:00:01 tells the address 192.168.10.5 but answered from 192.168.10.7"
 QString elsewhereText(const Panel &panel);
