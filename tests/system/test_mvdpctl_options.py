@@ -59,6 +59,36 @@ def test_missing_interface_is_network_trouble(mvdpctl):
     assert "Choose one of: lo, eth0." in result.err
 
 
+@pytest.mark.parametrize("words", [["-i", "eth0", "-j", "discover"], ["-ji", "eth0", "disc"],
+                                   ["--rounds", "100", "--interface=eth0", "di", "-j"]], ids=" ".join)
+def test_options_may_stand_before_an_abbreviated_command(fake, mvdpctl, words):
+    assert fake
+    result = mvdpctl(*words)
+    assert (result.code, [panel["mac"] for panel in result.json["panels"]]) == (DONE, [MAC])
+
+
+@pytest.mark.parametrize("words, said", [
+    (["dicsover"], "there is no command 'dicsover': did you mean 'discover'?"),
+    (["re", MAC], "'re' is the beginning of several commands: restart, reset-network, restore-defaults"),
+    (["discover", "--jsno"], "there is no option '--jsno': did you mean '--json'?"),
+    (["--interfce", "eth0", "discover"], "there is no option '--interfce': did you mean '--interface'?"),
+    (["set", MAC, "--adress", "10.0.0.1"], "there is no option '--adress': did you mean '--address'?"),
+    (["set", MAC, "--address", "10.0.0.1/24", "--netmask", "25", "--yes"], "contradict each other")])
+def test_mistyped_command_line_is_told_what_it_may_mean(fake, mvdpctl, words, said):
+    result = mvdpctl(*words)
+    assert (result.code, result.out) == (USAGE, "")
+    assert said in result.err
+    assert fake.requests == []
+
+
+def test_silence_about_an_unknown_code_is_explained(fake, mvdpctl):
+    fake.unanswered = {99}
+    result = mvdpctl("raw", "99", "--timeout", "0.2")
+    assert (result.code, result.out) == (NO_ANSWER, "")
+    assert "Panels are silent about codes that they do not know, as 99." in result.err
+    assert "silent about" not in mvdpctl("raw", "1", "--to", NOBODY, "--timeout", "0.2").err
+
+
 def test_taken_source_port_is_network_trouble(wire, mvdpctl):
     taken = wire[1].udp_socket("", 40124)
     result = mvdpctl("discover", "--source-port", "40124")

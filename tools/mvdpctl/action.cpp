@@ -139,7 +139,7 @@ ExitCode ActionRun::runSeveral(const std::vector<PanelName> &names)
     m_session.terminal.setProgressPrefix(QString());
     wait(restarting, guard);
     m_session.writer->endList(m_session.exchange.ignored());
-    m_session.terminal.note(QStringLiteral("%1 of %2 done.").arg(m_worst.good()).arg(m_worst.all()));
+    m_session.writer->note(QStringLiteral("%1 of %2 done.").arg(m_worst.good()).arg(m_worst.all()));
     m_session.noteIgnored();
     return m_worst.code();
 }

@@ -182,7 +182,7 @@ ExitCode echoSeveral(const std::vector<PanelName> &names, const EchoPace &pace, 
             session.terminal.columns())});
     }
     session.writer->endList(session.exchange.ignored());
-    session.terminal.note(QStringLiteral("%1 of %2 sent echoes back.").arg(worst.good()).arg(worst.all()));
+    session.writer->note(QStringLiteral("%1 of %2 sent echoes back.").arg(worst.good()).arg(worst.all()));
     session.noteIgnored();
     return worst.code();
 }
