@@ -258,14 +258,17 @@ void BusAddressTest::nameTooLongForASocketIsNotListening()
 
 void BusAddressTest::descriptorsAreClosed()
 {
-    const int before = ::dup(0);
-    ::close(before);
+    const auto lowestFree = [] {
+        const int descriptor = ::dup(0);
+        ::close(descriptor);
+        return descriptor;
+    };
+    const int before = lowestFree();
     busStateOfAddress("unix:path=" + path("bus"));
     busStateOfAddress("unix:path=" + path("absent"));
     busStateOfAddress("unix:path=" + QByteArray(5000, 'x'));
-    const int after = ::dup(0);
-    ::close(after);
-    QCOMPARE(after, before);
+    // The played bus is in this process, too, and closes its ends a moment later.
+    QTRY_VERIFY(lowestFree() <= before);
 }
 
 void BusAddressTest::namedBusIsTheOneTried()
