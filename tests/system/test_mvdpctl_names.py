@@ -30,7 +30,7 @@ def fixture_names(tmp_path):
 @pytest.fixture(name="row")
 def fixture_row(fake):
     """Two look-alike panels."""
-    fake.panels = [Identity(mac=MAC), Identity(mac=MAC2, address=OTHER_ADDRESS, source=OTHER_ADDRESS)]
+    fake.panels = [Identity(mac=MAC), Identity(mac=MAC2, address=OTHER_ADDRESS)]
     return fake
 
 

@@ -21,6 +21,9 @@ bool canColor(std::FILE *stream);
 // 80 when the width is unknown.
 int terminalColumns(std::FILE *stream);
 
+// True when a line or the end of standard input, a terminal, arrives within so many milliseconds.
+bool waitForInput(int milliseconds);
+
 // The arguments after the program's name.
 QStringList commandLineWords(int argc, char *argv[]);
 

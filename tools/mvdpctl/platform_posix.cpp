@@ -1,6 +1,7 @@
 #include "platform.h"
 
 #include <langinfo.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -47,6 +48,12 @@ int terminalColumns(std::FILE *stream)
 {
     winsize size = {};
     return ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : DefaultColumns;
+}
+
+bool waitForInput(int milliseconds)
+{
+    pollfd input = {STDIN_FILENO, POLLIN, 0};
+    return poll(&input, 1, milliseconds) > 0;
 }
 
 QStringList commandLineWords(int argc, char *argv[])

@@ -48,6 +48,12 @@ int terminalColumns(std::FILE *stream)
                                                                : DefaultColumns;
 }
 
+bool waitForInput(int milliseconds)
+{
+    return WaitForSingleObject(GetStdHandle(STD_INPUT_HANDLE), static_cast<DWORD>(milliseconds)) ==
+           WAIT_OBJECT_0;
+}
+
 QStringList commandLineWords(int, char *[])
 {
     // argv lacks characters outside of the code page.

@@ -2,6 +2,14 @@
 
 #include "textfile.h"
 
+namespace
+{
+
+// Short enough for a person not to notice.
+const int LookMilliseconds = 100;
+
+} // namespace
+
 Terminal::Terminal(CharacterSet characterSet)
     : m_characterSet(characterSet)
 {
@@ -107,15 +115,18 @@ bool Terminal::ask(const QString &question)
     return word == "y" || word == "yes";
 }
 
-std::optional<QString> Terminal::readLine(const QString &prompt)
+std::optional<QString> Terminal::readLine(const QString &prompt, const std::function<bool()> &isInterrupted)
 {
     clearProgress();
     std::fputs(encode(printable(prompt)).constData(), stderr);
     std::fflush(stderr);
     QByteArray bytes;
     char piece[256];
+    // Once the terminal has a line, it has all of it.
+    while (!isInterrupted() && !waitForInput(LookMilliseconds)) {
+    }
     while (!bytes.endsWith('\n')) {
-        if (std::fgets(piece, sizeof piece, stdin) == nullptr) {
+        if (isInterrupted() || std::fgets(piece, sizeof piece, stdin) == nullptr) {
             std::fputc('\n', stderr);
             return std::nullopt;
         }

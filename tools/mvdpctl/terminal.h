@@ -8,6 +8,7 @@
 #include <QtCore/QStringList>
 
 #include <cstdio>
+#include <functional>
 #include <optional>
 
 // When results are colored. Auto: on a terminal that has colors, unless the environment has NO_COLOR.
@@ -56,8 +57,9 @@ public:
     bool ask(const QString &question);
     // A line before a question, also when quiet.
     void question(const QString &line) { writeMessage(line); }
-    // The next line of standard input, without blanks at its ends; nothing at its end and after an interrupt.
-    std::optional<QString> readLine(const QString &prompt);
+    // The next line of standard input, without blanks at its ends; nothing at its end, and soon after
+    // `isInterrupted` is true. A signal alone does not end a read that begins just after it.
+    std::optional<QString> readLine(const QString &prompt, const std::function<bool()> &isInterrupted);
 
     // False once a result could not be written, because the reader closed the pipe or the disk is full.
     bool canPrint() const;

@@ -124,7 +124,7 @@ Tour::Next Tour::ask(std::size_t index, const InterruptGuard &guard)
     const QString prompt =
         name.isEmpty() ? QStringLiteral("Name> ") : QStringLiteral("Name [%1]> ").arg(name);
     while (!guard.isInterrupted()) {
-        const auto answer = m_session.terminal.readLine(prompt);
+        const auto answer = m_session.terminal.readLine(prompt, [&guard] { return guard.isInterrupted(); });
         if (!answer)
             break;
         const QString mistake = mistakeIn(*answer);
